@@ -1,0 +1,148 @@
+// Keyword dispatch: normalise the keyword, find its row, check the count, call the handler.
+#include "frame/dispatch.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "frame/keywords.h"
+
+#define VXFNC_DECLARE(word, least, most, family) \
+  namespace vxfnc::family {                      \
+  Status fnc_##word(Reader& in) noexcept;        \
+  }
+#define VXFNC_NOTHING(...)
+VXFNC_KEYWORDS(VXFNC_DECLARE, VXFNC_NOTHING)
+
+namespace vxfnc {
+
+Status not_built_yet(Reader& in) noexcept { return in.fail(); }
+
+#define VXFNC_ROW(word, least, most, family) FinancialRow{#word, family::fnc_##word, least, most},
+#define VXFNC_OPEN_ROW(word, least, most) FinancialRow{#word, not_built_yet, least, most},
+constexpr std::array<FinancialRow, kKeywordCount> FinancialList = {
+    VXFNC_KEYWORDS(VXFNC_ROW, VXFNC_OPEN_ROW)};
+
+namespace {
+
+constexpr std::int64_t kKeywordRoom = 16;
+constexpr std::int64_t kLongestKeyword = 10;
+
+// A keyword packed into two words, so that finding it takes one product and one comparison. Only
+// words of the same length compare equal: shorter ones are filled up with zeros.
+struct PackedKeyword {
+  std::uint64_t head = 0;  // first eight characters
+  std::uint64_t tail = 0;  // the others, and the length
+  friend bool operator==(const PackedKeyword&, const PackedKeyword&) = default;
+};
+
+// The characters must be below 128 (others make a word that is no keyword), n at most 10.
+template <class Char>
+constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
+  PackedKeyword word{.head = 0, .tail = static_cast<std::uint64_t>(n) << 32};
+  const auto at = [s](std::int64_t i) { return static_cast<std::uint64_t>(s[i]); };
+  for (std::int64_t i = 0; i < std::min<std::int64_t>(n, 8); ++i) word.head |= at(i) << (8 * i);
+  for (std::int64_t i = 8; i < n; ++i) word.tail |= at(i) << (8 * (i - 8));
+  return word;
+}
+
+constexpr int kBuckets = 512;
+constexpr std::uint8_t kNoRow = 255;
+
+constexpr std::size_t bucket_of(const PackedKeyword& word, std::uint64_t multiplier) noexcept {
+  return ((word.head ^ word.tail) * multiplier) >> 55;
+}
+
+// Every keyword has a bucket of its own, so the search looks at one row. The rows' names are all
+// different, so it gives the row that a walk in list order would give first.
+struct KeywordIndex {
+  std::array<PackedKeyword, kKeywordCount> words{};
+  std::array<std::uint8_t, kBuckets> rows{};
+  std::uint64_t multiplier = 0;
+
+  consteval KeywordIndex() {
+    for (int row = 0; row < kKeywordCount; ++row) {
+      const auto name = FinancialList[static_cast<std::size_t>(row)].name;
+      words[static_cast<std::size_t>(row)] =
+          packed(name.data(), static_cast<std::int64_t>(name.size()));
+    }
+    for (multiplier = 0x9E3779B97F4A7C15; !fill_buckets(); multiplier += 0x61C8864680B583EA) {
+    }
+  }
+
+  consteval bool fill_buckets() {
+    rows.fill(kNoRow);
+    for (std::uint8_t row = 0; row < kKeywordCount; ++row) {
+      std::uint8_t& bucket = rows[bucket_of(words[row], multiplier)];
+      if (bucket != kNoRow) return false;
+      bucket = row;
+    }
+    return true;
+  }
+};
+constexpr KeywordIndex kIndex;
+
+int find_row(const PackedKeyword& word) noexcept {
+  const std::uint8_t row = kIndex.rows[bucket_of(word, kIndex.multiplier)];
+  return row != kNoRow && kIndex.words[row] == word ? row : -1;
+}
+
+constexpr bool sorted_and_short() {
+  return std::ranges::is_sorted(FinancialList, {}, &FinancialRow::name) &&
+         std::ranges::all_of(FinancialList, [](const FinancialRow& row) {
+           return static_cast<std::int64_t>(row.name.size()) <= kLongestKeyword;
+         });
+}
+static_assert(sorted_and_short());
+
+// The keyword's row, or -1. Trailing blanks are forgiven, a leading one is not.
+template <class Characters>
+int keyword_row(const StringValue* keyword, const Characters& characters) noexcept {
+  using Char = typename Characters::Char;
+  if (keyword == nullptr || keyword->characters == nullptr || keyword->length < 1) return -1;
+  const auto* const s = static_cast<const Char*>(keyword->characters);
+  if (s[0] == Char{' '}) return -1;
+  const std::int64_t n = characters.trim(s, keyword->length);
+  if (n < 1 || n > kLongestKeyword) return -1;
+
+  Char buffer[kKeywordRoom];
+  characters.copy(s, n, buffer, kKeywordRoom);
+  characters.upper(buffer, n);
+  const auto is_ascii = [](Char c) { return static_cast<std::make_unsigned_t<Char>>(c) < 128; };
+  if (!std::all_of(buffer, buffer + n, is_ascii)) return -1;
+  return find_row(packed(buffer, n));
+}
+
+template <class Characters>
+std::int64_t dispatch(FinanceCall* call, double* result, CallEnvironment* environment,
+                      Width width) noexcept {
+  if (call->count < 1) return STATUS_BAD_ARG;  // not even a keyword: there is no slot to mark
+  ArgumentSlot& slot = call->slots()[0];
+  // A number in the keyword's slot has no characters.
+  const bool is_number = (slot.type & kTypeMask) == kNumberArgument;
+  const auto* const keyword = is_number ? nullptr : static_cast<const StringValue*>(slot.value);
+  const int index = keyword_row(keyword, Characters(environment));
+  if (index < 0) {
+    slot.flags |= kErrorFlag;
+    return STATUS_BAD_ARG;
+  }
+  const FinancialRow& row = FinancialList[static_cast<std::size_t>(index)];
+  const std::int32_t count = call->count;
+  // A wrong count is reported against no argument.
+  if (count < row.minimum || (row.maximum != kNoBound && count > row.maximum)) {
+    return STATUS_BAD_ARG;
+  }
+  Reader in(environment, call, result, count, index, width);
+  return row.handler(in) == STATUS_SUCCESS ? STATUS_SUCCESS : STATUS_BAD_ARG;
+}
+
+}  // namespace
+}  // namespace vxfnc
+
+std::int64_t fncfin(vxfnc::FinanceCall* call, double* result, vxfnc::CallEnvironment* environment) {
+  return vxfnc::dispatch<vxfnc::WideCharacters>(call, result, environment, vxfnc::Width::kWide);
+}
+
+std::int64_t fncfinS(vxfnc::FinanceCall* call, double* result,
+                     vxfnc::CallEnvironment* environment) {
+  return vxfnc::dispatch<vxfnc::ByteCharacters>(call, result, environment, vxfnc::Width::kByte);
+}
