@@ -1,0 +1,239 @@
+#include "services.h"
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cwctype>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace vxkernel {
+namespace {
+
+// ---- Memory pools ------------------------------------------------------------------------------
+
+// A pool lives in its first block, so that creating one, a few small allocations and destroying
+// it cost one allocation in all. Larger or later ones get a block of their own.
+struct Pool : vxfnc::MemoryPool {
+  struct Block {
+    Block* next;
+  };
+  static constexpr std::size_t kAlignment = 16;
+  static constexpr std::size_t kInlineBytes = 1024;
+
+  Block* blocks = nullptr;
+  std::size_t used = 0;
+  alignas(kAlignment) std::byte storage[kInlineBytes];  // left uninitialised
+};
+
+std::int32_t destroy_pool(vxfnc::MemoryPool* object) {
+  auto* const pool = static_cast<Pool*>(object);
+  for (Pool::Block* block = pool->blocks; block != nullptr;) {
+    std::free(std::exchange(block, block->next));
+  }
+  std::free(pool);
+  return 0;
+}
+
+void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t flags) {
+  auto* const pool = static_cast<Pool*>(object);
+  constexpr std::size_t kHeader = Pool::kAlignment;
+  if (bytes > SIZE_MAX / 2) return nullptr;
+  const std::size_t size = (bytes + Pool::kAlignment - 1) / Pool::kAlignment * Pool::kAlignment;
+  std::byte* storage = nullptr;
+  if (size <= Pool::kInlineBytes - pool->used) {
+    storage = pool->storage + pool->used;
+    pool->used += size;
+  } else {
+    void* const block = std::malloc(kHeader + size);
+    if (block == nullptr) return nullptr;
+    pool->blocks = new (block) Pool::Block{pool->blocks};
+    storage = static_cast<std::byte*>(block) + kHeader;
+  }
+  if ((flags & vxfnc::kZeroFilled) != 0) std::memset(storage, 0, bytes);
+  return storage;
+}
+
+vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxfnc::Journal*,
+                               const char*, std::uint64_t, std::uint64_t, std::uint64_t,
+                               std::uint64_t) {
+  void* const storage = std::malloc(sizeof(Pool));
+  if (storage == nullptr) return nullptr;
+  auto* const pool = new (storage) Pool;
+  std::ranges::fill(pool->reserved_0, nullptr);
+  pool->destroy = destroy_pool;
+  pool->allocate = allocate;
+  return pool;
+}
+
+// ---- Journals ----------------------------------------------------------------------------------
+
+constexpr std::int64_t kNotSupported = -2143305724;  // 0x803FC004
+
+struct SinkJournal : vxfnc::Journal {
+  explicit SinkJournal(const JournalSink& journal_sink) : Journal{}, sink(journal_sink) {}
+  const JournalSink& sink;
+
+  std::int64_t write(std::string_view line) const noexcept {
+    try {
+      if (sink) sink(line);
+    } catch (...) {  // the module's side knows no exceptions
+      return kNotSupported;
+    }
+    return 0;
+  }
+};
+
+// (journal, level, status, arguments): the statuses have no texts here, so their number is written.
+std::int64_t status_to_journal(vxfnc::Journal* journal, std::int64_t level, std::int64_t status,
+                               std::va_list) {
+  char line[64];
+  std::snprintf(line, sizeof line, "level %lld: status 0x%08X", static_cast<long long>(level),
+                static_cast<unsigned>(status));
+  return static_cast<SinkJournal*>(journal)->write(line);
+}
+
+// (journal, level, printf format, its arguments)
+std::int64_t message_to_journal(vxfnc::Journal* journal, std::int64_t level, std::int64_t format,
+                                std::va_list arguments) {
+  char line[512];
+  const int start = std::snprintf(line, sizeof line, "level %lld: ", static_cast<long long>(level));
+  const char* const text = reinterpret_cast<const char*>(format);
+  std::vsnprintf(line + start, sizeof line - static_cast<std::size_t>(start), text, arguments);
+  return static_cast<SinkJournal*>(journal)->write(line);
+}
+
+// Buffers and locales are not part of this kernel.
+std::int64_t not_supported(vxfnc::Journal*, std::int64_t, std::int64_t, std::va_list) {
+  return kNotSupported;
+}
+
+std::int32_t close_journal(vxfnc::Journal*) { return 0; }
+
+std::int32_t destroy_journal(vxfnc::Journal* journal) {
+  delete static_cast<SinkJournal*>(journal);
+  return 0;
+}
+
+vxfnc::Journal* create_journal(vxfnc::KernelServices* services, const std::uint64_t*, std::uint64_t,
+                               const vxfnc::WideChar*) {
+  auto* const journal =
+      new (std::nothrow) SinkJournal(static_cast<InstanceServices*>(services)->sink);
+  if (journal == nullptr) return nullptr;
+  journal->destroy = destroy_journal;
+  journal->close = close_journal;
+  journal->message_to_buffer = not_supported;
+  journal->message_to_journal = message_to_journal;
+  journal->status_to_buffer = not_supported;
+  journal->status_to_journal = status_to_journal;
+  journal->locale = not_supported;
+  return journal;
+}
+
+// ---- Options and the case service --------------------------------------------------------------
+
+std::atomic<std::int64_t> year_cutoff{1950};
+
+// An option that the kernel does not know leaves the caller's default in its cell.
+std::int32_t get_option(vxfnc::KernelServices*, const vxfnc::WideChar* name, std::uint64_t length,
+                        std::uint64_t kind, std::int64_t* value, std::uint64_t* size) {
+  constexpr std::uint64_t kInteger = 3;
+  const bool known = std::u32string_view(name, length) == U"VX_NAME_YEARCUTOFF";
+  if (!known || kind != kInteger || *size != sizeof *value) return -1;
+  *value = year_cutoff.load(std::memory_order_relaxed);
+  return 0;
+}
+
+// Upper case by the C library, whatever locale the program has set. The dotless i keeps its form,
+// as in the module's own tables: a keyword reads the same with and without this service.
+std::uint32_t convert_case(vxfnc::CaseService*, std::uint64_t character, std::uint64_t to_upper) {
+  static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  constexpr std::uint64_t kDotlessI = 0x131;
+  const auto c = static_cast<wint_t>(character);
+  if (unicode == nullptr || character == kDotlessI) return c;
+  return to_upper != 0 ? towupper_l(c, unicode) : towlower_l(c, unicode);
+}
+
+// ---- Byte strings ------------------------------------------------------------------------------
+
+// Bytes of 128 and above are parts of UTF-8 characters and have no case of their own.
+std::int32_t upper(vxfnc::ByteStringServices*, char* text, std::int64_t length, std::int64_t) {
+  std::for_each_n(text, length, [](char& c) { c = c >= 'a' && c <= 'z' ? c - 32 : c; });
+  return 0;
+}
+
+std::int32_t compare(vxfnc::ByteStringServices*, const char* a, std::int64_t a_length,
+                     const char* b, std::int64_t b_length, std::int64_t) {
+  const std::string_view left(a, static_cast<std::size_t>(a_length));
+  return left.compare(std::string_view(b, static_cast<std::size_t>(b_length)));
+}
+
+std::int32_t erase(vxfnc::ByteStringServices*, char* text, std::int64_t length, const char* set,
+                   std::int64_t set_length, std::int64_t) {
+  const std::string_view erased(set, static_cast<std::size_t>(set_length));
+  char* const end = std::remove_if(
+      text, text + length, [&](char c) { return erased.find(c) != std::string_view::npos; });
+  std::fill(end, text + length, ' ');
+  return static_cast<std::int32_t>(end - text);
+}
+
+std::int32_t copy(vxfnc::ByteStringServices*, const char* from, std::int64_t length, char* to,
+                  std::int64_t capacity, std::int64_t* copied, std::int64_t) {
+  *copied = std::min(length, capacity);
+  std::fill(std::copy_n(from, *copied, to), to + capacity, ' ');
+  return 0;
+}
+
+std::int32_t trim(vxfnc::ByteStringServices*, const char* text, std::int64_t length, std::int64_t) {
+  while (length > 0 && text[length - 1] == ' ') --length;
+  return static_cast<std::int32_t>(length);
+}
+
+}  // namespace
+
+vxfnc::KernelServices* kernel_handle() noexcept {
+  static vxfnc::CaseService case_service = {.reserved_0 = {}, .convert = convert_case};
+  static vxfnc::KernelServices handle = {
+      .reserved_0 = {},
+      .create_journal = nullptr,  // journals belong to instances
+      .create_pool = create_pool,
+      .reserved_7 = {},
+      .get_option = get_option,
+      .reserved_15 = {},
+      .case_service = &case_service,
+  };
+  return &handle;
+}
+
+void set_option_year_cutoff(std::int64_t first_year) noexcept {
+  year_cutoff.store(first_year, std::memory_order_relaxed);
+}
+
+vxfnc::CallEnvironment* call_environment() noexcept {
+  static vxfnc::ByteStringServices byte_strings = {
+      .reserved_0 = {},
+      .upper = upper,
+      .reserved_55 = nullptr,
+      .compare = compare,
+      .reserved_57 = {},
+      .erase = erase,
+      .reserved_60 = {},
+      .copy = copy,
+      .trim = trim,
+  };
+  static vxfnc::CallEnvironment environment = {.reserved_0 = {}, .byte_strings = &byte_strings};
+  return &environment;
+}
+
+InstanceServices::InstanceServices(const JournalSink& journal_sink) noexcept
+    : KernelServices(*kernel_handle()), sink(journal_sink) {
+  KernelServices::create_journal = vxkernel::create_journal;
+}
+
+}  // namespace vxkernel

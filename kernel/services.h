@@ -1,0 +1,25 @@
+// The operation tables that this kernel hands to a module.
+#pragma once
+
+#include "frame/kernel_records.h"
+#include "vxkernel.h"
+
+namespace vxkernel {
+
+// The handle that every module of the process records: options, the case service and pools. It
+// lives as long as the process, so no module is ever left with a stale one.
+vxfnc::KernelServices* kernel_handle() noexcept;
+
+void set_option_year_cutoff(std::int64_t first_year) noexcept;
+
+// The environment of every evaluation, with the byte-string services in its word 10.
+vxfnc::CallEnvironment* call_environment() noexcept;
+
+// What an instance is created with: pools, and journals that write to the sink. The sink must
+// outlive the journals.
+struct InstanceServices : vxfnc::KernelServices {
+  explicit InstanceServices(const JournalSink& journal_sink) noexcept;
+  const JournalSink& sink;
+};
+
+}  // namespace vxkernel
