@@ -1,0 +1,79 @@
+// What people are told of the keywords: one row each, with the names and kinds of its arguments
+// and the kind of its result. The module does not depend on it; hosts read everything from here.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <string_view>
+
+namespace catalog {
+
+enum class ArgumentKind : std::uint8_t {
+  kNumber,
+  kWhole,  // a whole number
+  kDate,   // a whole number of days from 1 January 1960
+  kBasis,  // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
+};
+
+enum class ResultKind : std::uint8_t {
+  kAmount,  // money, in the currency of the arguments or per 100 of face value
+  kRate,    // a fraction: 0.05 is five percent
+  kDays,
+  kCount,
+  kYears,
+  kDate,
+};
+
+enum class Presence : std::uint8_t {
+  kRequired,
+  kOptional,
+  kRepeated,  // a list: all of its values stand side by side
+};
+
+struct Argument {
+  std::string_view name;
+  ArgumentKind kind;
+  Presence presence = Presence::kRequired;
+};
+
+class Keyword {
+ public:
+  constexpr Keyword(std::string_view name, ResultKind result_kind,
+                    std::initializer_list<Argument> list)
+      : word(name), result(result_kind), size_(list.size()) {
+    std::ranges::copy(list, arguments_.begin());
+  }
+
+  std::string_view word;
+  ResultKind result;
+
+  // Lists stand side by side and are of one length; optional arguments come last.
+  [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
+    return {arguments_.data(), size_};
+  }
+  // How many arguments a call may have, the keyword not counted.
+  [[nodiscard]] std::size_t least() const noexcept;
+  [[nodiscard]] std::size_t most() const noexcept;  // kAnyNumber: no upper bound
+  // What stands at a position, counted from 1, of a call with `count` arguments; null beyond the
+  // last.
+  [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;
+
+ private:
+  [[nodiscard]] std::size_t number_of(Presence presence) const noexcept;
+
+  std::array<Argument, 9> arguments_{};
+  std::size_t size_;
+};
+
+inline constexpr std::size_t kAnyNumber = SIZE_MAX;
+
+// All keywords, sorted.
+std::span<const Keyword> keywords() noexcept;
+
+// The keyword of this name, whatever its case and its trailing blanks; null when there is none.
+const Keyword* find(std::string_view word) noexcept;
+
+}  // namespace catalog

@@ -1,0 +1,113 @@
+// The command `finance`: evaluates calls of the host function FINANCE.
+// Results go to standard output, everything else to standard error.
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include "call.h"
+
+namespace {
+
+enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2 };
+
+class Help : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App*, std::string) const override {
+    return "Usage: finance [OPTIONS] KEYWORD [ARGUMENT...]\n"
+           "       finance [OPTIONS] --calls FILE\n\n";
+  }
+};
+
+// The module beside this command: ../lib/vxfnc.so from the folder it stands in.
+std::string default_module() {
+  const auto command = std::filesystem::read_symlink("/proc/self/exe");
+  return command.parent_path().parent_path() / "lib" / "vxfnc.so";
+}
+
+int evaluate_one(const vxkernel::Kernel& kernel, const std::vector<std::string>& words) {
+  const cli::Outcome outcome = cli::evaluate(kernel, words);
+  if (!outcome.ok) {
+    std::cerr << "finance: " << outcome.text << '\n';
+    return kCalculationFailed;
+  }
+  std::cout << outcome.text << '\n';
+  return kAllWell;
+}
+
+// One result a call, a full stop where it failed, so that results and calls stay side by side.
+// Empty lines and comments are no calls.
+int evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines, const std::string& name) {
+  int exit_code = kAllWell;
+  std::string line;
+  for (std::size_t number = 1; std::getline(lines, line); ++number) {
+    cli::Outcome outcome{false, {}};
+    try {
+      const std::vector<std::string> words = cli::words_of(line);
+      if (words.empty()) continue;
+      outcome = cli::evaluate(kernel, words);
+    } catch (const std::invalid_argument& error) {
+      outcome.text = error.what();
+    }
+    std::cout << (outcome.ok ? outcome.text : ".") << '\n';
+    if (!outcome.ok) {
+      std::cerr << "finance: " << name << ':' << number << ": " << outcome.text << '\n';
+      exit_code = kCalculationFailed;
+    }
+  }
+  return exit_code;
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Financial calculations: bonds, loans, cash flows, depreciation.", "finance");
+  app.formatter(std::make_shared<Help>());
+  app.footer(
+      "An argument is a number, a date (YYYY-MM-DD), a full stop for the missing value, or text.\n"
+      "Options stand before the keyword, so that numbers may be negative.\n\n"
+      "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n\n"
+      "Exit status: 0 all well, 1 a calculation failed, 2 the command line is at fault.");
+  app.prefix_command();
+  std::string calls;
+  std::string module = default_module();
+  app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
+      ->type_name("FILE");
+  app.add_option("--module", module, "Load this module instead of the one beside the command")
+      ->type_name("FILE");
+  app.set_version_flag("--version", "finance " VXFNC_VERSION);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kAllWell : kUsage;
+  }
+  const std::vector<std::string> words = app.remaining();
+  const bool has_option_left = !words.empty() && words[0].starts_with('-');
+  if (has_option_left || calls.empty() == words.empty()) {
+    std::cerr << "finance: "
+              << (has_option_left ? "no such option: " + words[0]
+                                  : "give either a keyword or --calls FILE")
+              << "\nRun `finance --help` for what it takes.\n";
+    return kUsage;
+  }
+
+  const vxkernel::Kernel kernel(module);
+  if (calls.empty()) return evaluate_one(kernel, words);
+  if (calls == "-") return evaluate_lines(kernel, std::cin, calls);
+  std::ifstream file(calls);
+  if (!file) throw std::runtime_error("cannot read " + calls);
+  return evaluate_lines(kernel, file, calls);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << "finance: " << error.what() << '\n';
+    return kUsage;
+  }
+}
