@@ -1,0 +1,218 @@
+// SLN, SYD, DB, DDB and VDB held to plain loops, bit for bit, over seeded random calls, and to
+// figures worked by hand. Slots count from 1; a NaN is a missing value, kNull a null pointer.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "harness.h"
+
+namespace {
+
+using harness::Answer;
+using Values = std::vector<double>;
+
+constexpr std::int64_t kBad = 120836;
+const double kMissing = harness::missing().number, kNull = 0x1.dp-1000;
+
+double require(bool holds, std::size_t slot, double value) { return holds ? value : throw slot; }
+
+bool given(const Values& v, std::size_t slot) {
+  return slot <= v.size() && !std::isnan(v[slot - 1]) && v[slot - 1] != kNull;
+}
+
+double number(const Values& v, std::size_t slot, bool positive = false) {
+  return require(given(v, slot) && (v[slot - 1] > 0 || !positive), slot, v[slot - 1]);
+}
+
+// Up to 2^53 passes, then only the low 32 bits count; the tolerance is relative and one-sided.
+double whole(const Values& v, std::size_t slot, double low, double high = INFINITY) {
+  const double x = number(v, slot), t = std::trunc(x);
+  require(x <= 0x1p53 && x >= -0x1p63 && std::abs(x - t) <= 1e-12 * std::abs(x), slot, x);
+  const auto kept = static_cast<std::int32_t>(static_cast<std::int64_t>(t));
+  return require(kept >= low && kept <= high, slot, kept);
+}
+
+double sln(const Values& v, double cost, double salvage) {
+  return (cost - salvage) / number(v, 3, true);
+}
+
+double syd(const Values& v, double cost, double salvage) {
+  const double life = whole(v, 3, 1), period = whole(v, 4, 1);
+  return (cost - salvage) * (life - period + 1) * 2 / life / (1 + life);
+}
+
+double db(const Values& v, double cost, double salvage) {
+  const double life = whole(v, 3, 1), period = whole(v, 4, 1);
+  const double month = v.size() < 5 ? 12 : whole(v, 5, 1);
+  require(period <= life + 1, 4, period);
+  const double x = std::log(salvage / cost) / life;
+  const double series = x * (1 + x / 2 * (1 + x / 3 * (1 + x / 4 * (1 + x / 5 * (1 + x / 6)))));
+  const double r0 = -(std::abs(x) > 0.01 ? std::exp(x) - 1 : series);
+  // An integer has no -0, hence the + 0.0; what is not finite, or too large, stays what it is.
+  const double rate = (std::trunc(r0 * 1000 + (r0 > 0 ? 0.5 : -0.5)) + 0.0) / 1000;
+  double d = cost * month * rate / 12, acc = d;
+  for (double p = 2; p <= std::min(period, life); ++p) {
+    d = (cost - acc) * rate;
+    acc = acc + d;
+  }
+  return period == life + 1 ? (12 - month) * rate * (cost - acc) / 12 : d;
+}
+
+double ddb(const Values& v, double cost, double salvage) {
+  const double life = number(v, 3, true), period = whole(v, 4, 1, life);
+  const double factor = given(v, 5) && v[4] > 0 ? v[4] : 2;
+  double acc = 0, d = 0;
+  for (double p = 1; p <= period && !(salvage > cost); ++p) {
+    d = salvage > cost - acc ? 0 : std::min((cost - acc) * factor / life, cost - salvage - acc);
+    acc = acc + d;
+  }
+  return d;
+}
+
+double vdb(const Values& v, double cost, double salvage) {
+  const double life = number(v, 3, true), start = whole(v, 4, 0, life), end = whole(v, 5, 1, life);
+  const double factor = v.size() < 6 ? 2 : number(v, 6, true), depreciable = cost - salvage;
+  const double no_switch = given(v, 7) ? require(v[6] == 0 || v[6] == 1, 7, v[6]) : 1;
+  if (life == end - start) return depreciable;
+  double acc = 0, sum = 0, d = 0;
+  bool switched = false;
+  for (double p = 0; p < end; ++p) {
+    const double sl = (depreciable - acc) / (life - p), declining = (cost - acc) * factor / life;
+    const bool keeps = no_switch == 1 || declining >= sl;
+    if (!switched) d = keeps ? declining : sl;
+    const bool crosses = acc + d > depreciable;
+    if (p >= start) sum = sum + (crosses ? depreciable - acc : d);
+    if (crosses && no_switch == 1) break;
+    // With salvage above cost acc stays above what there is to take: later periods cross again.
+    switched = switched || !keeps || crosses;
+    d = crosses ? 0 : d;
+    acc = acc + d;
+  }
+  return sum;
+}
+
+struct Keyword {
+  const char* name;
+  double (*model)(const Values&, double cost, double salvage);
+  std::size_t least, most;  // arguments after the keyword
+};
+constexpr Keyword kSln{"SLN", sln, 3, 3}, kSyd{"SYD", syd, 4, 4}, kDb{"DB", db, 4, 5},
+    kDdb{"DDB", ddb, 4, 5}, kVdb{"VDB", vdb, 5, 7};
+
+Answer modelled(const Keyword& keyword, const Values& v) {
+  if (v.size() < keyword.least || v.size() > keyword.most) return {kBad, harness::kUntouched, -1};
+  try {
+    const double cost = number(v, 1), salvage = number(v, 2);
+    return {0, std::bit_cast<std::uint64_t>(keyword.model(v, cost, salvage)), -1};
+  } catch (std::size_t slot) {
+    return {kBad, harness::kMissingBits, static_cast<int>(slot)};
+  }
+}
+
+double value_of(const Answer& a) { return a.status == 0 ? std::bit_cast<double>(a.bits) : 0; }
+
+// The answer of both character widths; a status of -1 when they differ.
+Answer answered(const Keyword& keyword, const Values& v) {
+  std::vector<harness::Argument> a;
+  for (double x : v) a.push_back(x == kNull ? harness::null() : harness::num(x));
+  const Answer wide = harness::call(harness::Width::wide, keyword.name, a);
+  const Answer byte = harness::call(harness::Width::byte, keyword.name, a);
+  return wide == byte ? wide : Answer{-1, byte.bits, byte.marked};
+}
+
+testing::AssertionResult agree(const Keyword& keyword, const Values& v, const Answer& want) {
+  const Answer got = answered(keyword, v);
+  const bool nans = std::isnan(value_of(want)) && std::isnan(value_of(got)) && got.marked == -1;
+  testing::Message line;
+  line << keyword.name << std::hexfloat;
+  for (double x : v) x == kNull ? line << " null" : line << ' ' << x;
+  return testing::AssertionResult(nans || got == want) << line << ": " << got << ", not " << want;
+}
+
+// Realistic calls, a third of them with one or two values spoilt; no walk passes 100,001 periods.
+struct Generator {
+  std::mt19937_64 random{20240229};
+  double unit() { return static_cast<double>(random() >> 11) * 0x1p-53; }
+  double from(double least, double n) { return least + std::floor(n * unit()); }
+  double of(const Values& v) { return v[random() % v.size()]; }
+
+  void spoil(double& x) {
+    const double edge = of({0, -0.0, 1, -1, -2.5, 1e-300, 1e300, -1e300, 0x1p31, 0x1p53, 0x1p53 - 1,
+                            0x1p53 + 2, -0x1p63, -0x1p64, kNull, kNull, INFINITY, -INFINITY});
+    const double near = x * (1 + of({5e-13, -5e-13, 2e-12, -2e-12}));
+    x = of({edge, edge, edge, near, near, x + 0x1p32, x - 0x1p32, x + 0x1p52, x + 0.5, -x, NAN});
+  }
+
+  Values call(const Keyword& keyword) {
+    const double cost = of({1e6, 0, from(1, 2e6), std::exp(17 * unit()), 1e3 * from(1, 2e3)});
+    const double last = from(1, unit() < 5e-4 ? 1e5 : of({40, 40, 40, 40, 40, 40, 40, 3000}));
+    const double life = last + of({0, 0, 0, unit()});
+    Values v = {cost, cost * of({unit(), unit(), 0.1, 0, 1, 1 + unit(), 1e-9}), life};
+    if (keyword.most == 7) v.push_back(of({0, from(0, last + 1)}));
+    v.push_back(of({last, last + 1, from(1, last), from(1, last), from(1, last + 2)}));
+    v.push_back(
+        of({2, 1, 1.5, 0.5, 3, from(1, 14), from(1, 14), life * unit(), of({0, -1, kNull})}));
+    v.push_back(of({0, 1, 0, 1, 0, 1, 0, 1, -0.0, kMissing, kNull, 2, -1, 0.5, 0x1p32 + 1}));
+    for (auto n = random() % 6; n < 2; ++n) spoil(v[random() % keyword.most]);
+    const std::size_t right = keyword.least + random() % (keyword.most - keyword.least + 1);
+    v.resize(random() % 9 == 0 ? random() % 10 : right, 1);
+    return v;
+  }
+};
+
+TEST(Depreciation, RandomCallsMatchPlainLoops) {
+  Generator generator;
+  for (const Keyword& keyword : {kSln, kSyd, kDb, kDdb, kVdb}) {
+    int good = 0;
+    for (int i = 0; i < 14000; ++i) {
+      const Values v = generator.call(keyword);
+      const Answer want = modelled(keyword, v);
+      good += want.status == 0;
+      ASSERT_TRUE(agree(keyword, v, want));
+    }
+    EXPECT_NEAR(good, 8500, 3500) << keyword.name;
+  }
+}
+
+void check(const Keyword& keyword, const Values& v, double figure, int slot = -1) {
+  const Answer answer = modelled(keyword, v);
+  EXPECT_TRUE(answer.marked == slot && std::abs(value_of(answer) - figure) <= 0.005) << answer;
+  EXPECT_TRUE(agree(keyword, v, answer));
+}
+
+TEST(Depreciation, FiguresWorkedByHand) {
+  double period = 0;  // part years at both ends, a rate rounded to 0.319
+  for (double d : {186083.33, 259639.42, 176814.44, 120410.64, 81999.64, 55841.76, 15845.10})
+    check(kDb, {1e6, 1e5, 6, ++period, 7}, d);
+  check(kDb, {1e6, 1e5, 6, 8, 7}, 0, 4);
+  check(kDb, {1e6, 0, 0x1p31 - 1, 1}, 1e6);             // no salvage: a rate of 1
+  check(kSyd, {0x1p30, 0, 0x1p31 - 1, 1}, 1);           // 1 + life leaves 32 bits
+  check(kDdb, {2400, 300, 10, 0x1p32 + 2, -1}, 384);    // low half; a factor that falls back
+  check(kDdb, {2400, 300, 10, 2.9999999999999}, 0, 4);  // 1e-12 is for values above
+  check(kVdb, {1000, 0, 5, 3, 5}, 138.24);              // declining only, unless asked
+  check(kVdb, {1000, 0, 5, 3, 5, 2, 0}, 216);
+  check(kVdb, {1000, 300, 5, 1, 4}, 300);  // a cap inside the span
+  check(kVdb, {1000, 0, 5, 0, 5}, 1000);   // the whole life at once
+}
+
+// Two thousand million periods: the limit, or a walk too long to carry out, but an answer.
+TEST(Depreciation, LongWalksEnd) {
+  const auto ends = [](const Keyword& keyword, const Values& v, double limit) {
+    const Answer got = answered(keyword, v);
+    const bool right = got.status == 0 && std::abs(value_of(got) - limit) <= 1e-5 * limit;
+    EXPECT_TRUE(right || got == (Answer{kBad, harness::kMissingBits, -1})) << keyword.name << got;
+  };
+  ends(kDb, {1e6, 0, 2e9, 2e9 + 1, 6}, 0);
+  ends(kDdb, {1e6, 1e5, 2e9, 2e9, 10}, 0);
+  ends(kDdb, {1e6, 0, 2e9, 2e9}, 1e-3 * std::exp(-2));
+  ends(kVdb, {1e6, 0, 2e9, 1e9, 2e9}, 1e6 * (std::exp(-1) - std::exp(-2)));
+  ends(kVdb, {1e6, 0, 2e9, 1e9, 2e9, 2, 0}, 1e6 * std::exp(-1));
+}
+
+}  // namespace
