@@ -12,6 +12,9 @@ namespace vxfnc {
 
 enum class Width : std::uint8_t { kWide, kByte };
 
+// What `copy` writes at the most, and so how much it may copy and needs room for.
+inline constexpr std::int64_t kCopyRoom = 16;
+
 class WideCharacters {
  public:
   using Char = WideChar;
@@ -19,9 +22,7 @@ class WideCharacters {
   explicit WideCharacters(CallEnvironment*) noexcept {}
 
   std::int64_t trim(const Char* s, std::int64_t n) const noexcept { return vxzstrp(s, n); }
-  void copy(const Char* from, std::int64_t n, Char* to, std::int64_t room) const noexcept {
-    vxzsmov(from, n, to, room);
-  }
+  void copy(const Char* from, std::int64_t n, Char* to) const noexcept { vxzsmov(from, n, to, n); }
   void upper(Char* s, std::int64_t n) const noexcept { vxzstup(s, n); }
   std::int64_t erase_blanks(Char* s, std::int64_t n) const noexcept {
     return vxzsdel(s, n, U" ", 1);
@@ -44,10 +45,10 @@ class ByteCharacters {
     if (services_ == nullptr || services_->trim == nullptr) return 0;
     return std::clamp<std::int64_t>(services_->trim(services_, s, n, 0), 0, n);
   }
-  void copy(const Char* from, std::int64_t n, Char* to, std::int64_t room) const noexcept {
-    std::fill_n(to, room, ' ');
+  void copy(const Char* from, std::int64_t n, Char* to) const noexcept {
+    std::fill_n(to, kCopyRoom, ' ');
     std::int64_t copied = 0;
-    if (services_->copy != nullptr) services_->copy(services_, from, n, to, room, &copied, 1);
+    if (services_->copy != nullptr) services_->copy(services_, from, n, to, kCopyRoom, &copied, 1);
   }
   void upper(Char* s, std::int64_t n) const noexcept {
     if (services_->upper != nullptr) services_->upper(services_, s, n, 0);

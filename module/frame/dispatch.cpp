@@ -24,7 +24,6 @@ constexpr std::array<FinancialRow, kKeywordCount> FinancialList = {
 
 namespace {
 
-constexpr std::int64_t kKeywordRoom = 16;
 constexpr std::int64_t kLongestKeyword = 10;
 
 // A keyword packed into two words, so that finding it takes one product and one comparison. Only
@@ -35,14 +34,19 @@ struct PackedKeyword {
   friend bool operator==(const PackedKeyword&, const PackedKeyword&) = default;
 };
 
-// The characters must be below 128 (others make a word that is no keyword), n at most 10.
+// n is at most 10. A character of 128 or above makes a word that is no keyword.
 template <class Char>
 constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
   PackedKeyword word{.head = 0, .tail = static_cast<std::uint64_t>(n) << 32};
-  const auto at = [s](std::int64_t i) { return static_cast<std::uint64_t>(s[i]); };
-  for (std::int64_t i = 0; i < std::min<std::int64_t>(n, 8); ++i) word.head |= at(i) << (8 * i);
-  for (std::int64_t i = 8; i < n; ++i) word.tail |= at(i) << (8 * (i - 8));
-  return word;
+  std::uint64_t all = 0;
+  const auto next = [s, &all](std::int64_t i) {
+    const std::uint64_t c = static_cast<std::make_unsigned_t<Char>>(s[i]);
+    all |= c;
+    return c;
+  };
+  for (std::int64_t i = 0; i < std::min<std::int64_t>(n, 8); ++i) word.head |= next(i) << (8 * i);
+  for (std::int64_t i = 8; i < n; ++i) word.tail |= next(i) << (8 * (i - 8));
+  return all < 128 ? word : PackedKeyword{};
 }
 
 constexpr int kBuckets = 512;
@@ -104,11 +108,9 @@ int keyword_row(const StringValue* keyword, const Characters& characters) noexce
   const std::int64_t n = characters.trim(s, keyword->length);
   if (n < 1 || n > kLongestKeyword) return -1;
 
-  Char buffer[kKeywordRoom];
-  characters.copy(s, n, buffer, kKeywordRoom);
+  Char buffer[kCopyRoom];
+  characters.copy(s, n, buffer);
   characters.upper(buffer, n);
-  const auto is_ascii = [](Char c) { return static_cast<std::make_unsigned_t<Char>>(c) < 128; };
-  if (!std::all_of(buffer, buffer + n, is_ascii)) return -1;
   return find_row(packed(buffer, n));
 }
 

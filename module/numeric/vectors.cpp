@@ -1,6 +1,9 @@
 #include "numeric/vectors.h"
 
 #include <immintrin.h>
+#ifdef __clang__
+#define _Bool bool  // the next header says _Bool, which clang knows in C only
+#endif
 #include <sys/platform/x86.h>
 
 #include <cmath>

@@ -18,11 +18,13 @@ struct CasePair {
 constexpr WideChar kBlank = U' ';
 constexpr WideChar kTableLimit = 0x10000;
 constexpr WideChar kPage = 128;
+static_assert(nbz_metatable[0] == 0, "the first page has the first row, without pairs");
 constexpr int kAuxiliary = -128;  // a delta that sends the character to the list of pairs
 
 // shifts: the deltas of all rows; pairs: the mappings that do not fit a delta.
 WideChar mapped(WideChar c, std::span<const std::int8_t> shifts,
                 std::span<const CasePair> pairs) noexcept {
+  if (c < kPage) return c + static_cast<WideChar>(shifts[c]);
   if (c >= kTableLimit) return c;
   const int row = nbz_metatable[c / kPage];
   if (row < 0) return c;
@@ -56,7 +58,7 @@ std::int64_t vxzstrp(const WideChar* s, std::int64_t n) noexcept {
 void vxzsmov(const WideChar* from, std::int64_t n, WideChar* to, std::int64_t m) noexcept {
   const std::int64_t room = m < 0 ? -1 - m : m;
   const std::int64_t copied = from == nullptr ? 0 : std::min(measured(from, n), room);
-  std::copy_n(from, copied, to);
+  for (std::int64_t i = 0; i < copied; ++i) to[i] = from[i];  // few: a call would cost more
   if (m < 0) {
     to[copied] = 0;
   } else {

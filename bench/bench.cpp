@@ -1,0 +1,143 @@
+// Speed of one evaluation through the loaded module, as a multiple of libm's pow timed in the same
+// run: these ratios, unlike nanoseconds, mean the same on any machine.
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "frame/kernel_records.h"
+#include "services.h"
+
+namespace {
+
+struct Row {
+  const char* keyword;
+  const char* what;
+  std::vector<double> arguments;
+  double limit;  // what we hold ourselves to, in multiples of pow
+};
+
+const Row kRows[] = {
+    {"SLN", "", {10000, 1000, 5}, 2.5},
+    {"SYD", "", {10000, 1000, 10, 5}, 2.5},
+    {"DDB", "period 5 of 10", {10000, 1000, 10, 5}, 4},
+    {"DB", "period 5 of 10", {10000, 1000, 10, 5}, 6},
+    {"VDB", "periods 0 to 5 of 10", {10000, 1000, 10, 0, 5}, 8},
+};
+constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
+
+// A filled call record, its keyword in one of the two widths.
+template <class Char>
+class Record {
+ public:
+  explicit Record(const Row& row)
+      : characters_(row.keyword, row.keyword + std::char_traits<char>::length(row.keyword)),
+        numbers_(row.arguments) {
+    string_ = {0, static_cast<std::int32_t>(characters_.size()), characters_.data()};
+    storage_.resize(vxfnc::kFirstSlotOffset + sizeof(vxfnc::ArgumentSlot) * (numbers_.size() + 1));
+    call()->count = static_cast<std::int32_t>(numbers_.size() + 1);
+    call()->slots()[0] = {vxfnc::kStringArgument, 0, &string_};
+    for (std::size_t i = 0; i < numbers_.size(); ++i) {
+      call()->slots()[i + 1] = {vxfnc::kNumberArgument, 0, &numbers_[i]};
+    }
+  }
+  vxfnc::FinanceCall* call() { return reinterpret_cast<vxfnc::FinanceCall*>(storage_.data()); }
+
+ private:
+  std::basic_string<Char> characters_;
+  std::vector<double> numbers_;
+  vxfnc::StringValue string_{};
+  std::vector<std::byte> storage_;
+};
+
+template <class Char>
+void evaluate(benchmark::State& state, const Row& row, vxfnc::Dispatcher* dispatcher) {
+  Record<Char> record(row);
+  double result = 0.0;
+  for (auto _ : state) {
+    const std::int64_t status = dispatcher(record.call(), &result, vxkernel::call_environment());
+    if (status != 0) state.SkipWithError("the call is refused");
+    benchmark::DoNotOptimize(result);
+  }
+}
+
+void libm_pow(benchmark::State& state) {
+  double base = 1.0525;
+  double exponent = 12.75;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(base);
+    benchmark::DoNotOptimize(exponent);
+    double power = std::pow(base, exponent);
+    benchmark::DoNotOptimize(power);
+  }
+}
+
+// Keeps the median of every benchmark.
+class Medians : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      failed = failed || run.error_occurred;
+      if (run.run_type == Run::RT_Iteration)
+        times_[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
+    }
+  }
+  double operator[](const std::string& name) {
+    std::vector<double>& times = times_.at(name);
+    std::ranges::sort(times);
+    return times[times.size() / 2];
+  }
+  bool failed = false;
+
+ private:
+  std::map<std::string, std::vector<double>> times_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  void* const module = dlopen(VXFNC_MODULE, RTLD_NOW);
+  if (module == nullptr) return std::fprintf(stderr, "%s\n", dlerror()), 1;
+  using Extver = std::int64_t(vxfnc::KernelServices*, std::int64_t*, std::int64_t*);
+  std::int64_t version[2];
+  reinterpret_cast<Extver*>(dlsym(module, "vxextver"))(vxkernel::kernel_handle(), version,
+                                                       version + 1);
+  auto* const wide = reinterpret_cast<vxfnc::Dispatcher*>(dlsym(module, "fncfin"));
+  auto* const byte = reinterpret_cast<vxfnc::Dispatcher*>(dlsym(module, "fncfinS"));
+
+  std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=11",
+                                       "--benchmark_enable_random_interleaving=true",
+                                       "--benchmark_min_time=0.05"};
+  defaults.insert(defaults.end(), argv + 1, argv + argc);
+  std::vector<char*> arguments;
+  for (std::string& argument : defaults) arguments.push_back(argument.data());
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+
+  benchmark::RegisterBenchmark("pow", libm_pow);
+  for (const Row& row : kRows) {
+    const std::string name = row.keyword;
+    benchmark::RegisterBenchmark(name.c_str(), evaluate<char32_t>, row, wide);
+    benchmark::RegisterBenchmark((name + '#').c_str(), evaluate<char>, row, byte);
+  }
+  Medians median;
+  benchmark::RunSpecifiedBenchmarks(&median);
+  if (median.failed) return 1;
+
+  const double pow = median["pow"];
+  std::printf("One evaluation, medians of one run; pow takes %.1f ns.\n\n", pow);
+  std::printf("%-10s %8s %8s %8s   %8s %8s   %s\n", "keyword", "ns", "x pow", "at most", "# / wide",
+              "at most", "of");
+  for (const Row& row : kRows) {
+    const double time = median[row.keyword];
+    const double byte_time = median[std::string(row.keyword) + '#'];
+    std::printf("%-10s %8.1f %8.2f %8.1f   %8.2f %8.1f   %s\n", row.keyword, time, time / pow,
+                row.limit, byte_time / time, kByteLimit, row.what);
+  }
+  return 0;
+}
