@@ -164,7 +164,10 @@ std::uint32_t convert_case(vxfnc::CaseService*, std::uint64_t character, std::ui
 
 // Bytes of 128 and above are parts of UTF-8 characters and have no case of their own.
 std::int32_t upper(vxfnc::ByteStringServices*, char* text, std::int64_t length, std::int64_t) {
-  std::for_each_n(text, length, [](char& c) { c = c >= 'a' && c <= 'z' ? c - 32 : c; });
+  const auto upper_ascii = [](char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+  };
+  std::transform(text, text + length, text, upper_ascii);
   return 0;
 }
 

@@ -144,7 +144,7 @@ struct Generator {
 
   void spoil(double& x) {
     const double edge = of({0, -0.0, 1, -1, -2.5, 1e-300, 1e300, -1e300, 0x1p31, 0x1p53, 0x1p53 - 1,
-                            0x1p53 + 2, -0x1p63, -0x1p64, kNull, kNull, INFINITY, -INFINITY});
+                            0x1p53 + 2, -0x1p63, -0x1p64, kNull, kNull, HUGE_VAL, -HUGE_VAL});
     const double near = x * (1 + of({5e-13, -5e-13, 2e-12, -2e-12}));
     x = of({edge, edge, edge, near, near, x + 0x1p32, x - 0x1p32, x + 0x1p52, x + 0.5, -x, NAN});
   }

@@ -30,7 +30,7 @@ int good_storages() {
     bool fresh = bytes != nullptr && reinterpret_cast<std::uintptr_t>(bytes) % 16 == 0;
     for (std::uint64_t i = 0; fresh && i < size; ++i) fresh = bytes[i] == 0;
     good += fresh ? 1 : 0;
-    std::memset(bytes, 0xFF, size);
+    if (fresh) std::memset(bytes, 0xFF, size);
   }
   good += pool->allocate(pool, ~0ULL, 0) == nullptr ? 100 : 0;  // more than there is
   pool->destroy(pool);
