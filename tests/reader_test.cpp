@@ -114,6 +114,7 @@ TEST(Keywords, TheCatalogueHasTheSameWordsAndCounts) {
     EXPECT_EQ(keyword.word, row.name);
     if (row.maximum == kNoBound) {
       EXPECT_EQ(keyword.most(), catalog::kAnyNumber) << row.name;
+      EXPECT_EQ(row.minimum, 2) << row.name;
     } else {
       EXPECT_EQ(keyword.least() + 1, static_cast<std::size_t>(row.minimum)) << row.name;
       EXPECT_EQ(keyword.most() + 1, static_cast<std::size_t>(row.maximum)) << row.name;

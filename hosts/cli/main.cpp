@@ -22,8 +22,10 @@ class Help : public CLI::Formatter {
 };
 
 // The module beside this command: ../lib/vxfnc.so from the folder it stands in.
-std::string default_module() {
-  const auto command = std::filesystem::read_symlink("/proc/self/exe");
+std::string default_module(const char* called_as) {
+  std::error_code no_proc;
+  auto command = std::filesystem::read_symlink("/proc/self/exe", no_proc);
+  if (no_proc) command = std::filesystem::absolute(called_as);
   return command.parent_path().parent_path() / "lib" / "vxfnc.so";
 }
 
@@ -70,7 +72,7 @@ int run(int argc, char** argv) {
       "Exit status: 0 all well, 1 a calculation failed, 2 the command line is at fault.");
   app.prefix_command();
   std::string calls;
-  std::string module = default_module();
+  std::string module = default_module(argv[0]);
   app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
       ->type_name("FILE");
   app.add_option("--module", module, "Load this module instead of the one beside the command")

@@ -1,0 +1,183 @@
+// Walks the binary interface as a foreign kernel would; every expected word is stated here.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cstdarg>
+#include <map>
+
+#include "harness.h"
+
+using namespace harness;
+namespace {
+
+using Args = std::vector<Argument>;
+constexpr Word n = 0xA5A5A5A5DEADBEEF;  // noise: whatever may be anything
+constexpr Answer kUnmarked = {120836, kUntouched, -1}, kNoKeyword = {120836, kUntouched, 0};
+const Args kPlain = {num(35000), num(5000), num(5)};  // SLN gives 6000
+
+Answer stored(double value) { return {0, std::bit_cast<Word>(value), -1}; }
+Word* at(Word address) { return reinterpret_cast<Word*>(address); }
+Words peek(Word from, int count) { return Words(at(from), at(from) + count); }
+Word symbol(const char* name) { return word(entry(name)); }
+Word run(const char* name, auto... operands) {
+  return reinterpret_cast<Word (*)(decltype(operands)...)>(entry(name))(operands...);
+}
+// In both widths, and a refusal also without a result slot.
+void expect(const Argument& keyword, const Args& args, const Answer& want, int more = 0) {
+  const int count = static_cast<int>(args.size()) + 1 + more;
+  for (const Width width : {Width::wide, Width::byte}) {
+    EXPECT_EQ(call(width, keyword, args, count), want) << testing::PrintToString(keyword.text);
+    EXPECT_EQ(call(width, keyword, args, count, want.status == 0).marked, want.marked);
+  }
+}
+
+// The recording kernel knows an operation by a letter: what it is handed, what it answers.
+std::string order;
+std::map<char, Words> promised;
+std::map<char, Word> answers;
+template <char letter, int count>
+Word operation(Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h) {
+  if (letter == 'P') d = std::string(reinterpret_cast<char*>(d)) == "vxu pool";
+  if (letter == 'J') d = std::u32string(reinterpret_cast<char32_t*>(d)) == U"vxfncwubit Jnl";
+  const int shift = letter == 'J' ? 32 : 0;  // the third option of a journal has 32 bits
+  if (letter == 'P' || letter == 'J') b = at(b)[0] | at(b)[1] | at(b)[2] << shift;
+  if (letter == 'S') d = d != 0;  // an argument list
+  const Words all = {a, b, c, d, e, f, g, h}, handed(all.begin(), all.begin() + count);
+  EXPECT_EQ(handed, promised[letter]) << letter;
+  order += letter;
+  return answers[letter];
+}
+Word fold(Word* self, Word c, Word one) {
+  EXPECT_TRUE(self[31] == word(&fold) && c >= 128 && one == 1) << c;
+  return n << 32 | (c == 0xE9 ? U'S' : c == 0x10428 ? U'L' : c);
+}
+Word forwarded(Word self, Word first, Word second, va_list list) {
+  Words handed = {self, first, second};
+  for (int i = 0; i < 5; ++i) handed.push_back(va_arg(list, Word));
+  EXPECT_TRUE(handed == promised['F'] && va_arg(list, double) == 2.5);
+  return n;
+}
+
+struct Interface : testing::Test {
+  ~Interface() override { run("vxextent", nullptr); }  // other tests run in this process
+};
+
+TEST_F(Interface, RecordsAndVersions) {
+  Words copy(28, n), out(3, n);
+  EXPECT_EQ(run("vxvercn1", &copy[1]), 0u);
+  EXPECT_TRUE(copy[0] == n && copy[27] == n && peek(word(&copy[18]), 9) == Words(9));
+  EXPECT_EQ(peek(word(&copy[1]), 26), peek(symbol("info"), 26));
+  EXPECT_GT(static_cast<std::int64_t>(std::exchange(copy[4], word("seconds"))), 0);
+  std::string info;
+  for (int i = 1; i <= 17; ++i) info = info + reinterpret_cast<char*>(copy[i]) + ';';
+  const testing::Matcher<std::string> form = testing::MatchesRegex(
+      "[^;]+;[^;]+;;seconds;vxfnc;[^;]{8};vxext;[^;]{19};;version;::;;"
+      "QRZ_VERSION_HOTFIX_NUMBER= {39};;[^;=]+= *;[^;]+;[^;]+;");
+  EXPECT_TRUE(form.Matches(info) && std::string(reinterpret_cast<char*>(copy[15])).size() == 65);
+
+  Word* const o = out.data();
+  EXPECT_TRUE(run("vxextver", &copy[0], o, o + 1) == 0 && out == Words({7, 1, n}));
+  EXPECT_EQ(*at(symbol("Exported_VXHandle")), word(&copy[0]));
+  EXPECT_TRUE(run("vxextent", o) == 0 && *at(symbol("Exported_VXHandle")) == word(o));
+  EXPECT_TRUE(run("VXU_EXTNAMEReqVersion", o, o, o + 1, o + 2) == 0 && out == Words({7, 1, 1}));
+  EXPECT_TRUE(run("VXU_EXTNAMEVersion", o, o, o + 1, o + 2) == 0 && out == Words({7, 0, 0}));
+
+  const Words list = peek(*at(symbol("funclist")), 3), rows = peek(list[1], 12);
+  const auto name = [&](int i) { return std::u32string(reinterpret_cast<char32_t*>(rows[i])); };
+  EXPECT_TRUE(list[0] == 2 && name(0) == U"FINANCE" && name(6) == U"FINANCE#");
+  EXPECT_EQ(peek(list[1] + 8, 5), Words({0x0000000200000000, 0x42, 0x200, 0xCA, 0}));
+  EXPECT_EQ(peek(list[1] + 56, 5), peek(list[1] + 8, 5));
+  EXPECT_EQ(peek(list[2], 2), Words({symbol("fncfin"), symbol("fncfinS")}));
+}
+
+TEST_F(Interface, InstancesComeAndGoInOrder) {
+  Word services[] = {0, 0, 0, 0, 0, word(&operation<'J', 4>), word(&operation<'P', 8>)};
+  Word pool[] = {0, 0, word(&operation<'p', 1>), word(&operation<'A', 3>)};
+  Word journal[] = {0, 0, word(&operation<'j', 1>), word(&operation<'c', 1>)};
+  Word caller[] = {0, 0, 0, 0, 0, 0, 0, word(&operation<'S', 4>)};
+  promised = {{'J', {word(services), Word{1} << 62, 0, 1}},
+              {'A', {word(pool), 128, 0x80000000}},
+              {'S', {word(caller), 4, 0xFFFFFFFF803FC002, 1}},
+              {'p', {word(pool)}}};
+  promised['j'] = promised['c'] = {word(journal)};
+  // The failing operation, whether the caller has a journal, the closing flag, then the order.
+  for (const std::string row :
+       {"-10PAJjp", "-01PAJcjp", "J01PAJp", "P10PS", "P00P", "A10PASp", "A00PAp"}) {
+    Words made(16, n);  // words that are not the module's stay as the pool left them
+    answers = {{'P', word(pool)}, {'A', word(made.data())}, {'J', word(journal)}};
+    answers[row[0]] = 0;
+    promised['P'] = {word(services), 0, row[1] == '1' ? word(caller) : 0, 1, ~n, 2, 3, n};
+    const Word instance = run("vxufinan", services, promised['P'][2], ~n, Word{2}, Word{3}, n);
+    ASSERT_EQ(instance, row[0] == 'P' ? 0 : answers['A']) << row;
+    if (instance != 0) {
+      EXPECT_EQ(made, Words({n, n, n, symbol("VXU_EXTNAMEReqVersion"), symbol("VXU_EXTNAMEVersion"),
+                             word(services), symbol("VXU_EXTNAMEDestroy"), n, n, n, n, word(pool),
+                             answers['J'], 0, n, *at(symbol("funclist"))}));
+      made[13] = row[2] == '1';
+      EXPECT_EQ(run("VXU_EXTNAMEDestroy", instance), 0u);
+    }
+    EXPECT_EQ(std::exchange(order, ""), row.substr(3));
+  }
+  const char* const names[] = {"vxlMessageToBuf", "vxlMessageToJnl", "vxlStatusToBuf",
+                               "vxlStatusToJnl", "vxlGetLocale"};
+  for (const std::size_t i : {0, 1, 2, 3, 4}) {
+    Words target(13);
+    target[i == 4 ? 12 : 4 + i] = word(&forwarded);
+    const auto forward = reinterpret_cast<Word (*)(Word*, Word, Word, ...)>(entry(names[i]));
+    promised['F'] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
+    EXPECT_EQ(forward(&target[0], ~n, n, n, n + 1, n + 2, 2.5, n + 3, n + 4), n) << i;
+  }
+}
+
+TEST_F(Interface, KeywordsAndNumbers) {
+  for (const char* good : {"SLN", "sln", "sLn", "SLN   ", "sln                       "})
+    expect(text(good), kPlain, stored(6000));
+  for (const Argument& bad : {text(" SLN"), text(""), null(), Argument{2, false, 3, {}}, text("SL"),
+                              text("SLNX"), text("SLN\t"), text(std::u32string(U"SLN\0", 4)),
+                              text(U"SLN\u00FF"), text("SLN             X")})
+    expect(bad, kPlain, kNoKeyword);
+  for (const int more : {-5, -4, -1, 1}) expect(text("SLN"), kPlain, kUnmarked, more);
+
+  Word handle[28] = {0, 0, 0, 0, 0, 0, word(&operation<'P', 8>)}, cases[32]{};
+  const auto wide = [](std::u32string s) { return call(Width::wide, text(s), kPlain, 4); };
+  EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, by the tables
+  for (char32_t c : {0x131u, 0xFFFFu, 0x10428u, ~0u}) EXPECT_EQ(wide({c, 'R', 'R'}), kNoKeyword);
+  run("vxextent", handle);
+  EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // a handle without a case service
+  cases[31] = word(&fold);
+  handle[27] = word(cases);  // with one, it alone decides from 128 on
+  EXPECT_EQ(wide(U"\u00E9\U00010428n"), stored(6000));
+  EXPECT_EQ(wide(U"\u017Fln"), kNoKeyword);
+
+  for (const Argument& bad : {null(), missing(), num(std::bit_cast<double>(Word{0x7FF8} << 48))})
+    expect(text("SYD"), {num(1), bad, num(5), bad}, {120836, kMissingBits, 2});
+  expect(text("SLN"), {{9, false, 35000, {}}, {0, false, 5000, {}}, num(5)}, stored(6000));
+  // A start of VDB counts by its low 32 bits: at 0 it takes all, at 5, the end, nothing.
+  const auto start = [](double x, Answer want) {
+    expect(text("VDB"), {num(9), num(5), num(5), num(x), num(5)}, want);
+  };
+  for (double x : {0.0, -0.0, 0x1p53, -0x1p62}) start(x, stored(4));
+  for (double x : {5 + 1e-13, 5 + 4e-12, 5 - 0x1p32, 0x1p53 - 0x1p32 + 5}) start(x, stored(0));
+  for (double x : {5 - 1e-13, 5 + 6e-12, 1e-300, 0x1p53 + 2, -0x1p63 - 2048, -1 / 0.0, 1 / 0.0})
+    start(x, {120836, kMissingBits, 4});
+
+  const std::size_t before = mallinfo2().uordblks;
+  for (int i = 0; i < 10000; ++i)
+    call(i % 2 ? Width::wide : Width::byte, "SYD", Args{num(i), num(1), num(i % 5), num(2)});
+  EXPECT_TRUE(order.empty() && mallinfo2().uordblks < before + 10000);  // no pool, no storage
+}
+
+#ifndef VXFNC_SANITIZED  // a sanitizer adds symbols of its own
+TEST(Symbols, OnlyTheInterfaceIsVisible) {
+  const char* const command =  // prints a list that differs, and what is not of the runtime
+      "M='" VXFNC_MODULE
+      "'; { nm -D --defined-only \"$M\" | awk '{print $NF}' | LC_ALL=C sort | xargs | grep -vx '"
+      "Exported_VXHandle VXU_EXTNAMEDestroy VXU_EXTNAMEReqVersion VXU_EXTNAMEVersion fncfin "
+      "fncfinS funclist info vxextent vxextver vxlGetLocale vxlMessageToBuf vxlMessageToJnl "
+      "vxlStatusToBuf vxlStatusToJnl vxufinan vxvercn1'; nm -D --undefined-only \"$M\" | grep -vE "
+      "'@GLIBC|@CXXABI|@GCC| w (_ITM_[A-Za-z]+|__gmon_start__|__cxa_finalize)$'; } | grep ''";
+  EXPECT_NE(std::system(command), 0);
+}
+#endif
+
+}  // namespace
