@@ -180,27 +180,6 @@ TEST(Depreciation, RandomCallsMatchPlainLoops) {
   }
 }
 
-void check(const Keyword& keyword, const Values& v, double figure, int slot = -1) {
-  const Answer answer = modelled(keyword, v);
-  EXPECT_TRUE(answer.marked == slot && std::abs(value_of(answer) - figure) <= 0.005) << answer;
-  EXPECT_TRUE(agree(keyword, v, answer));
-}
-
-TEST(Depreciation, FiguresWorkedByHand) {
-  double period = 0;  // part years at both ends, a rate rounded to 0.319
-  for (double d : {186083.33, 259639.42, 176814.44, 120410.64, 81999.64, 55841.76, 15845.10})
-    check(kDb, {1e6, 1e5, 6, ++period, 7}, d);
-  check(kDb, {1e6, 1e5, 6, 8, 7}, 0, 4);
-  check(kDb, {1e6, 0, 0x1p31 - 1, 1}, 1e6);             // no salvage: a rate of 1
-  check(kSyd, {0x1p30, 0, 0x1p31 - 1, 1}, 1);           // 1 + life leaves 32 bits
-  check(kDdb, {2400, 300, 10, 0x1p32 + 2, -1}, 384);    // low half; a factor that falls back
-  check(kDdb, {2400, 300, 10, 2.9999999999999}, 0, 4);  // 1e-12 is for values above
-  check(kVdb, {1000, 0, 5, 3, 5}, 138.24);              // declining only, unless asked
-  check(kVdb, {1000, 0, 5, 3, 5, 2, 0}, 216);
-  check(kVdb, {1000, 300, 5, 1, 4}, 300);  // a cap inside the span
-  check(kVdb, {1000, 0, 5, 0, 5}, 1000);   // the whole life at once
-}
-
 // Two thousand million periods: the limit, or a walk too long to carry out, but an answer.
 TEST(Depreciation, LongWalksEnd) {
   const auto ends = [](const Keyword& keyword, const Values& v, double limit) {
