@@ -87,10 +87,11 @@ class Medians : public benchmark::ConsoleReporter {
         times_[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
     }
   }
+  // NaN for a benchmark that was filtered out.
   double operator[](const std::string& name) {
-    std::vector<double>& times = times_.at(name);
+    std::vector<double>& times = times_[name];
     std::ranges::sort(times);
-    return times[times.size() / 2];
+    return times.empty() ? NAN : times[times.size() / 2];
   }
   bool failed = false;
 
@@ -135,6 +136,7 @@ int main(int argc, char** argv) {
               "at most", "of");
   for (const Row& row : kRows) {
     const double time = median[row.keyword];
+    if (std::isnan(time)) continue;
     const double byte_time = median[std::string(row.keyword) + '#'];
     std::printf("%-10s %8.1f %8.2f %8.1f   %8.2f %8.1f   %s\n", row.keyword, time, time / pow,
                 row.limit, byte_time / time, kByteLimit, row.what);

@@ -14,6 +14,9 @@ constexpr Argument optional(Argument argument) {
 constexpr Argument repeated(Argument argument) {
   return {argument.name, argument.kind, Presence::kRepeated};
 }
+constexpr Argument any_number(Argument argument) {
+  return {argument.name, argument.kind, Presence::kAnyNumber};
+}
 
 // Arguments that several keywords share, by the field's standard terms.
 constexpr Argument settlement = date("settlement"), maturity = date("maturity"),
@@ -53,7 +56,7 @@ constexpr Keyword kKeywords[] = {
   {"DURATION",   kYears,  {settlement, maturity, number("coupon"), yld, frequency, basis}},
   {"EFFECT",     kRate,   {number("nominal_rate"), npery}},
   {"FV",         kAmount, {rate, nper, pmt, optional(pv), type}},
-  {"FVSCHEDULE", kAmount, {number("principal"), repeated(number("schedule"))}},
+  {"FVSCHEDULE", kAmount, {number("principal"), any_number(number("schedule"))}},
   {"INTRATE",    kRate,   {settlement, maturity, investment, redemption, basis}},
   {"IPMT",       kAmount, {rate, per, nper, pv, optional(fv), type}},
   {"IRR",        kRate,   {repeated(amount)}},
@@ -62,7 +65,7 @@ constexpr Keyword kKeywords[] = {
   {"MIRR",       kRate,   {repeated(amount), number("finance_rate"), number("reinvest_rate")}},
   {"NOMINAL",    kRate,   {number("effect_rate"), npery}},
   {"NPER",       kCount,  {rate, pmt, pv, optional(fv), type}},
-  {"NPV",        kAmount, {rate, repeated(amount)}},
+  {"NPV",        kAmount, {rate, any_number(amount)}},
   {"ODDFPRICE",  kAmount, {settlement, maturity, issue, first_coupon, rate, yld, redemption, frequency, basis}},
   {"ODDFYIELD",  kRate,   {settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency, basis}},
   {"ODDLPRICE",  kAmount, {settlement, maturity, last_interest, rate, yld, redemption, frequency, basis}},
@@ -100,22 +103,25 @@ std::size_t Keyword::number_of(Presence presence) const noexcept {
   return static_cast<std::size_t>(std::ranges::count(arguments(), presence, &Argument::presence));
 }
 
-std::size_t Keyword::least() const noexcept {
-  // A call of a list needs one value at the least, whatever else is required.
-  return std::max<std::size_t>(number_of(Presence::kRequired), 1);
+std::size_t Keyword::number_of_lists() const noexcept {
+  return number_of(Presence::kRepeated) + number_of(Presence::kAnyNumber);
 }
 
-std::size_t Keyword::most() const noexcept {
-  return number_of(Presence::kRepeated) > 0 ? kAnyNumber : size_;
+std::size_t Keyword::least() const noexcept {
+  return number_of(Presence::kRequired) + number_of(Presence::kRepeated);
 }
+
+std::size_t Keyword::most() const noexcept { return number_of_lists() > 0 ? kNoBound : size_; }
 
 const Argument* Keyword::argument_at(std::size_t position, std::size_t count) const noexcept {
   const std::size_t required = number_of(Presence::kRequired);
-  const std::size_t lists = number_of(Presence::kRepeated);
+  const std::size_t lists = number_of_lists();
   const std::size_t list_length = lists == 0 || count < required ? 0 : (count - required) / lists;
   std::size_t passed = 0;
   for (const Argument& argument : arguments()) {
-    passed += argument.presence == Presence::kRepeated ? list_length : 1;
+    const bool is_list =
+        argument.presence == Presence::kRepeated || argument.presence == Presence::kAnyNumber;
+    passed += is_list ? list_length : 1;
     if (position <= passed && position <= count) return &argument;
   }
   return nullptr;

@@ -14,15 +14,15 @@ namespace catalog {
 enum class ArgumentKind : std::uint8_t {
   kNumber,
   kWhole,  // a whole number
-  kDate,   // a whole number of days from 1 January 1960
+  kDate,   // days from 1 January 1960; a whole number but for Treasury bills
   kBasis,  // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
 };
 
 enum class ResultKind : std::uint8_t {
   kAmount,  // money, in the currency of the arguments or per 100 of face value
   kRate,    // a fraction: 0.05 is five percent
-  kDays,
-  kCount,
+  kDays,    // may have a fraction
+  kCount,   // of coupons or periods, may have a fraction
   kYears,
   kDate,
 };
@@ -30,7 +30,8 @@ enum class ResultKind : std::uint8_t {
 enum class Presence : std::uint8_t {
   kRequired,
   kOptional,
-  kRepeated,  // a list: all of its values stand side by side
+  kRepeated,   // a list of one value or more
+  kAnyNumber,  // a list that may be empty
 };
 
 struct Argument {
@@ -50,25 +51,26 @@ class Keyword {
   std::string_view word;
   ResultKind result;
 
-  // Lists stand side by side and are of one length; optional arguments come last.
+  // The values of a list stand side by side; lists are of one length; optional arguments come last.
   [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
     return {arguments_.data(), size_};
   }
   // How many arguments a call may have, the keyword not counted.
   [[nodiscard]] std::size_t least() const noexcept;
-  [[nodiscard]] std::size_t most() const noexcept;  // kAnyNumber: no upper bound
+  [[nodiscard]] std::size_t most() const noexcept;  // kNoBound: any number
   // What stands at a position, counted from 1, of a call with `count` arguments; null beyond the
   // last.
   [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;
 
  private:
   [[nodiscard]] std::size_t number_of(Presence presence) const noexcept;
+  [[nodiscard]] std::size_t number_of_lists() const noexcept;
 
   std::array<Argument, 9> arguments_{};
   std::size_t size_;
 };
 
-inline constexpr std::size_t kAnyNumber = SIZE_MAX;
+inline constexpr std::size_t kNoBound = SIZE_MAX;
 
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;

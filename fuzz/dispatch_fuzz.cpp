@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "catalog.h"
 #include "harness.h"
 
 namespace {
@@ -30,8 +31,7 @@ harness::Argument text(Bytes& in) {
   return harness::text(characters);
 }
 
-// No text: the kernel delivers numbers where numbers are read.
-harness::Argument argument(Bytes& in) {
+harness::Argument number(Bytes& in) {
   const auto kind = in.take<std::uint8_t>() % 16;
   if (kind == 0) return harness::missing();
   if (kind == 1) return harness::null();
@@ -43,11 +43,15 @@ harness::Argument argument(Bytes& in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Bytes in{data, size};
-  constexpr std::string_view kBuilt[] = {"SLN", "SYD", "DB", "DDB", "VDB", "NPV"};
-  const auto row = in.take<std::uint8_t>() % 8;
-  const harness::Argument keyword = row < 6 ? harness::text(kBuilt[row]) : text(in);
-  std::vector<harness::Argument> arguments(in.take<std::uint8_t>() % 10);
-  for (harness::Argument& each : arguments) each = argument(in);
+  const catalog::Keyword& row = catalog::keywords()[in.take<std::uint8_t>() % 54];
+  const auto keyword = in.take<std::uint8_t>() % 8 == 0 ? text(in) : harness::text(row.word);
+  std::vector<harness::Argument> arguments(in.take<std::uint8_t>() % 20);
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    // Texts only for a basis: the kernel delivers numbers where numbers are read.
+    const auto* const expected = row.argument_at(i + 1, arguments.size());
+    const bool may_be_text = expected && expected->kind == catalog::ArgumentKind::kBasis;
+    arguments[i] = may_be_text && in.take<std::uint8_t>() % 2 == 0 ? text(in) : number(in);
+  }
   const auto count = static_cast<std::int32_t>(arguments.size() + 1);
   const harness::Answer wide = call(harness::Width::wide, keyword, arguments, count);
   const harness::Answer byte = call(harness::Width::byte, keyword, arguments, count);

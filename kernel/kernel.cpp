@@ -2,7 +2,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <filesystem>
+#include <mutex>
 #include <new>
 #include <vector>
 
@@ -15,7 +15,8 @@ namespace {
 // The version of the interface that this kernel speaks.
 constexpr Version kInterface = {7, 1, 1};
 
-constexpr std::size_t kSlotsInFrame = 17;  // the keyword and 16 arguments
+constexpr std::size_t kSlotsInFrame = 17;       // the keyword and 16 arguments
+constexpr std::uint64_t kMostFunctions = 1024;  // more is taken for a broken list
 
 struct Function {
   std::string name;
@@ -34,8 +35,9 @@ struct InstanceDestroyer {
 using Instance = std::unique_ptr<vxfnc::ModuleInstance, InstanceDestroyer>;
 
 Library open_library(const std::string& path) {
-  // Absolute, so that the loader takes this file and searches nowhere.
-  Library library(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL));
+  // With a slash, so that the loader takes this file and searches nowhere.
+  const std::string file = path.find('/') == path.npos ? "./" + path : path;
+  Library library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (!library) {
     const char* const why = dlerror();
     throw LoadError("cannot load module " + path + ": " + (why == nullptr ? "unknown" : why));
@@ -182,6 +184,12 @@ struct Kernel::State {
 
 Kernel::Kernel(const std::string& module_path, JournalSink sink)
     : state_(std::make_unique<State>(std::move(sink))) {
+  static std::mutex one_load_at_a_time;
+  const std::lock_guard lock(one_load_at_a_time);
+  const auto require = [&module_path](bool holds, const std::string& complaint) {
+    if (!holds) throw LoadError(module_path + ' ' + complaint);
+  };
+
   Library& library = state_->library = open_library(module_path);
   auto* const vxextver =
       entry_point<std::int64_t(vxfnc::KernelServices*, std::int64_t*, std::int64_t*)>(
@@ -193,24 +201,33 @@ Kernel::Kernel(const std::string& module_path, JournalSink sink)
 
   std::int64_t major = 0;
   std::int64_t minor = 0;
-  vxextver(kernel_handle(), &major, &minor);
-  if (major != kInterface.major || minor != kInterface.minor) {
-    throw LoadError(module_path + " offers version " + std::to_string(major) + '.' +
-                    std::to_string(minor) + " of the interface; this kernel takes " +
-                    std::to_string(kInterface.major) + '.' + std::to_string(kInterface.minor));
-  }
-  state_->instance.reset(vxufinan(&state_->services, nullptr, 0, 0, 0, 0));
-  vxfnc::ModuleInstance* const instance = state_->instance.get();
-  if (instance == nullptr) throw LoadError(module_path + " could not create its instance");
+  require(vxextver(kernel_handle(), &major, &minor) == 0, "does not take the kernel's handle");
+  require(major == kInterface.major && minor == kInterface.minor,
+          "offers version " + std::to_string(major) + '.' + std::to_string(minor) +
+              " of the interface; this kernel takes " + std::to_string(kInterface.major) + '.' +
+              std::to_string(kInterface.minor));
+
+  vxfnc::KernelServices& services = state_->services;
+  vxfnc::Journal* const journal = services.create_journal(&services, nullptr, 0, U"");
+  vxfnc::ModuleInstance* const instance = vxufinan(&services, journal, 0, 0, 0, 0);
+  if (journal != nullptr) journal->destroy(journal);
+  require(instance != nullptr, "could not create its instance");
+  require(instance->destroy != nullptr && instance->required_version != nullptr &&
+              instance->version != nullptr,
+          "has an instance that lacks operations");
+  state_->instance.reset(instance);
   const Version required = asked(instance, instance->required_version);
-  if (required > kInterface) {
-    throw LoadError(module_path + " requires version " + text_of(required) +
-                    " of the interface; this kernel has " + text_of(kInterface));
-  }
+  require(required <= kInterface, "requires version " + text_of(required) +
+                                      " of the interface; this kernel has " + text_of(kInterface));
   state_->version = asked(instance, instance->version);
 
   const vxfnc::FunctionList* const list = instance->functions;
-  for (std::uint64_t i = 0; list != nullptr && i < list->count; ++i) {
+  require(list != nullptr && list->count >= 1 && list->count <= kMostFunctions &&
+              list->descriptors != nullptr && list->dispatchers != nullptr,
+          "has no function list");
+  for (std::uint64_t i = 0; i < list->count; ++i) {
+    require(list->descriptors[i].name != nullptr && list->dispatchers[i] != nullptr,
+            "has a function without name or dispatcher");
     std::string name = ascii(list->descriptors[i].name);
     state_->functions.push_back({name, list->dispatchers[i], name.ends_with('#')});
     state_->names.push_back(std::move(name));

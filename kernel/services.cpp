@@ -150,14 +150,17 @@ std::int32_t get_option(vxfnc::KernelServices*, const vxfnc::WideChar* name, std
   return 0;
 }
 
+locale_t unicode_locale() noexcept {
+  static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  return unicode;
+}
+
 // Upper case by the C library, whatever locale the program has set. The dotless i keeps its form,
 // as in the module's own tables: a keyword reads the same with and without this service.
-std::uint32_t convert_case(vxfnc::CaseService*, std::uint64_t character, std::uint64_t to_upper) {
-  static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+std::uint32_t upper_case(vxfnc::CaseService*, std::uint64_t character, std::uint64_t) {
   constexpr std::uint64_t kDotlessI = 0x131;
   const auto c = static_cast<wint_t>(character);
-  if (unicode == nullptr || character == kDotlessI) return c;
-  return to_upper != 0 ? towupper_l(c, unicode) : towlower_l(c, unicode);
+  return character == kDotlessI ? c : towupper_l(c, unicode_locale());
 }
 
 // ---- Byte strings ------------------------------------------------------------------------------
@@ -201,7 +204,7 @@ std::int32_t trim(vxfnc::ByteStringServices*, const char* text, std::int64_t len
 }  // namespace
 
 vxfnc::KernelServices* kernel_handle() noexcept {
-  static vxfnc::CaseService case_service = {.reserved_0 = {}, .convert = convert_case};
+  static vxfnc::CaseService case_service = {.reserved_0 = {}, .convert = upper_case};
   static vxfnc::KernelServices handle = {
       .reserved_0 = {},
       .create_journal = nullptr,  // journals belong to instances
@@ -209,7 +212,7 @@ vxfnc::KernelServices* kernel_handle() noexcept {
       .reserved_7 = {},
       .get_option = get_option,
       .reserved_15 = {},
-      .case_service = &case_service,
+      .case_service = unicode_locale() == nullptr ? nullptr : &case_service,
   };
   return &handle;
 }

@@ -6,7 +6,7 @@
 //   const auto answer = kernel.evaluate("FINANCE", "SLN", arguments);  // answer.value is 1800
 //
 // Any number of threads may evaluate at once on one kernel. Load and destroy kernels while no
-// other thread evaluates.
+// other thread evaluates: loading hands the module of the whole process its kernel handle.
 #pragma once
 
 #include <compare>
@@ -51,10 +51,10 @@ struct Evaluation {
   [[nodiscard]] bool ok() const noexcept { return status == kSuccess; }
 };
 
-// Characters that the texts of one call, its keyword included, may have together.
+// Bytes that the texts of one call, its keyword included, may have together.
 inline constexpr std::size_t kLongestText = 4096;
 
-// A module that is missing, is no module, or wants or offers another version of the interface.
+// A module that is missing, is no module, is broken, or speaks another version of the interface.
 class LoadError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -67,7 +67,8 @@ struct Version {
   friend auto operator<=>(const Version&, const Version&) = default;
 };
 
-// Takes each line that the module or its journal reports.
+// Takes each line that the module reports, on the thread that reports it and cut at 511 bytes.
+// What it throws is swallowed.
 using JournalSink = std::function<void(std::string_view line)>;
 
 class Kernel {
@@ -76,6 +77,7 @@ class Kernel {
   explicit Kernel(const std::string& module_path, JournalSink sink = {});
   // Destroys the instance, its journal and its pool in this order, then unloads the module.
   ~Kernel();
+  // A kernel that was moved from may only be assigned to or destroyed.
   Kernel(Kernel&&) noexcept;
   Kernel& operator=(Kernel&&) noexcept;
 
@@ -85,8 +87,8 @@ class Kernel {
   [[nodiscard]] std::span<const std::string> functions() const noexcept;
 
   // Evaluates one call. A function whose name ends in # takes its texts as bytes, any other as
-  // wide characters; the answers are the same. A text where a number belongs is refused like a
-  // missing value. Allocates nothing for up to 16 arguments.
+  // wide characters; for texts in ASCII the answers are the same. A text where a number belongs
+  // counts as a missing value. For up to 16 arguments the kernel allocates nothing.
   [[nodiscard]] Evaluation evaluate(std::string_view function, std::string_view keyword,
                                     std::span<const Argument> arguments) const noexcept;
 

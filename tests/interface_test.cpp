@@ -139,7 +139,7 @@ TEST_F(Interface, KeywordsAndNumbers) {
   for (const int more : {-5, -4, -1, 1}) expect(text("SLN"), kPlain, kUnmarked, more);
 
   Word handle[28] = {0, 0, 0, 0, 0, 0, word(&operation<'P', 8>)}, cases[32]{};
-  const auto wide = [](std::u32string s) { return call(Width::wide, text(s), kPlain, 4); };
+  const auto wide = [](const std::u32string& s) { return call(Width::wide, text(s), kPlain, 4); };
   EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, by the tables
   for (char32_t c : {0x131u, 0xFFFFu, 0x10428u, ~0u}) EXPECT_EQ(wide({c, 'R', 'R'}), kNoKeyword);
   run("vxextent", handle);

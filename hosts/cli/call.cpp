@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 
@@ -14,30 +15,35 @@ namespace {
 
 constexpr std::string_view kMissingWord = ".";
 
-template <class Number>
-std::optional<Number> parsed(std::string_view word) noexcept {
-  Number value{};
+// A decimal number. What else the C++ library reads (inf, nan, hexadecimal digits) is text, as is
+// a number too large for a double; one too small is the nearest there is.
+std::optional<double> number_of(std::string_view word) {
+  if (word.starts_with('+')) word.remove_prefix(1);
+  const std::string_view digits = word.starts_with('-') ? word.substr(1) : word;
+  if (digits.empty() || (digits[0] != '.' && (digits[0] < '0' || digits[0] > '9'))) return {};
+  double value = 0.0;
   const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-  if (error != std::errc{} || end != word.data() + word.size()) return std::nullopt;
+  if (end != word.data() + word.size() || error == std::errc::invalid_argument) return {};
+  if (error == std::errc::result_out_of_range)
+    value = std::strtod(std::string(word).c_str(), nullptr);
+  if (!std::isfinite(value)) return {};
   return value;
 }
 
-// A decimal number. What from_chars reads beyond that (inf, nan) is text.
-std::optional<double> number_of(std::string_view word) noexcept {
-  if (word.starts_with('+')) word.remove_prefix(1);
-  const std::string_view digits = word.starts_with('-') ? word.substr(1) : word;
-  const bool is_decimal =
-      !digits.empty() && (digits[0] == '.' || (digits[0] >= '0' && digits[0] <= '9'));
-  return is_decimal ? parsed<double>(word) : std::nullopt;
+std::optional<unsigned> digits_value(std::string_view word) noexcept {
+  unsigned value = 0;
+  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+  if (error != std::errc{} || end != word.data() + word.size()) return {};
+  return value;
 }
 
 // Days from 1 January 1960 of a date YYYY-MM-DD that exists.
 std::optional<double> date_of(std::string_view word) noexcept {
   using namespace std::chrono;
   if (word.size() != 10 || word[4] != '-' || word[7] != '-') return std::nullopt;
-  const auto y = parsed<unsigned>(word.substr(0, 4));
-  const auto m = parsed<unsigned>(word.substr(5, 2));
-  const auto d = parsed<unsigned>(word.substr(8, 2));
+  const auto y = digits_value(word.substr(0, 4));
+  const auto m = digits_value(word.substr(5, 2));
+  const auto d = digits_value(word.substr(8, 2));
   if (!y || !m || !d) return std::nullopt;
   const year_month_day date{year{static_cast<int>(*y)}, month{*m}, day{*d}};
   if (!date.ok()) return std::nullopt;
@@ -59,48 +65,99 @@ std::string_view expected(catalog::ArgumentKind kind) noexcept {
   return "must be 0 to 4, 30/360, ACTUAL, ACT/360, ACT/365 or EU30/360";
 }
 
+// A word as errors show it: without control characters, and no longer than it helps.
+std::string shown(std::string_view word) {
+  constexpr std::size_t kMostShown = 60;
+  std::size_t end = std::min(word.size(), kMostShown);
+  const auto splits_character = [word](std::size_t i) {
+    return i < word.size() && (static_cast<unsigned char>(word[i]) & 0xC0) == 0x80;
+  };
+  while (end > 0 && splits_character(end)) --end;
+  std::string text(word.substr(0, end));
+  std::ranges::replace_if(
+      text, [](unsigned char c) { return c < ' ' || c == 127; }, '?');
+  return end < word.size() ? text + "..." : text;
+}
+
+std::string counted(std::size_t least, std::size_t most) {
+  const std::string at_least = std::to_string(least);
+  if (most == catalog::kNoBound) return at_least + " or more arguments";
+  if (most == least) return at_least + " arguments";
+  return at_least + (most == least + 1 ? " or " : " to ") + std::to_string(most) + " arguments";
+}
+
+using Arguments = std::span<const vxkernel::Argument>;
+
+// Names an argument, its value and what is wrong with it.
+std::string refused(const catalog::Keyword& keyword, std::size_t position,
+                    std::span<const std::string> words, std::string_view complaint) {
+  const catalog::Argument* const argument = keyword.argument_at(position, words.size() - 1);
+  const std::string title = argument == nullptr ? "" : " (" + std::string(argument->name) + ')';
+  return std::string(keyword.word) + ": argument " + std::to_string(position) + title + " is " +
+         shown(words[position]) + ": " + std::string(complaint);
+}
+
+catalog::ArgumentKind kind_at(const catalog::Keyword& keyword, std::size_t position,
+                              Arguments arguments) noexcept {
+  const catalog::Argument* const argument = keyword.argument_at(position, arguments.size());
+  return argument == nullptr ? catalog::ArgumentKind::kNumber : argument->kind;
+}
+
+// What is wrong before the call is even tried: the keyword, the number of arguments, or a text that
+// stands where only numbers and dates are read.
+std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
+                                            std::span<const std::string> words,
+                                            Arguments arguments) {
+  if (keyword == nullptr) return shown(words[0]) + ": no such keyword";
+  if (arguments.size() < keyword->least() || arguments.size() > keyword->most()) {
+    return std::string(keyword->word) + ": takes " + counted(keyword->least(), keyword->most()) +
+           ", not " + std::to_string(arguments.size());
+  }
+  for (std::size_t i = 1; i <= arguments.size(); ++i) {
+    const auto kind = kind_at(*keyword, i, arguments);
+    const bool is_text = arguments[i - 1].kind == vxkernel::Argument::Kind::kText;
+    if (is_text && kind != catalog::ArgumentKind::kBasis) {
+      return refused(*keyword, i, words, expected(kind));
+    }
+  }
+  return std::nullopt;
+}
+
 // Why an argument was refused, in the order in which the module looks at it.
 std::string_view reason(catalog::ArgumentKind kind, const vxkernel::Argument& argument) noexcept {
   using enum catalog::ArgumentKind;
-  if (kind == kBasis || argument.kind == vxkernel::Argument::Kind::kText) return expected(kind);
+  if (kind == kBasis) return expected(kind);
   if (std::isnan(argument.number)) return "must not be missing";
   const bool needs_whole = kind == kWhole || kind == kDate;
   if (needs_whole && argument.number != std::trunc(argument.number)) return expected(kind);
   return "outside the allowed range";
 }
 
-std::string counted(std::size_t least, std::size_t most) {
-  const std::string at_least = std::to_string(least);
-  if (most == catalog::kAnyNumber) return at_least + " or more arguments";
-  if (least == most) return at_least + " arguments";
-  return at_least + " to " + std::to_string(most) + " arguments";
-}
-
 // What went wrong with an evaluation that failed.
-std::string failure(const vxkernel::Evaluation& answer, std::span<const std::string> words,
-                    std::span<const vxkernel::Argument> arguments) {
-  const catalog::Keyword* const keyword = catalog::find(words[0]);
-  if (keyword == nullptr) return words[0] + ": no such keyword";
-  const std::string name(keyword->word);
-  const std::size_t count = arguments.size();
-  if (answer.marked < 1) {
-    if (count < keyword->least() || count > keyword->most()) {
-      return name + ": takes " + counted(keyword->least(), keyword->most()) + ", not " +
-             std::to_string(count);
-    }
-    return name + ": the calculation cannot be carried out";
+std::string complaint_after(const vxkernel::Evaluation& answer, const catalog::Keyword& keyword,
+                            std::span<const std::string> words, Arguments arguments) {
+  if (answer.marked >= 1) {
+    const auto position = static_cast<std::size_t>(answer.marked);
+    const std::string_view complaint =
+        answer.status == vxkernel::kTextTooLong
+            ? "too long"
+            : reason(kind_at(keyword, position, arguments), arguments[position - 1]);
+    return refused(keyword, position, words, complaint);
   }
-  const auto position = static_cast<std::size_t>(answer.marked);
-  const catalog::Argument* const argument = keyword->argument_at(position, count);
-  const std::string title = argument == nullptr ? "" : " (" + std::string(argument->name) + ')';
-  const auto kind = argument == nullptr ? catalog::ArgumentKind::kNumber : argument->kind;
-  return name + ": argument " + std::to_string(position) + title + " is " + words[position] + ": " +
-         std::string(reason(kind, arguments[position - 1]));
+  const std::string name = std::string(keyword.word) + ": ";
+  switch (answer.status) {
+    case vxkernel::kUnknownFunction:
+      return name + "the module has no function FINANCE";
+    case vxkernel::kOutOfStorage:
+      return name + "not enough storage for so many arguments";
+    default:
+      return name + "the calculation cannot be carried out";
+  }
 }
 
 }  // namespace
 
-vxkernel::Argument argument_of(std::string_view word) noexcept {
+vxkernel::Argument argument_of(std::string_view word) {
   if (word == kMissingWord) return vxkernel::Argument::missing();
   if (const auto number = number_of(word)) return *number;
   if (const auto date = date_of(word)) return *date;
@@ -121,7 +178,7 @@ std::string digits_of(double value) {
 }
 
 std::vector<std::string> words_of(std::string_view line) {
-  constexpr std::string_view kBlanks = " \t\r";
+  constexpr std::string_view kBlanks = " \t\r\f\v";
   std::vector<std::string> words;
   for (std::size_t at = line.find_first_not_of(kBlanks); at < line.size();
        at = line.find_first_not_of(kBlanks, at)) {
@@ -141,9 +198,12 @@ Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> wo
   std::vector<vxkernel::Argument> arguments;
   arguments.reserve(words.size());
   for (const std::string& word : words.subspan(1)) arguments.push_back(argument_of(word));
-  const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", words[0], arguments);
+  const catalog::Keyword* const keyword = catalog::find(words[0]);
+  if (const auto complaint = complaint_before(keyword, words, arguments))
+    return {false, *complaint};
+  const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", keyword->word, arguments);
   if (answer.ok()) return {true, digits_of(answer.value)};
-  return {false, failure(answer, words, arguments)};
+  return {false, complaint_after(answer, *keyword, words, arguments)};
 }
 
 }  // namespace cli

@@ -12,7 +12,7 @@ namespace cli {
 
 // The argument that a word stands for: a number, an ISO date (its days from 1 January 1960), a
 // full stop for the missing value; anything else is text. A text refers to the word.
-vxkernel::Argument argument_of(std::string_view word) noexcept;
+vxkernel::Argument argument_of(std::string_view word);
 
 // Shortest digits that read back to the same double; a full stop for a missing value.
 std::string digits_of(double value);
@@ -26,7 +26,8 @@ struct Outcome {
   std::string text;  // the result, or what went wrong
 };
 
-// Evaluates keyword and arguments. The error names keyword, argument and value.
+// Evaluates keyword and arguments. The error names keyword, argument and value. A text where only
+// numbers and dates are read is refused before the call, also where a missing value would do.
 Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> words);
 
 }  // namespace cli

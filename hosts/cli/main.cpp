@@ -1,5 +1,7 @@
 // The command `finance`: evaluates calls of the host function FINANCE.
 // Results go to standard output, everything else to standard error.
+#include <sys/auxv.h>
+
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +12,8 @@
 #include "call.h"
 
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2 };
 
@@ -22,11 +26,9 @@ class Help : public CLI::Formatter {
 };
 
 // The module beside this command: ../lib/vxfnc.so from the folder it stands in.
-std::string default_module(const char* called_as) {
-  std::error_code no_proc;
-  auto command = std::filesystem::read_symlink("/proc/self/exe", no_proc);
-  if (no_proc) command = std::filesystem::absolute(called_as);
-  return command.parent_path().parent_path() / "lib" / "vxfnc.so";
+std::string default_module() {
+  const auto command = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  return std::filesystem::canonical(command).parent_path().parent_path() / "lib" / "vxfnc.so";
 }
 
 int evaluate_one(const vxkernel::Kernel& kernel, const std::vector<std::string>& words) {
@@ -45,6 +47,7 @@ int evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines, const st
   int exit_code = kAllWell;
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
+    if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
     cli::Outcome outcome{false, {}};
     try {
       const std::vector<std::string> words = cli::words_of(line);
@@ -59,7 +62,17 @@ int evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines, const st
       exit_code = kCalculationFailed;
     }
   }
+  if (lines.bad()) throw std::runtime_error("cannot read " + name);
   return exit_code;
+}
+
+int evaluate(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
+             const std::string& calls) {
+  if (!words.empty()) return evaluate_one(kernel, words);
+  if (calls == "-") return evaluate_lines(kernel, std::cin, calls);
+  std::ifstream file(calls);
+  if (!file) throw std::runtime_error("cannot read " + calls);
+  return evaluate_lines(kernel, file, calls);
 }
 
 int run(int argc, char** argv) {
@@ -72,34 +85,32 @@ int run(int argc, char** argv) {
       "Exit status: 0 all well, 1 a calculation failed, 2 the command line is at fault.");
   app.prefix_command();
   std::string calls;
-  std::string module = default_module(argv[0]);
-  app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
-      ->type_name("FILE");
+  std::string module = default_module();
+  const CLI::Option* const calls_option =
+      app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
+          ->type_name("FILE");
   app.add_option("--module", module, "Load this module instead of the one beside the command")
       ->type_name("FILE");
   app.set_version_flag("--version", "finance " VXFNC_VERSION);
 
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kAllWell : kUsage;
+  } catch (const CLI::Success& help_or_version) {
+    return app.exit(help_or_version);
   }
-  const std::vector<std::string> words = app.remaining();
-  const bool has_option_left = !words.empty() && words[0].starts_with('-');
-  if (has_option_left || calls.empty() == words.empty()) {
-    std::cerr << "finance: "
-              << (has_option_left ? "no such option: " + words[0]
-                                  : "give either a keyword or --calls FILE")
-              << "\nRun `finance --help` for what it takes.\n";
-    return kUsage;
+  std::vector<std::string> words = app.remaining();
+  if (!words.empty() && words[0] == "--") {
+    words.erase(words.begin());
+  } else if (!words.empty() && words[0].starts_with('-')) {
+    throw CLI::ExtrasError({words[0]});
+  }
+  if ((calls_option->count() == 0) == words.empty()) {
+    throw CLI::RequiredError("either a keyword or --calls FILE");
   }
 
-  const vxkernel::Kernel kernel(module);
-  if (calls.empty()) return evaluate_one(kernel, words);
-  if (calls == "-") return evaluate_lines(kernel, std::cin, calls);
-  std::ifstream file(calls);
-  if (!file) throw std::runtime_error("cannot read " + calls);
-  return evaluate_lines(kernel, file, calls);
+  const int exit_code = evaluate(vxkernel::Kernel(module), words, calls);
+  if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");
+  return exit_code;
 }
 
 }  // namespace
@@ -108,6 +119,9 @@ int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   try {
     return run(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    std::cerr << "finance: " << error.what() << "\nRun `finance --help` for what it takes.\n";
+    return kUsage;
   } catch (const std::exception& error) {
     std::cerr << "finance: " << error.what() << '\n';
     return kUsage;
