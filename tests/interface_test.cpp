@@ -167,17 +167,4 @@ TEST_F(Interface, KeywordsAndNumbers) {
   EXPECT_TRUE(order.empty() && mallinfo2().uordblks < before + 10000);  // no pool, no storage
 }
 
-#ifndef VXFNC_SANITIZED  // a sanitizer adds symbols of its own
-TEST(Symbols, OnlyTheInterfaceIsVisible) {
-  const char* const command =  // prints a list that differs, and what is not of the runtime
-      "M='" VXFNC_MODULE
-      "'; { nm -D --defined-only \"$M\" | awk '{print $NF}' | LC_ALL=C sort | xargs | grep -vx '"
-      "Exported_VXHandle VXU_EXTNAMEDestroy VXU_EXTNAMEReqVersion VXU_EXTNAMEVersion fncfin "
-      "fncfinS funclist info vxextent vxextver vxlGetLocale vxlMessageToBuf vxlMessageToJnl "
-      "vxlStatusToBuf vxlStatusToJnl vxufinan vxvercn1'; nm -D --undefined-only \"$M\" | grep -vE "
-      "'@GLIBC|@CXXABI|@GCC| w (_ITM_[A-Za-z]+|__gmon_start__|__cxa_finalize)$'; } | grep ''";
-  EXPECT_NE(std::system(command), 0);
-}
-#endif
-
 }  // namespace

@@ -28,9 +28,7 @@ TEST(WideText, TrimsCopiesAndDeletes) {
   EXPECT_EQ(to, U"ACT/360  ");
   EXPECT_EQ(vxzsdel(to.data(), 9, U"A", 0), 9);
   EXPECT_EQ(vxzsdel(to.data(), -1, U"A/ ", -1), 5);
-  EXPECT_EQ(to, std::u32string(U"CT360\0"
-                               "0  ",
-                               9));
+  EXPECT_EQ(to, std::u32string(U"CT360") + U'\0' + U"0  ");
 }
 
 TEST(WideText, MapsCaseAsTheDatabaseSays) {
