@@ -3,14 +3,14 @@
 // The first refusal wins: it stores MISSING, marks the argument and fixes the status. Every later
 // reading is then a no-op that answers a value inside the range it promises, so that a handler may
 // go on to its one check, `if (!in.ok()) return in.status();`. The order of lines is therefore the
-// order of refusals. Slots count the keyword as 0. Rates are fractions, dates are day numbers.
+// order of refusals. Slots count the keyword as 0; dates are answered as day numbers.
 #pragma once
 
 #include <cmath>
 #include <cstdint>
 
 #include "calendar/basis.h"
-#include "calendar/day_number.h"
+#include "calendar/calendar.h"
 #include "frame/characters.h"
 #include "frame/kernel_records.h"
 
@@ -96,7 +96,7 @@ class Reader {
   // A choice such as a payment type: a 32-bit whole number without any tolerance. The fallback
   // also stands in for an absent or missing one.
   std::int32_t choice_if_any(std::int64_t slot, std::int32_t fallback) noexcept {
-    if (!ok() || !has_number(slot)) return fallback;
+    if (!has_number(slot)) return fallback;
     const double value = *number_at(slot);
     if (!require(fits_32_bits(value) && value == std::trunc(value), slot)) return fallback;
     return static_cast<std::int32_t>(value);

@@ -1,0 +1,107 @@
+// Calendar dates and day numbers. The host passes dates as whole days from 1 January 1960; the
+// engine counts days on the astronomical scale, as Julian day numbers, and knows the proleptic
+// Gregorian calendar without a year 0: year -1 is followed by year 1.
+//
+// Nothing here validates. Day numbers are exact from 0 (24 November of year -4714) to the years
+// that 32 bits hold; beyond, the answers are defined but no dates.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+namespace vxfnc {
+
+inline constexpr std::int64_t kDayNumberOfDateZero = 2436935;  // 1 January 1960
+
+struct CalendarDate {
+  std::int32_t day;         // [1, 31]
+  std::int32_t month;       // [1, 12]
+  std::int32_t year;        // never 0
+  std::int64_t dayNumber;   // describes the same day
+  std::int32_t anchorDay;   // the day that stepped dates aim at; 0 or less: `day`
+  std::int32_t endOfMonth;  // 1 when `day` was the month's last when the record was filled
+};
+
+enum DateOrder : int { kEarlier = 1, kSameDay = 2, kLater = 3 };
+
+// Compares day numbers only.
+constexpr DateOrder zCompareDates(const CalendarDate& a, const CalendarDate& b) noexcept {
+  if (a.dayNumber == b.dayNumber) return kSameDay;
+  return a.dayNumber < b.dayNumber ? kEarlier : kLater;
+}
+
+// Two leap-year rules are in force. This one, the Gregorian, is the engine's: month lengths, year
+// lengths, schedules. The host-format conversions (host_dates.h) follow the kernel, for which years
+// divisible by 4000 are common years too; the two agree until 29 February 4000.
+constexpr bool is_gregorian_leap_year(std::int64_t year) noexcept {
+  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+// Days in the month; 31 for a month number that is none.
+constexpr std::int32_t zlastDay(std::int32_t year, std::int32_t month) noexcept {
+  if (month == 2) return is_gregorian_leap_year(year) ? 29 : 28;
+  return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
+}
+
+constexpr void ToTheFirstOfTheNextMonth(CalendarDate& date) noexcept {
+  date.day = 1;
+  if (date.month == 12) {
+    date.month = 1;
+    ++date.year;
+  } else {
+    ++date.month;
+  }
+}
+
+// Fills dayNumber from day, month and year.
+constexpr void ConvertDateToJulian(CalendarDate& date) noexcept {
+  std::int64_t y = date.year;
+  if (y < 0) y = y + 1;
+  const std::int64_t m = date.month;
+  const std::int64_t a = (m - 14) / 12;  // -1 in January and February
+  date.dayNumber = 1461 * (y + 4800 + a) / 4 + 367 * (m - 2 - 12 * a) / 12 -
+                   3 * ((y + 4900 + a) / 100) / 4 + date.day - 32075;
+}
+
+// Fills day, month and year of a day number; the year keeps its low 32 bits.
+constexpr void ConvertJulianToDate(CalendarDate& date, std::int64_t day_number) noexcept {
+  // No day number that is further out is a date, and none closer leaves 64 bits.
+  constexpr std::int64_t kFarthest = std::int64_t{1} << 60;
+  std::int64_t l = std::clamp(day_number, -kFarthest, kFarthest) + 68569;
+  const std::int64_t n = 4 * l / 146097;
+  l = l - (146097 * n + 3) / 4;
+  const std::int64_t i = 4000 * (l + 1) / 1461001;
+  l = l - 1461 * i / 4 + 31;
+  const std::int64_t k = 80 * l / 2447;
+  date.day = static_cast<std::int32_t>(l - 2447 * k / 80);
+  l = k / 11;
+  date.month = static_cast<std::int32_t>(k + 2 - 12 * l);
+  std::int64_t year = 100 * (n - 49) + i + l;
+  if (year < 1) year = year - 1;
+  date.year = static_cast<std::int32_t>(year);
+}
+
+// Fills a record of which only dayNumber is set. Every calculation calls it on its dates first.
+constexpr void zgetMonthDayYear(CalendarDate& date) noexcept {
+  ConvertJulianToDate(date, date.dayNumber);
+  date.endOfMonth = date.day == zlastDay(date.year, date.month) ? 1 : 0;
+  date.anchorDay = date.day;
+  ConvertDateToJulian(date);
+}
+
+// The record of a day number.
+constexpr CalendarDate date_of_day(std::int64_t day_number) noexcept {
+  CalendarDate date{};
+  date.dayNumber = day_number;
+  zgetMonthDayYear(date);
+  return date;
+}
+
+static_assert(zlastDay(1900, 2) == 28 && zlastDay(2000, 2) == 29 && zlastDay(4000, 2) == 29);
+static_assert(date_of_day(kDayNumberOfDateZero).year == 1960);
+static_assert(date_of_day(kDayNumberOfDateZero - 1).day == 31);
+static_assert(date_of_day(1721426).year == 1 && date_of_day(1721425).year == -1);
+static_assert(date_of_day(0).year == -4714 && date_of_day(0).month == 11);
+static_assert(date_of_day(0).dayNumber == 0 && date_of_day(3182029).dayNumber == 3182029);
+
+}  // namespace vxfnc

@@ -1,0 +1,118 @@
+#include "calendar/host_dates.h"
+
+#include <cmath>
+#include <optional>
+
+#include "calendar/calendar.h"
+#include "frame/kernel_handle.h"
+
+namespace vxfnc {
+namespace {
+
+constexpr double kFirstYear = 1582.0;
+constexpr double kLastYear = 20000.0;
+
+// Month lengths, January first. February holds 0: its users add 28 and the leap-year bit.
+constexpr std::int32_t dpm[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+constexpr int leap_bit(std::int64_t year) noexcept {
+  return is_gregorian_leap_year(year) && year % 4000 != 0 ? 1 : 0;
+}
+
+constexpr int length_of(int month, std::int64_t year) noexcept {
+  return month == 2 ? 28 + leap_bit(year) : dpm[month - 1];
+}
+
+// The date value of the day before 1 January of a year.
+constexpr std::int64_t before(std::int64_t year) noexcept {
+  const std::int64_t y = year - 1;
+  return 365 * year + y / 4 - y / 100 + y / 400 - y / 4000 - 715875;
+}
+static_assert(before(1960) == -1 && before(1582) == -138062 && before(20001) == 6589335);
+
+// The first of the hundred years that two-digit years stand for.
+std::int64_t year_cutoff() noexcept {
+  constexpr std::int64_t kDefault = 1950;
+  constexpr std::uint64_t kInteger = 3;
+  std::int64_t cutoff = kDefault;
+  std::uint64_t size = sizeof cutoff;
+  if (Exported_VXHandle != nullptr && Exported_VXHandle->get_option != nullptr) {
+    Exported_VXHandle->get_option(Exported_VXHandle, U"VX_NAME_YEARCUTOFF", 18, kInteger, &cutoff,
+                                  &size);
+  }
+  constexpr std::int64_t kNoYear = 1000000;  // what is further out is no year
+  return cutoff > -kNoYear && cutoff < kNoYear ? cutoff : kDefault;
+}
+
+std::int64_t widened(std::int64_t year) noexcept {
+  if (year > 99) return year;
+  const std::int64_t cutoff = year_cutoff();
+  const std::int64_t r = cutoff % 100;
+  return cutoff - r + year + (year < r ? 100 : 0);
+}
+
+struct YearAndDay {
+  std::int64_t year;
+  double day;  // of the year
+};
+
+// Takes a Julian number apart; nothing when it is rejected.
+std::optional<YearAndDay> parted(double julian) noexcept {
+  if (!(julian > 0.0 && julian <= kLastYear * 1000.0 + 365.0)) return std::nullopt;
+  std::int64_t year = static_cast<std::int64_t>(julian) / 1000;
+  const double day = julian - 1000.0 * static_cast<double>(year);
+  if ((year > 99 && static_cast<double>(year) < kFirstYear) || day > 366.0) return std::nullopt;
+  year = widened(year);
+  if (day > 365.0 + leap_bit(year)) return std::nullopt;
+  return YearAndDay{year, day};
+}
+
+}  // namespace
+}  // namespace vxfnc
+
+using vxfnc::MISSING;
+
+double vxfmtzjulymd(double year, double month, double day) {
+  const bool is_month_and_day = month >= 1.0 && month <= 12.0 && day >= 1.0 && day <= 31.0;
+  const bool is_year =
+      year >= 0.0 && year <= vxfnc::kLastYear && (year <= 99.0 || year >= vxfnc::kFirstYear);
+  if (!is_month_and_day || !is_year) return MISSING;
+  const std::int64_t y = vxfnc::widened(static_cast<std::int64_t>(year));
+  const int m = static_cast<int>(month);
+  if (day > vxfnc::length_of(m, y)) return MISSING;
+  std::int64_t day_of_year = static_cast<std::int64_t>(day);
+  for (int earlier = 1; earlier < m; ++earlier) day_of_year += vxfnc::length_of(earlier, y);
+  return static_cast<double>(y * 1000 + day_of_year);
+}
+
+double vxfmtzdatjul(double julian) {
+  const auto date = vxfnc::parted(julian);
+  return date ? date->day + static_cast<double>(vxfnc::before(date->year)) : MISSING;
+}
+
+void vxfmtzymdjul(double* year, double* month, double* day, double julian) {
+  const auto date = vxfnc::parted(std::trunc(julian));
+  *year = *month = *day = MISSING;
+  if (!date) return;
+  int m = 1;
+  double left = date->day;
+  for (; m < 12 && left > vxfnc::length_of(m, date->year); ++m) {
+    left -= vxfnc::length_of(m, date->year);
+  }
+  *year = static_cast<double>(date->year);
+  *month = m;
+  *day = left;
+}
+
+double vxfmtzjuldat(double date) {
+  if (std::isnan(date)) return date;
+  if (!(date > static_cast<double>(vxfnc::before(1582)) &&
+        date < static_cast<double>(vxfnc::before(20001)) + 1.0)) {
+    return MISSING;
+  }
+  const auto day = static_cast<std::int64_t>(std::floor(date));
+  // A year too early at the most: the years are no longer than the divisor makes them.
+  std::int64_t year = 1960 + day / 366 - 1;
+  while (vxfnc::before(year + 1) < day) ++year;
+  return static_cast<double>(year * 1000 + day - vxfnc::before(year));
+}
