@@ -173,18 +173,32 @@ TEST(Depreciation, RandomCallsMatchPlainLoops) {
   }
 }
 
-// Two thousand million periods: the limit, or a walk too long to carry out, but an answer.
-TEST(Depreciation, LongWalksEnd) {
-  const auto ends = [](const Keyword& keyword, const Values& v, double limit) {
-    const Answer got = answered(keyword, v);
-    const bool right = got.status == 0 && std::abs(value_of(got) - limit) <= 1e-5 * limit;
-    EXPECT_TRUE(right || got == (Answer{kBad, harness::kMissingBits, -1})) << keyword.name << got;
+// Edges that chance does not meet, and walks over thousands of millions of periods: each settles at
+// once, or is too long to carry out and fails with nothing marked.
+TEST(Depreciation, EdgesAndLongWalks) {
+  const double failed = kMissing, far = 2e9, most = 0x1p24;
+  // clang-format off
+  const struct { const Keyword& keyword; Values values; double wanted; int marked; } rows[] = {
+      {kDb, {1e6, 0, 0x1p31 - 1, 1}, 1e6, -1},            {kDb, {1e6, 0, far, far + 1, 6}, 0, -1},
+      {kDb, {10000, 2545, 1, 1}, 7460, -1},               {kDb, {10000, 3275, 1, 1}, 6720, -1},
+      {kDb, {0, 0, far, far}, NAN, -1},                   {kSyd, {1e308, 0, 2, 2}, HUGE_VAL, -1},
+      {kDdb, {1e6, 1e5, far, far, 1e9}, 0, -1},           {kDdb, {100, 0, far, far, HUGE_VAL}, NAN, -1},
+      {kDdb, {1e6, 0, most + 1, most + 1}, failed, -1},   {kVdb, {1000, 0, 5, 6, 0}, failed, 4},
+      {kVdb, {1e6, 0, far, far, 1e9}, 0, -1},             {kVdb, {1e6, -1e6, far, 0, 1.9e9, 1e9}, 1e6, -1},
+      {kVdb, {1e6, -1e6, far, 1e9, 1.9e9, 1e9}, 0, -1},   {kVdb, {1e6, 1e5, far, 0, 1.9e9, 1e9, 0}, 9e5, -1},
+      {kVdb, {1e6, 0, far, 1e9, far}, failed, -1},        {kVdb, {1e6, 0, far, 1e9, far, 2, 0}, failed, -1},
   };
-  ends(kDb, {1e6, 0, 2e9, 2e9 + 1, 6}, 0);
-  ends(kDdb, {1e6, 1e5, 2e9, 2e9, 10}, 0);
-  ends(kDdb, {1e6, 0, 2e9, 2e9}, 1e-3 * std::exp(-2));
-  ends(kVdb, {1e6, 0, 2e9, 1e9, 2e9}, 1e6 * (std::exp(-1) - std::exp(-2)));
-  ends(kVdb, {1e6, 0, 2e9, 1e9, 2e9, 2, 0}, 1e6 * std::exp(-1));
+  // clang-format on
+  for (const auto& [keyword, values, wanted, marked] : rows) {
+    const Answer got = answered(keyword, values);
+    const bool same = std::isnan(wanted) ? std::isnan(std::bit_cast<double>(got.bits))
+                                         : std::bit_cast<double>(got.bits) == wanted;
+    const bool refused = got.bits == harness::kMissingBits;
+    EXPECT_TRUE(same && refused == (got.status != 0) && got.marked == marked)
+        << keyword.name << testing::PrintToString(values) << got;
+  }
+  const Answer longest = answered(kDdb, {1e6, 0, most, most});
+  EXPECT_EQ(longest, modelled(kDdb, {1e6, 0, most, most}));
 }
 
 }  // namespace

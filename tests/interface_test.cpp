@@ -118,6 +118,7 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
     }
     EXPECT_EQ(std::exchange(order, ""), row.substr(3));
   }
+  EXPECT_EQ(run("vxufinan", Word{0}, Word{0}, n, n, n, n), 0u);  // neither services nor journal
   const char* const names[] = {"vxlMessageToBuf", "vxlMessageToJnl", "vxlStatusToBuf",
                                "vxlStatusToJnl", "vxlGetLocale"};
   for (const std::size_t i : {0, 1, 2, 3, 4}) {
@@ -126,6 +127,7 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
     const auto forward = reinterpret_cast<Word (*)(Word*, Word, Word, ...)>(entry(names[i]));
     promised['F'] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
     EXPECT_EQ(forward(&target[0], ~n, n, n, n + 1, n + 2, 2.5, n + 3, n + 4), n) << i;
+    EXPECT_TRUE(forward(nullptr, n, n) == 0 && forward(&Words(13)[0], n, n) == 0);
   }
 }
 
@@ -136,16 +138,24 @@ TEST_F(Interface, KeywordsAndNumbers) {
                               text("SLNX"), text("SLN\t"), text(std::u32string(U"SLN\0", 4)),
                               text(U"SLN\u00FF"), text("SLN             X")})
     expect(bad, kPlain, kNoKeyword);
+  expect(text(std::string(4000, 'A')), kPlain, kNoKeyword);
+  expect(num(5), kPlain, kNoKeyword);
+  expect(text("SLX"), {}, kUnmarked, -1);  // not even a keyword
   for (const int more : {-5, -4, -1, 1}) expect(text("SLN"), kPlain, kUnmarked, more);
+  for (const Width width : {Width::wide, Width::byte})
+    EXPECT_EQ(call(width, text("SLN"), kPlain, 4, false), (Answer{0, kUntouched, -1}));
 
   Word handle[28] = {0, 0, 0, 0, 0, 0, word(&operation<'P', 8>)}, cases[32]{};
   const auto wide = [](const std::u32string& s) { return call(Width::wide, text(s), kPlain, 4); };
   EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, by the tables
   for (char32_t c : {0x131u, 0xFFFFu, 0x10428u, ~0u}) EXPECT_EQ(wide({c, 'R', 'R'}), kNoKeyword);
+  EXPECT_EQ(wide({0x4C53, 0, 'N'}), kNoKeyword);  // whose low bytes spell SLN
   run("vxextent", handle);
-  EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // a handle without a case service
-  cases[31] = word(&fold);
-  handle[27] = word(cases);  // with one, it alone decides from 128 on
+  for (const Word service : {Word{0}, word(cases)}) {  // none, or one without the operation
+    handle[27] = service;
+    EXPECT_EQ(wide(U"\u017Fln"), stored(6000));
+  }
+  cases[31] = word(&fold);  // with it, it alone decides from 128 on
   EXPECT_EQ(wide(U"\u00E9\U00010428n"), stored(6000));
   EXPECT_EQ(wide(U"\u017Fln"), kNoKeyword);
 

@@ -41,7 +41,10 @@ TEST(Reader, ReadsTheBasis) {
   for (const auto& [number, wanted] : numbers) EXPECT_EQ(read(number, basis), wanted) << number;
   EXPECT_EQ(read(Width::kWide, kNumberArgument, nullptr, basis), "1");
   EXPECT_EQ(read(Width::kWide, kStringArgument, nullptr, basis), "bad");
-  EXPECT_EQ(read(Width::kByte, 3, nullptr, basis), "bad");
+  const StringValue actual{0, 6, "ACTUAL"}, empty{0, 6, nullptr}, negative{0, -1, "A"};
+  EXPECT_EQ(read(Width::kByte, 0x0A, &actual, basis), "bad");  // neither number nor text
+  EXPECT_EQ(read(Width::kByte, kStringArgument, &empty, basis), "bad");
+  EXPECT_EQ(read(Width::kByte, kStringArgument, &negative, basis), "bad");
   for (const auto& [text, wanted] : texts) {
     const std::u32string wide(text.begin(), text.end());
     const StringValue in_bytes{0, static_cast<std::int32_t>(text.size()), text.data()};
@@ -49,6 +52,20 @@ TEST(Reader, ReadsTheBasis) {
     EXPECT_EQ(read(Width::kByte, kStringArgument, &in_bytes, basis), wanted) << text;
     EXPECT_EQ(read(Width::kWide, kStringArgument | 4, &in_wide, basis), wanted) << text;
   }
+}
+
+TEST(Reader, ReadsNumbersDatesAndChoices) {
+  const auto number = [](Reader& in) { return in.number(1); };
+  const auto date = [](Reader& in) { return in.date(1); };
+  const auto choice = [](Reader& in) { return in.choice_if_any(1, 7); };
+  EXPECT_EQ(read(Width::kWide, kNumberArgument, nullptr, number), "bad");
+  EXPECT_EQ(read(MISSING, number), "missing");
+  EXPECT_EQ(read(0, date), "2436935");
+  EXPECT_EQ(read(-0x1p63, date), "-9223372036852338873");
+  EXPECT_EQ(read(0x1p31, choice), "bad");
+  EXPECT_EQ(read(-0x1p31, choice), "-2147483648");
+  EXPECT_EQ(read(-1e300, choice), "bad");
+  EXPECT_EQ(read(MISSING, choice), "7");
 }
 
 // Answered as calculations that cannot be carried out. Empty once the last one has landed.

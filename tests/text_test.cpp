@@ -13,6 +13,7 @@ namespace {
 TEST(WideText, TrimsCopiesAndDeletes) {
   EXPECT_EQ(vxzstrp(U"    ", 4), 0);
   EXPECT_EQ(vxzstrp(U"A B ", -1), 3);
+  EXPECT_EQ(vxzstrp(nullptr, -1) + vxzsdel(nullptr, -1, U" ", 1), 0);
 
   std::u32string to(16, U'?');
   vxzsmov(U"NPV", 3, to.data(), 16);

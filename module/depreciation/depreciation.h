@@ -2,10 +2,9 @@
 // variable declining balance. Pure functions; the handlers check the arguments.
 //
 // cost: price paid for the asset. salvage: its worth at the end. life: its life in periods.
-// Periods are numbered from 1, except for the span of a variable balance. Amounts are in the
-// currency of the cost. Charges that are not finite, as of an asset without cost, are answered as
-// they come out. Where a result is optional, nothing stands for a walk over more periods than are
-// carried out.
+// Periods are numbered from 1. Amounts are in the currency of the cost. Charges that are not
+// finite, as of an asset without cost, are answered as they come out. Where a result is optional,
+// nothing stands for a walk over more periods than are carried out.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +24,7 @@ double sum_of_years_digits(double cost, double salvage, std::int32_t life,
 double fixed_declining_balance(double cost, double salvage, std::int32_t life, std::int32_t period,
                                std::int32_t months) noexcept;
 
-// The charge of a period at factor / life of the book value, never below salvage.
+// The charge of a period at factor / life of the book value, which never falls below salvage.
 std::optional<double> declining_balance(double cost, double salvage, double life,
                                         std::int32_t period, double factor) noexcept;
 

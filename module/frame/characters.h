@@ -12,7 +12,8 @@ namespace vxfnc {
 
 enum class Width : std::uint8_t { kWide, kByte };
 
-// What `copy` writes at the most, and so how much it may copy and needs room for.
+// What a caller of `copy` may copy at the most, and must have room for: byte strings are padded to
+// this length, wide ones are not padded.
 inline constexpr std::int64_t kCopyRoom = 16;
 
 class WideCharacters {
@@ -32,8 +33,8 @@ class WideCharacters {
   }
 };
 
-// An environment without the services cannot read byte strings: every text then counts as empty.
-// Lengths that a service answers are held inside the string they were asked for.
+// An environment that lacks a service cannot read byte strings: every text then counts as empty, or
+// equals nothing. Lengths that a service answers are held inside the string they were asked for.
 class ByteCharacters {
  public:
   using Char = char;
@@ -42,26 +43,32 @@ class ByteCharacters {
       : services_(environment == nullptr ? nullptr : environment->byte_strings) {}
 
   std::int64_t trim(const Char* s, std::int64_t n) const noexcept {
-    if (services_ == nullptr || services_->trim == nullptr) return 0;
+    if (!has(&ByteStringServices::trim)) return 0;
     return std::clamp<std::int64_t>(services_->trim(services_, s, n, 0), 0, n);
   }
   void copy(const Char* from, std::int64_t n, Char* to) const noexcept {
     std::fill_n(to, kCopyRoom, ' ');
     std::int64_t copied = 0;
-    if (services_->copy != nullptr) services_->copy(services_, from, n, to, kCopyRoom, &copied, 1);
+    if (has(&ByteStringServices::copy)) {
+      services_->copy(services_, from, n, to, kCopyRoom, &copied, 1);
+    }
   }
   void upper(Char* s, std::int64_t n) const noexcept {
-    if (services_->upper != nullptr) services_->upper(services_, s, n, 0);
+    if (has(&ByteStringServices::upper)) services_->upper(services_, s, n, 0);
   }
   std::int64_t erase_blanks(Char* s, std::int64_t n) const noexcept {
-    if (services_ == nullptr || services_->erase == nullptr) return 0;
+    if (!has(&ByteStringServices::erase)) return 0;
     return std::clamp<std::int64_t>(services_->erase(services_, s, n, " ", 1, 0), 0, n);
   }
   bool equal(const Char* a, std::int64_t n, const Char* b, std::int64_t m) const noexcept {
-    return services_->compare != nullptr && services_->compare(services_, a, n, b, m, 2) == 0;
+    return has(&ByteStringServices::compare) && services_->compare(services_, a, n, b, m, 2) == 0;
   }
 
  private:
+  bool has(auto ByteStringServices::*service) const noexcept {
+    return services_ != nullptr && services_->*service != nullptr;
+  }
+
   ByteStringServices* services_;
 };
 

@@ -33,7 +33,7 @@ void set(std::int64_t* out, std::int64_t value) noexcept {
 const vxfnc::FunctionList* const funclist = &vxfnc::VxFuncList;
 
 std::int64_t vxvercn1(void* buffer) {
-  std::memcpy(buffer, &info, sizeof info);
+  if (buffer != nullptr) std::memcpy(buffer, &info, sizeof info);
   return 0;
 }
 
@@ -48,7 +48,7 @@ std::int64_t vxextver(vxfnc::KernelServices* handle, std::int64_t* major, std::i
   return vxextent(handle);
 }
 
-// The kernel must offer 7.1.1 or later; the module offers 7.0.0. The two differ on purpose.
+// The kernel must offer 7.1.1, the module offers 7.0.0: the two differ on purpose.
 std::int64_t VXU_EXTNAMEReqVersion(vxfnc::ModuleInstance*, std::int64_t* major, std::int64_t* minor,
                                    std::int64_t* release) {
   vxfnc::set(major, 7);
@@ -71,15 +71,16 @@ vxfnc::ModuleInstance* vxufinan(vxfnc::KernelServices* services, vxfnc::Journal*
   constexpr std::uint64_t kPoolOptions[3] = {0, 0, 0};
   constexpr std::uint64_t kJournalOptions[3] = {0, 0, 0x40000000};
 
-  vxfnc::MemoryPool* const pool = services->create_pool(services, kPoolOptions, journal, "vxu pool",
-                                                        word_1, word_2, word_3, word_4);
+  const bool has_pools = services != nullptr && services->create_pool != nullptr;
+  vxfnc::MemoryPool* const pool =
+      has_pools ? services->create_pool(services, kPoolOptions, journal, "vxu pool", word_1, word_2,
+                                        word_3, word_4)
+                : nullptr;
   void* const storage =
       pool == nullptr ? nullptr
                       : pool->allocate(pool, sizeof(vxfnc::ModuleInstance), vxfnc::kZeroFilled);
   if (storage == nullptr) {
-    if (journal != nullptr) {
-      vxlStatusToJnl(journal, vxfnc::kFailureLevel, vxfnc::kAllocationFailure);
-    }
+    vxlStatusToJnl(journal, vxfnc::kFailureLevel, vxfnc::kAllocationFailure);
     if (pool != nullptr) pool->destroy(pool);
     return nullptr;
   }
@@ -93,7 +94,10 @@ vxfnc::ModuleInstance* vxufinan(vxfnc::KernelServices* services, vxfnc::Journal*
   instance->destroy = VXU_EXTNAMEDestroy;
   instance->functions = funclist;
   instance->journal_needs_closing = 0;
-  instance->journal = services->create_journal(services, kJournalOptions, 0, U"vxfncwubit Jnl");
+  instance->journal =
+      services->create_journal == nullptr
+          ? nullptr
+          : services->create_journal(services, kJournalOptions, 0, U"vxfncwubit Jnl");
   return instance;
 }
 

@@ -49,7 +49,7 @@ double zpower(double x, double y, std::int32_t* status) noexcept {
 
   const double base = std::fabs(x);
   const double exponent = std::fabs(y);
-  const bool whole = exponent >= kWholeLimit || std::trunc(y) == y;
+  const bool whole = std::trunc(y) == y;
   const bool odd = whole && exponent < kWholeLimit && static_cast<std::int64_t>(exponent) % 2 == 1;
   if (x < 0.0 && !whole) return failed(kPowerNegativeBase);
   const double sign = x < 0.0 && odd ? -1.0 : 1.0;

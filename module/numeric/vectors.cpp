@@ -5,6 +5,7 @@
 #define _Bool bool  // the next header says _Bool, which clang knows in C only
 #endif
 #include <sys/platform/x86.h>
+#undef _Bool
 
 #include <cmath>
 

@@ -18,7 +18,10 @@ struct CasePair {
 constexpr WideChar kBlank = U' ';
 constexpr WideChar kTableLimit = 0x10000;
 constexpr WideChar kPage = 128;
-static_assert(nbz_metatable[0] == 0, "the first page has the first row, without pairs");
+static_assert(nbz_metatable[0] == 0 &&
+                  std::ranges::count(std::span(nbz_upshift).first(kPage), -128) == 0 &&
+                  std::ranges::count(std::span(nbz_downshift).first(kPage), -128) == 0,
+              "the first page has the first row, and no pairs");
 constexpr int kAuxiliary = -128;  // a delta that sends the character to the list of pairs
 
 // shifts: the deltas of all rows; pairs: the mappings that do not fit a delta.
