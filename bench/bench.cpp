@@ -20,7 +20,12 @@ struct Row {
   const char* what;
   std::vector<double> arguments;
   double limit;  // what we hold ourselves to, in multiples of pow
+
+  std::string name() const { return std::string(keyword) + ' ' + what; }
 };
+
+// Date values: 2008-08-19 and 2008-12-31; 2024-03-11 and 2035-11-15.
+constexpr double kBought = 17763, kYearEnd = 17897, kSettlement = 23446, kMaturity = 27712;
 
 const Row kRows[] = {
     {"SLN", "", {10000, 1000, 5}, 2.5},
@@ -28,6 +33,20 @@ const Row kRows[] = {
     {"DDB", "period 5 of 10", {10000, 1000, 10, 5}, 4},
     {"DB", "period 5 of 10", {10000, 1000, 10, 5}, 6},
     {"VDB", "periods 0 to 5 of 10", {10000, 1000, 10, 0, 5}, 8},
+    {"AMORLINC", "period 5", {2400, kBought, kYearEnd, 300, 5, 0.15, 1}, 5},
+    {"AMORDEGRC", "period 3", {2400, kBought, kYearEnd, 300, 3, 0.15, 1}, 6},
+    {"YEARFRAC", "30/360", {kSettlement, kMaturity, 0}, 4},
+    {"YEARFRAC", "ACTUAL", {kSettlement, kMaturity, 1}, 4},
+    {"YEARFRAC", "ACT/360", {kSettlement, kMaturity, 2}, 4},
+    {"YEARFRAC", "ACT/365", {kSettlement, kMaturity, 3}, 4},
+    {"YEARFRAC", "EU30/360", {kSettlement, kMaturity, 4}, 4},
+    {"COUPNUM", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 5},
+    {"COUPNCD", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
+    {"COUPPCD", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
+    {"COUPDAYBS", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
+    {"COUPDAYSNC", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
+    {"COUPDAYS", "semiannual, 30/360", {kSettlement, kMaturity, 2, 0}, 4},
+    {"COUPDAYS", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 4},
 };
 constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
 
@@ -122,7 +141,7 @@ int main(int argc, char** argv) {
 
   benchmark::RegisterBenchmark("pow", libm_pow);
   for (const Row& row : kRows) {
-    const std::string name = row.keyword;
+    const std::string name = row.name();
     benchmark::RegisterBenchmark(name.c_str(), evaluate<char32_t>, row, wide);
     benchmark::RegisterBenchmark((name + '#').c_str(), evaluate<char>, row, byte);
   }
@@ -135,9 +154,9 @@ int main(int argc, char** argv) {
   std::printf("%-10s %8s %8s %8s   %8s %8s   %s\n", "keyword", "ns", "x pow", "at most", "# / wide",
               "at most", "of");
   for (const Row& row : kRows) {
-    const double time = median[row.keyword];
+    const double time = median[row.name()];
     if (std::isnan(time)) continue;
-    const double byte_time = median[std::string(row.keyword) + '#'];
+    const double byte_time = median[row.name() + '#'];
     std::printf("%-10s %8.1f %8.2f %8.1f   %8.2f %8.1f   %s\n", row.keyword, time, time / pow,
                 row.limit, byte_time / time, kByteLimit, row.what);
   }

@@ -28,9 +28,10 @@ constexpr Argument rate = number("rate"), yld = number("yld"), pr = number("pr")
                    investment = number("investment"), discount = number("discount"),
                    pv = number("pv"), fv = number("fv"), pmt = number("pmt"), cost = number("cost"),
                    salvage = number("salvage"), life = number("life"), amount = number("amount");
-constexpr Argument frequency = whole("frequency"), nper = whole("nper"), per = whole("per"),
-                   npery = whole("npery"), period = whole("period"), fraction = whole("fraction"),
-                   start_period = whole("start_period"), end_period = whole("end_period");
+constexpr Argument frequency = {"frequency", ArgumentKind::kFrequency}, nper = whole("nper"),
+                   per = whole("per"), npery = whole("npery"), period = whole("period"),
+                   fraction = whole("fraction"), start_period = whole("start_period"),
+                   end_period = whole("end_period");
 constexpr Argument basis = optional({"basis", ArgumentKind::kBasis}),
                    type = optional(whole("type"));
 

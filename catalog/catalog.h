@@ -13,9 +13,10 @@ namespace catalog {
 
 enum class ArgumentKind : std::uint8_t {
   kNumber,
-  kWhole,  // a whole number
-  kDate,   // days from 1 January 1960; a whole number but for Treasury bills
-  kBasis,  // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
+  kWhole,      // a whole number
+  kDate,       // days from 1 January 1960; a whole number but for Treasury bills
+  kBasis,      // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
+  kFrequency,  // coupons per year: 1, 2, 4, 6 or 12. Hosts refuse others; the module does not
 };
 
 enum class ResultKind : std::uint8_t {
@@ -71,6 +72,11 @@ class Keyword {
 };
 
 inline constexpr std::size_t kNoBound = SIZE_MAX;
+
+// The frequencies that make a schedule.
+constexpr bool is_frequency(double value) noexcept {
+  return value == 1 || value == 2 || value == 4 || value == 6 || value == 12;
+}
 
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;

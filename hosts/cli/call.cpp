@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
@@ -14,6 +15,7 @@ namespace cli {
 namespace {
 
 constexpr std::string_view kMissingWord = ".";
+constexpr std::chrono::sys_days kDateZero{std::chrono::year{1960} / 1 / 1};
 
 // A decimal number. What else the C++ library reads (inf, nan, hexadecimal digits) is text, as is
 // a number too large for a double; one too small is the nearest there is.
@@ -47,7 +49,6 @@ std::optional<double> date_of(std::string_view word) noexcept {
   if (!y || !m || !d) return std::nullopt;
   const year_month_day date{year{static_cast<int>(*y)}, month{*m}, day{*d}};
   if (!date.ok()) return std::nullopt;
-  constexpr sys_days kDateZero = 1960y / January / 1d;
   return static_cast<double>((sys_days{date} - kDateZero).count());
 }
 
@@ -59,6 +60,8 @@ std::string_view expected(catalog::ArgumentKind kind) noexcept {
       return "must be a whole number";
     case catalog::ArgumentKind::kDate:
       return "must be a date (YYYY-MM-DD)";
+    case catalog::ArgumentKind::kFrequency:
+      return "must be 1, 2, 4, 6 or 12";
     case catalog::ArgumentKind::kBasis:
       break;
   }
@@ -103,8 +106,8 @@ catalog::ArgumentKind kind_at(const catalog::Keyword& keyword, std::size_t posit
   return argument == nullptr ? catalog::ArgumentKind::kNumber : argument->kind;
 }
 
-// What is wrong before the call is even tried: the keyword, the number of arguments, or a text that
-// stands where only numbers and dates are read.
+// What is wrong before the call is even tried: the keyword, the number of arguments, a text that
+// stands where only numbers and dates are read, or a frequency that makes no schedule.
 std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
                                             std::span<const std::string> words,
                                             Arguments arguments) {
@@ -115,8 +118,12 @@ std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
   }
   for (std::size_t i = 1; i <= arguments.size(); ++i) {
     const auto kind = kind_at(*keyword, i, arguments);
-    const bool is_text = arguments[i - 1].kind == vxkernel::Argument::Kind::kText;
-    if (is_text && kind != catalog::ArgumentKind::kBasis) {
+    const vxkernel::Argument& argument = arguments[i - 1];
+    const bool is_text = argument.kind == vxkernel::Argument::Kind::kText;
+    const bool makes_no_schedule = kind == catalog::ArgumentKind::kFrequency &&
+                                   !std::isnan(argument.number) &&
+                                   !catalog::is_frequency(argument.number);
+    if ((is_text && kind != catalog::ArgumentKind::kBasis) || makes_no_schedule) {
       return refused(*keyword, i, words, expected(kind));
     }
   }
@@ -153,6 +160,20 @@ std::string complaint_after(const vxkernel::Evaluation& answer, const catalog::K
     default:
       return name + "the calculation cannot be carried out";
   }
+}
+
+// A date as YYYY-MM-DD; nothing for one that this form cannot write.
+std::optional<std::string> iso_date(double value) {
+  using namespace std::chrono;
+  constexpr double kFarthest = 4e6;  // days; beyond the years of four digits on either side
+  if (!(std::fabs(value) < kFarthest)) return std::nullopt;
+  const year_month_day date{kDateZero + days{static_cast<int>(value)}};
+  const int year = static_cast<int>(date.year());
+  if (year < 0 || year > 9999 || value != std::trunc(value)) return std::nullopt;
+  char text[16];
+  std::snprintf(text, sizeof text, "%04d-%02u-%02u", year, static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()));
+  return text;
 }
 
 }  // namespace
@@ -202,7 +223,11 @@ Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> wo
   if (const auto complaint = complaint_before(keyword, words, arguments))
     return {false, *complaint};
   const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", keyword->word, arguments);
-  if (answer.ok()) return {true, digits_of(answer.value)};
+  if (answer.ok()) {
+    const auto date =
+        keyword->result == catalog::ResultKind::kDate ? iso_date(answer.value) : std::nullopt;
+    return {true, date ? *date : digits_of(answer.value)};
+  }
   return {false, complaint_after(answer, *keyword, words, arguments)};
 }
 

@@ -26,8 +26,9 @@ struct Outcome {
   std::string text;  // the result, or what went wrong
 };
 
-// Evaluates keyword and arguments. The error names keyword, argument and value. A text where only
-// numbers and dates are read is refused before the call, also where a missing value would do.
+// Evaluates keyword and arguments. A result that is a date is printed as one. The error names
+// keyword, argument and value. A text where only numbers and dates are read, and a frequency that
+// makes no schedule, are refused before the call.
 Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> words);
 
 }  // namespace cli

@@ -20,14 +20,14 @@ inline constexpr std::int32_t kNoBound = 0;
 #define VXFNC_KEYWORDS(ROW, OPEN)        \
   OPEN(ACCRINT,    7, 8)                 \
   OPEN(ACCRINTM,   5, 6)                 \
-  OPEN(AMORDEGRC,  7, 8)                 \
-  OPEN(AMORLINC,   7, 8)                 \
-  OPEN(COUPDAYBS,  4, 5)                 \
-  OPEN(COUPDAYS,   4, 5)                 \
-  OPEN(COUPDAYSNC, 4, 5)                 \
-  OPEN(COUPNCD,    4, 5)                 \
-  OPEN(COUPNUM,    4, 5)                 \
-  OPEN(COUPPCD,    4, 5)                 \
+  ROW(AMORDEGRC,   7, 8, depreciation)   \
+  ROW(AMORLINC,    7, 8, depreciation)   \
+  ROW(COUPDAYBS,   4, 5, coupons)        \
+  ROW(COUPDAYS,    4, 5, coupons)        \
+  ROW(COUPDAYSNC,  4, 5, coupons)        \
+  ROW(COUPNCD,     4, 5, coupons)        \
+  ROW(COUPNUM,     4, 5, coupons)        \
+  ROW(COUPPCD,     4, 5, coupons)        \
   OPEN(CUMIPMT,    6, 7)                 \
   OPEN(CUMPRINC,   6, 7)                 \
   ROW(DB,          5, 6, depreciation)   \
@@ -68,7 +68,7 @@ inline constexpr std::int32_t kNoBound = 0;
   ROW(VDB,         6, 8, depreciation)   \
   OPEN(XIRR,       2, kNoBound)          \
   OPEN(XNPV,       2, kNoBound)          \
-  OPEN(YEARFRAC,   3, 4)                 \
+  ROW(YEARFRAC,    3, 4, calendar)       \
   OPEN(YIELD,      7, 8)                 \
   OPEN(YIELDDISC,  5, 6)                 \
   OPEN(YIELDMAT,   6, 7)

@@ -1,0 +1,366 @@
+#include "coupons/schedule.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "numeric/bounded.h"
+
+namespace vxfnc {
+namespace {
+
+constexpr double kNoFixedPeriod = std::numeric_limits<double>::max();
+
+// Steps that a schedule is walked for one answer. The frequencies that divide a year need 12 at the
+// most; meaningless ones repeat themselves long before this.
+constexpr std::int64_t kMostSteps = std::int64_t{1} << 20;
+
+// The record of maturity moved into another year, without regard to that year's month lengths.
+CalendarDate in_year(CalendarDate date, std::int64_t year) noexcept {
+  date.year = static_cast<std::int32_t>(year);
+  ConvertDateToJulian(date);
+  return date;
+}
+
+double coupons_between_years(const CalendarDate& from, const CalendarDate& to,
+                             const DayCountTerms& terms) noexcept {
+  const std::int64_t years = std::max<std::int64_t>(std::int64_t{to.year} - from.year, 0);
+  return static_cast<double>(years) * terms.frequency;
+}
+
+// The anniversary of maturity at or before settlement; the month-end rule can carry it past.
+CalendarDate anniversary(const CalendarDate& settlement, const CalendarDate& maturity) noexcept {
+  const bool is_later_in_year =
+      maturity.month > settlement.month ||
+      (maturity.month == settlement.month && maturity.day > settlement.day);
+  CalendarDate anchor = maturity;
+  anchor.year =
+      static_cast<std::int32_t>(std::int64_t{settlement.year} - (is_later_in_year ? 1 : 0));
+  anchor.anchorDay = maturity.day;
+  const std::int32_t last_day = zlastDay(anchor.year, anchor.month);
+  if (maturity.day > last_day || maturity.endOfMonth != 0) {
+    anchor.day = last_day;
+    anchor.endOfMonth = 1;
+  }
+  ConvertDateToJulian(anchor);
+  return anchor;
+}
+
+// Settlement is the coupon date that stands `count` steps from the anchor.
+void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
+                      std::int64_t count) noexcept {
+  search.couponOnSettlement = &search.onSettlementStore;
+  search.onSettlementStore = *search.settlement;
+  search.previousStore = (search.requests & kDaysInPeriod) != 0
+                             ? zAdvanceDate(anchor, count - 1, *search.terms)
+                             : *search.settlement;
+  search.nextStore = zAdvanceDate(anchor, count + 1, *search.terms);
+}
+
+// Steps from the anchor, forward or (sign -1) backward, until settlement is passed or met.
+bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int sign) noexcept {
+  const DayCountTerms& terms = *search.terms;
+  const DateOrder passed = sign > 0 ? kLater : kEarlier;
+  CalendarDate& front = sign > 0 ? search.nextStore : search.previousStore;
+  CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
+  front = anchor;
+  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+    if (k > kMostSteps) return false;
+    behind = front;
+    front = zAdvanceDate(anchor, sign * k, terms);
+    const DateOrder order = zCompareDates(front, *search.settlement);
+    if (order == passed) break;
+    if (order == kSameDay) {
+      settle_on_coupon(search, anchor, sign * k);
+      break;
+    }
+  }
+  return true;
+}
+
+// Measures a request. The day counts leave their year length in periodDays; it is put back.
+double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerms& terms) noexcept {
+  const double period_days = terms.periodDays;
+  CountTheDays(start, end, terms);
+  terms.periodDays = period_days;
+  return terms.dayCount;
+}
+
+// Days of a period as the measure of fractions: counted for basis 1, fixed for all others.
+double period_length(const CalendarDate& start, const CalendarDate& end,
+                     DayCountTerms& terms) noexcept {
+  return terms.basis == kBasisActual ? CountTheCouponDays(start, end, terms) : terms.periodDays;
+}
+
+CouponSearch search_of(const CalendarDate& settlement, const CalendarDate& maturity,
+                       DayCountTerms& terms) noexcept {
+  CouponSearch search{};
+  search.settlement = &settlement;
+  search.maturity = &maturity;
+  search.terms = &terms;
+  return search;
+}
+
+}  // namespace
+
+void zComputePeriod(DayCountTerms& terms) noexcept {
+  switch (terms.frequency) {
+    case 1:
+    case 2:
+    case 4:
+    case 6:
+    case 12:
+      terms.monthsPerPeriod = 12 / terms.frequency;
+      break;
+    default:
+      terms.monthsPerPeriod = kNoMonthsPerPeriod;
+  }
+}
+
+void zComputeDaysInPeriod(DayCountTerms& terms) noexcept {
+  switch (terms.basis) {
+    case kBasisUs30360:
+    case kBasisActual360:
+    case kBasisEuropean30360:
+      terms.periodDays = 360.0 / terms.frequency;
+      break;
+    case kBasisActual365:
+      terms.periodDays = 365.0 / terms.frequency;
+      break;
+    default:
+      terms.periodDays = kNoFixedPeriod;
+  }
+}
+
+CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
+                          const DayCountTerms& terms) noexcept {
+  const auto step = static_cast<std::int32_t>(count * terms.monthsPerPeriod);  // its low 32 bits
+  const std::int32_t target = date.anchorDay > 0 ? date.anchorDay : date.day;
+  CalendarDate stepped = date;
+  if (terms.stepUnit == kMonths) {
+    const std::int64_t months = std::int64_t{date.month} + step;
+    std::int64_t years = months / 12;
+    std::int64_t month = months - 12 * years;
+    if (month <= 0) {
+      years -= 1;
+      month += 12;
+    }
+    stepped.month = static_cast<std::int32_t>(month);
+    stepped.year = static_cast<std::int32_t>(date.year + years);
+  } else {
+    stepped.year = static_cast<std::int32_t>(std::int64_t{date.year} + step);
+  }
+  const std::int32_t last_day = zlastDay(stepped.year, stepped.month);
+  stepped.day = date.endOfMonth != 0 || target > last_day ? last_day : target;
+  ConvertDateToJulian(stepped);
+  return stepped;
+}
+
+bool FindCouponInfo(CouponSearch& search) noexcept {
+  search.previousCoupon = &search.previousStore;
+  search.nextCoupon = &search.nextStore;
+  search.couponOnSettlement = nullptr;
+  if (search.maturity == nullptr) return true;
+
+  DayCountTerms& terms = *search.terms;
+  const CalendarDate anchor = anniversary(*search.settlement, *search.maturity);
+  switch (zCompareDates(anchor, *search.settlement)) {
+    case kSameDay:
+      search.previousStore = anchor;
+      search.onSettlementStore = anchor;
+      search.couponOnSettlement = &search.onSettlementStore;
+      search.nextStore = zAdvanceDate(anchor, 1, terms);
+      break;
+    case kEarlier:
+      if (!walk_to_settlement(search, anchor, 1)) return false;
+      break;
+    case kLater:
+      if (!walk_to_settlement(search, anchor, -1)) return false;
+      break;
+  }
+
+  if ((search.requests & kDaysFromPrevious) != 0) {
+    search.daysFromPrevious = measured(search.previousStore, *search.settlement, terms);
+  }
+  if ((search.requests & kDaysToNext) != 0) {
+    search.daysToNext = measured(*search.settlement, search.nextStore, terms);
+  }
+  if ((search.requests & kDaysInPeriod) != 0) {
+    const CalendarDate& start =
+        search.couponOnSettlement != nullptr ? search.onSettlementStore : search.previousStore;
+    search.daysInPeriod = period_length(start, search.nextStore, terms);
+  }
+  return true;
+}
+
+double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& terms) noexcept {
+  const double actual = static_cast<double>(end.dayNumber - start.dayNumber);
+  const auto store = [&terms](double count, double year_days) {
+    terms.dayCount = count;
+    terms.cappedDayCount = std::min(count, terms.periodDays);
+    terms.basisYearDays = year_days;
+  };
+  switch (terms.basis) {
+    case kBasisUs30360: {
+      if (terms.plainUs30360 != 0) {
+        terms.dayCount = static_cast<double>(zdays360(start, end, kUsMethod));
+        break;
+      }
+      // A start on a month's end opens the next month, but not from February on purpose; an end on
+      // the 30th or on a month's end then does, too.
+      const bool ends_month = end.day == zlastDay(end.year, end.month);
+      const bool ends_february = ends_month && end.month == 2;
+      bool moved_end = false;
+      if (start.month != 2 && start.day == zlastDay(start.year, start.month)) {
+        ToTheFirstOfTheNextMonth(start);
+        if (ends_month || end.day == 30) {
+          ToTheFirstOfTheNextMonth(end);
+          moved_end = true;
+        }
+      }
+      const std::int32_t end_day = ends_february && !moved_end ? 30 : end.day;
+      const std::int64_t count = 360 * (std::int64_t{end.year} - start.year) +
+                                 30 * (std::int64_t{end.month} - start.month - 1) +
+                                 std::min(end_day, 30) + std::max(30 - start.day, 0);
+      store(std::min(static_cast<double>(count), terms.periodDays), 360.0);
+      break;
+    }
+    case kBasisActual:
+      store(actual, 1.0);
+      terms.cappedDayCount = actual;
+      break;
+    case kBasisActual360:
+      store(actual, 360.0);
+      break;
+    case kBasisActual365:
+      store(actual, 365.0);
+      break;
+    case kBasisEuropean30360:
+      store(static_cast<double>(zdays360(start, end, kEuropeanMethod)), 360.0);
+      break;
+    default:
+      break;
+  }
+  return terms.dayCount;
+}
+
+std::optional<double> CountTheCoupons(const CalendarDate& settlement, const CalendarDate& maturity,
+                                      const DayCountTerms& terms) noexcept {
+  double coupons = coupons_between_years(settlement, maturity, terms);
+  const CalendarDate in_settlement_year = in_year(maturity, settlement.year);
+  const DateOrder order = zCompareDates(in_settlement_year, settlement);
+  if (order == kSameDay) return coupons;
+  const int sign = order == kEarlier ? 1 : -1;
+  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+    if (k > kMostSteps) return std::nullopt;
+    const DateOrder stepped =
+        zCompareDates(zAdvanceDate(in_settlement_year, sign * k, terms), settlement);
+    if (order == kEarlier) {
+      if (stepped == kLater) break;
+      coupons -= 1.0;
+      if (stepped == kSameDay) break;
+    } else {
+      coupons += 1.0;
+      if (stepped != kLater) break;
+    }
+  }
+  return coupons;
+}
+
+double CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
+                         const DayCountTerms& terms) noexcept {
+  double coupons = coupons_between_years(start, end, terms);
+  CalendarDate date = in_year(end, start.year);
+  const DateOrder order = zCompareDates(date, start);
+  if (order == kSameDay) return coupons;
+  if (order == kEarlier) {
+    date = in_year(end, std::int64_t{start.year} + 1);
+    coupons -= terms.frequency;
+  }
+  for (std::int64_t k = 1; k <= std::min<std::int64_t>(terms.frequency, kMostSteps); ++k) {
+    const DateOrder stepped = zCompareDates(zAdvanceDate(date, -k, terms), start);
+    if (stepped == kEarlier) break;
+    coupons += 1.0;
+    if (stepped == kSameDay) break;
+  }
+  return coupons;
+}
+
+double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
+                                const CalendarDate& d, DayCountTerms& terms) noexcept {
+  const double days = CountTheCouponDays(a, b, terms);
+  const double fraction = terms.basis == kBasisActual ? days / CountTheCouponDays(c, d, terms)
+                                                      : terms.dayCount / terms.periodDays;
+  return terms.atLeastOnePeriod != 0 ? std::max(fraction, 1.0) : fraction;
+}
+
+double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
+                                         const CalendarDate& maturity,
+                                         DayCountTerms& terms) noexcept {
+  CouponSearch search = search_of(settlement, maturity, terms);
+  FindCouponInfo(search);
+  if (search.couponOnSettlement != nullptr) return 0.0;
+  const double days = CountTheCouponDays(settlement, search.nextStore, terms);
+  return days / period_length(search.previousStore, search.nextStore, terms);
+}
+
+std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
+                                               const CalendarDate& maturity,
+                                               DayCountTerms& terms) noexcept {
+  CouponSearch search = search_of(start, maturity, terms);
+  if (!FindCouponInfo(search)) return std::nullopt;
+  const CalendarDate& next = search.nextStore;
+  if (zCompareDates(next, end) != kEarlier) {
+    // On a coupon date both ends of the measure are the start date: no days under basis 1, kept so.
+    const CalendarDate& measure_end =
+        search.couponOnSettlement != nullptr ? search.onSettlementStore : next;
+    return Compute1CouponProportion(start, end, search.previousStore, measure_end, terms);
+  }
+  double sum = Compute1CouponProportion(start, next, search.previousStore, next, terms);
+  CalendarDate from = next;
+  for (std::int64_t k = 1; k <= kLongestWalk; ++k) {
+    const CalendarDate to = zAdvanceDate(next, k, terms);
+    if (zCompareDates(to, end) != kEarlier) {
+      return sum + Compute1CouponProportion(from, end, from, to, terms);
+    }
+    sum += Compute1CouponProportion(from, to, from, to, terms);
+    from = to;
+  }
+  return std::nullopt;
+}
+
+bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
+                       const CalendarDate& anchor, DayCountTerms& terms,
+                       CouponList& list) noexcept {
+  CouponSearch search = search_of(start, anchor, terms);
+  if (!FindCouponInfo(search)) return false;
+  const auto period = [&terms](const CalendarDate& from, const CalendarDate& to) {
+    return CouponPeriod{from, to, period_length(from, to, terms)};
+  };
+  const CalendarDate first_end = search.nextStore;
+  const bool starts_on_coupon = search.couponOnSettlement != nullptr;
+  list = {};
+  list.slots[0] = period(search.previousStore, first_end);
+  list.used = 1;
+  list.periods = 1;
+
+  CalendarDate last_start = search.previousStore;
+  CalendarDate last_end = first_end;
+  while (zCompareDates(last_end, end) == kEarlier) {
+    if (list.periods > kLongestWalk) return false;
+    last_start = last_end;
+    last_end = zAdvanceDate(first_end, list.periods, terms);
+    ++list.periods;
+  }
+  if (list.periods > 1) {
+    list.slots[1] = period(last_start, last_end);
+    list.used = 2;
+  }
+  const bool ends_on_coupon = zCompareDates(last_end, end) == kSameDay;
+  list.wholePeriods = list.periods - (starts_on_coupon ? 0 : 1) - (ends_on_coupon ? 0 : 1);
+  list.wholePeriods = std::max<std::int64_t>(list.wholePeriods, 0);
+  list.flags = (starts_on_coupon ? CouponList::kStartIsCoupon : 0) +
+               (ends_on_coupon ? CouponList::kEndIsCoupon : 0);
+  return true;
+}
+
+}  // namespace vxfnc

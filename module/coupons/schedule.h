@@ -1,0 +1,106 @@
+// The coupon schedule. Coupon dates are never listed: they are stepped from maturity in whole
+// coupon periods, on maturity's day of the month, clamped to shorter months; a maturity on the last
+// day of a month keeps the whole schedule on month ends.
+//
+// Dates must be filled by zgetMonthDayYear. Nothing here validates: a frequency other than 1, 2, 4,
+// 6 and 12 makes a meaningless schedule, but a safe one.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "calendar/day_count.h"
+
+namespace vxfnc {
+
+// monthsPerPeriod of a frequency that divides no year.
+inline constexpr std::int64_t kNoMonthsPerPeriod = -2147483647;
+
+// Set monthsPerPeriod from the frequency, and periodDays from basis and frequency: the days of a
+// coupon period, or the largest double for basis 1, whose periods differ.
+void zComputePeriod(DayCountTerms& terms) noexcept;
+void zComputeDaysInPeriod(DayCountTerms& terms) noexcept;
+
+// The date `count` periods later, or earlier for a negative count.
+CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
+                          const DayCountTerms& terms) noexcept;
+
+enum CouponRequest : std::int32_t {
+  kDaysFromPrevious = 1,  // previous coupon to settlement
+  kDaysToNext = 2,        // settlement to next coupon
+  kDaysInPeriod = 4,      // of the period that holds settlement
+};
+
+// Request and answer of FindCouponInfo. It points into itself: do not copy it.
+struct CouponSearch {
+  const CalendarDate* settlement;
+  const CalendarDate* maturity;  // null: the search does nothing
+  CalendarDate* previousCoupon;  // always previousStore
+  CalendarDate*
+      couponOnSettlement;    // onSettlementStore when settlement is a coupon date, else null
+  CalendarDate* nextCoupon;  // always nextStore
+  DayCountTerms* terms;
+  double daysFromPrevious;
+  double daysToNext;
+  double daysInPeriod;
+  std::int32_t requests;  // CouponRequests, added up
+  CalendarDate previousStore;
+  CalendarDate onSettlementStore;
+  CalendarDate nextStore;
+};
+
+// The coupon dates around settlement and the requested day counts. False when a meaningless
+// frequency makes the schedule too long to walk.
+bool FindCouponInfo(CouponSearch& search) noexcept;
+
+// Days of accrual from start to end; stores dayCount, cappedDayCount and basisYearDays.
+double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& terms) noexcept;
+
+// Coupons payable after settlement up to and including maturity; nothing when a meaningless
+// frequency makes the schedule too long to walk. Maturity's day is not clamped in settlement's
+// year: a schedule on 29 February counts from 1 March in common years.
+std::optional<double> CountTheCoupons(const CalendarDate& settlement, const CalendarDate& maturity,
+                                      const DayCountTerms& terms) noexcept;
+
+// Coupon dates from start to the schedule of end.
+double CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
+                         const DayCountTerms& terms) noexcept;
+
+// Which fraction of the period c..d the stretch a..b is.
+double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
+                                const CalendarDate& d, DayCountTerms& terms) noexcept;
+
+// The part of the current period from settlement to the next coupon; 0 on a coupon date.
+double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
+                                         const CalendarDate& maturity,
+                                         DayCountTerms& terms) noexcept;
+
+// Periods, whole and part, from start to end on maturity's schedule. Nothing when there are too
+// many to walk.
+std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
+                                               const CalendarDate& maturity,
+                                               DayCountTerms& terms) noexcept;
+
+struct CouponPeriod {
+  CalendarDate start;
+  CalendarDate end;
+  double days;  // counted for basis 1, periodDays otherwise
+};
+
+// The quasi-coupon periods from a start to an end date, as accrued interest reads them.
+struct CouponList {
+  enum Flag : std::int32_t { kStartIsCoupon = 1, kEndIsCoupon = 2 };
+
+  CouponPeriod slots[2];  // the period that holds the start, and the last one when it is another
+  std::int32_t used;      // slots in use, 1 or 2
+  std::int64_t periods;   // from the first to the last, both counted
+  std::int64_t wholePeriods;  // those that lie inside from start to end
+  std::int32_t flags;         // Flags, added up
+};
+
+// Fills the list for a schedule stepped from the anchor, which may stand anywhere. False when there
+// are too many periods to walk.
+bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
+                       const CalendarDate& anchor, DayCountTerms& terms, CouponList& list) noexcept;
+
+}  // namespace vxfnc

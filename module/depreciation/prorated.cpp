@@ -1,0 +1,143 @@
+#include "depreciation/prorated.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "frame/reader.h"
+#include "numeric/bounded.h"
+
+namespace vxfnc::depreciation {
+namespace {
+
+// A number of periods in 32 bits; the longest lives are cut to the most there is.
+std::int32_t periods_of(double life) noexcept {
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  return life < kMost ? static_cast<std::int32_t>(life) : kMost;
+}
+
+// Halves away from zero, to an amount of 32 bits.
+std::optional<double> whole_amount(double amount) noexcept {
+  const double moved = amount > 0.0 ? amount + 0.5 : amount - 0.5;
+  if (!(moved > -0x1p31 - 1.0 && moved < 0x1p31)) return std::nullopt;
+  return static_cast<double>(static_cast<std::int32_t>(moved));
+}
+
+// The limits are 4 and 6, widened so that a life computed as 1 / 0.25 still counts as 4.
+double coefficient(double life) noexcept {
+  if (life <= 4.000000000004) return 1.5;
+  return life <= 6.0000000000060005 ? 2.0 : 2.5;
+}
+
+double first_fraction(ProratedAsset& asset) noexcept {
+  zgetMonthDayYear(asset.purchased);
+  zgetMonthDayYear(asset.first_period_end);
+  asset.terms.useStartYearLength = 1;
+  return ComputeTheAnnualRatio(asset.purchased, asset.first_period_end, asset.terms);
+}
+
+}  // namespace
+
+std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept {
+  const double life = 1.0 / asset.rate;
+  const std::int32_t n = periods_of(life);
+  if (n < 3) return 0.0;
+  const double c = coefficient(life);
+  if (asset.period > n) return 0.0;
+
+  const double y = first_fraction(asset);
+  double first = asset.cost * c * asset.rate * y;
+  if (asset.salvage > asset.cost - first) first = asset.cost - asset.salvage;
+  const auto first_charge = whole_amount(first);
+  if (!first_charge || asset.period < 1) return first_charge;
+
+  double value = asset.cost - *first_charge;
+  double rate = c * asset.rate;
+  std::int64_t walked = 0;
+  for (std::int64_t k = 0;; ++k) {
+    if (k == n - 2) {
+      rate = 0.5;
+    } else if (k == n - 1) {
+      rate = 1.0;
+    }
+    const auto charge = whole_amount(asset.salvage > value ? 0.0 : value * rate);
+    if (!charge || k == asset.period - 1) return charge;
+    if (++walked == kLongestWalk) return std::nullopt;
+    // Once nothing is charged, nothing changes before the rate does.
+    if (*charge == 0.0 && k < n - 3) k = std::min<std::int64_t>(asset.period - 1, n - 2) - 1;
+    value = value - *charge;
+  }
+}
+
+double zComputeAMORLINC(ProratedAsset& asset) noexcept {
+  constexpr double kWholeLife = 1.053671212772351e-08;  // closer to whole, a life is whole
+  const double life = 1.0 / asset.rate;
+  std::int64_t n = periods_of(1.000000000001 * life);
+  if (std::fabs(static_cast<double>(n) - life) > static_cast<double>(n) * kWholeLife) n = n + 1;
+  if (asset.period > n) return 0.0;
+
+  asset.terms.keepEnd31 = 1;
+  const double y = first_fraction(asset);
+  // Bought on the last day of the first period: there is no prorated one, and all move up.
+  const bool no_first = asset.purchased.dayNumber == asset.first_period_end.dayNumber;
+  const double period = static_cast<double>(asset.period) + (no_first ? 1.0 : 0.0);
+  const double full = asset.cost * asset.rate;
+  if (period == 0.0) return y * full;
+  const double left = asset.cost - y * full - asset.salvage - (period - 1.0) * full;
+  return std::max(std::min(left, full), 0.0);
+}
+
+namespace {
+
+// What both keywords read in the same way, up to the salvage value.
+ProratedAsset read_asset(Reader& in) noexcept {
+  ProratedAsset asset{};
+  asset.cost = in.positive(1);
+  asset.purchased.dayNumber = in.date(2);
+  asset.first_period_end.dayNumber = in.date(3);
+  in.require(asset.purchased.dayNumber <= asset.first_period_end.dayNumber, 3);
+  asset.terms.countEnd31 = 1;
+  asset.terms.frequency = 1;
+  asset.terms.stepUnit = kYears;
+  asset.terms.monthsPerPeriod = 12;
+  return asset;
+}
+
+double read_salvage(Reader& in) noexcept {
+  const double salvage = in.number(4);
+  in.require(salvage >= 0.0, 4);
+  return salvage;
+}
+
+}  // namespace
+
+// AMORDEGRC(cost, date_purchased, first_period, salvage, period, rate [, basis])
+Status fnc_AMORDEGRC(Reader& in) noexcept {
+  ProratedAsset asset = read_asset(in);
+  if (in.ok() && asset.purchased.dayNumber == asset.first_period_end.dayNumber) {
+    return in.store(0.0);  // nothing else is read
+  }
+  asset.salvage = read_salvage(in);
+  asset.period = in.integer(5, 0);
+  asset.rate = in.positive(6);
+  in.require(asset.rate < 0.5, 6);
+  asset.terms.basis = in.basis(7);
+  if (!in.ok()) return in.status();
+
+  const auto charge = zComputeAMORDEGRC(asset);
+  return charge ? in.store(*charge) : in.fail();
+}
+
+// AMORLINC(cost, date_purchased, first_period, salvage, period, rate [, basis])
+Status fnc_AMORLINC(Reader& in) noexcept {
+  ProratedAsset asset = read_asset(in);
+  asset.salvage = read_salvage(in);
+  in.require(asset.salvage <= asset.cost, 4);
+  asset.period = in.integer(5, 0);
+  asset.rate = in.positive(6);
+  asset.terms.basis = in.basis(7);
+  if (!in.ok()) return in.status();
+  return in.store(zComputeAMORLINC(asset));
+}
+
+}  // namespace vxfnc::depreciation
