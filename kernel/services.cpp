@@ -167,10 +167,9 @@ std::uint32_t upper_case(vxfnc::CaseService*, std::uint64_t character, std::uint
 
 // Bytes of 128 and above are parts of UTF-8 characters and have no case of their own.
 std::int32_t upper(vxfnc::ByteStringServices*, char* text, std::int64_t length, std::int64_t) {
-  const auto upper_ascii = [](char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-  };
-  std::transform(text, text + length, text, upper_ascii);
+  for (std::int64_t i = 0; i < length; ++i) {
+    if (text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 32);
+  }
   return 0;
 }
 
@@ -191,8 +190,10 @@ std::int32_t erase(vxfnc::ByteStringServices*, char* text, std::int64_t length, 
 
 std::int32_t copy(vxfnc::ByteStringServices*, const char* from, std::int64_t length, char* to,
                   std::int64_t capacity, std::int64_t* copied, std::int64_t) {
-  *copied = std::min(length, capacity);
-  std::fill(std::copy_n(from, *copied, to), to + capacity, ' ');
+  const std::int64_t n = std::min(length, capacity);
+  for (std::int64_t i = 0; i < n; ++i) to[i] = from[i];  // a few bytes: a call would cost more
+  for (std::int64_t i = n; i < capacity; ++i) to[i] = ' ';
+  *copied = n;
   return 0;
 }
 

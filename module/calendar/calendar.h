@@ -33,8 +33,10 @@ constexpr DateOrder zCompareDates(const CalendarDate& a, const CalendarDate& b) 
 // Two leap-year rules are in force. This one, the Gregorian, is the engine's: month lengths, year
 // lengths, schedules. The host-format conversions (host_dates.h) follow the kernel, for which years
 // divisible by 4000 are common years too; the two agree until 29 February 4000.
-constexpr bool is_gregorian_leap_year(std::int64_t year) noexcept {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+constexpr bool is_gregorian_leap_year(std::int32_t year) noexcept {
+  // Of the years divisible by 4, those divisible by 25 are divisible by 100, and then by 400 when
+  // by 16.
+  return (year & 3) == 0 && (year % 25 != 0 || (year & 15) == 0);
 }
 
 // Days in the month; 31 for a month number that is none.
@@ -53,32 +55,59 @@ constexpr void ToTheFirstOfTheNextMonth(CalendarDate& date) noexcept {
   }
 }
 
-// Fills dayNumber from day, month and year.
+namespace detail {
+
+// Both conversions are written once for two widths. 32 bits without a sign are several times faster
+// and hold every intermediate of the years from -4712 to 680000.
+template <class Integer>
+constexpr Integer day_number_of(Integer years, Integer months, Integer day) noexcept {
+  return 1461 * years / 4 + 367 * months / 12 - 3 * ((years + 100) / 100) / 4 + day - 32075;
+}
+
+template <class Integer>
+constexpr void set_date(CalendarDate& date, Integer day_number) noexcept {
+  Integer l = day_number + 68569;
+  const Integer n = 4 * l / 146097;
+  l = l - (146097 * n + 3) / 4;
+  const Integer i = 4000 * (l + 1) / 1461001;
+  l = l - 1461 * i / 4 + 31;
+  const Integer k = 80 * l / 2447;
+  date.day = static_cast<std::int32_t>(l - 2447 * k / 80);
+  l = k / 11;
+  date.month = static_cast<std::int32_t>(k + 2 - 12 * l);
+  const std::int64_t year =
+      100 * (static_cast<std::int64_t>(n) - 49) + static_cast<std::int64_t>(i + l);
+  date.year = static_cast<std::int32_t>(year < 1 ? year - 1 : year);
+}
+
+constexpr std::int64_t kShortDays = 250000000;  // day numbers from 0 up to here take 32 bits
+
+}  // namespace detail
+
+// Fills dayNumber from day, month and year. Divisions truncate toward zero.
 constexpr void ConvertDateToJulian(CalendarDate& date) noexcept {
-  std::int64_t y = date.year;
-  if (y < 0) y = y + 1;
-  const std::int64_t m = date.month;
-  const std::int64_t a = (m - 14) / 12;  // -1 in January and February
-  date.dayNumber = 1461 * (y + 4800 + a) / 4 + 367 * (m - 2 - 12 * a) / 12 -
-                   3 * ((y + 4900 + a) / 100) / 4 + date.day - 32075;
+  const std::int64_t y = date.year < 0 ? std::int64_t{date.year} + 1 : date.year;
+  const std::int32_t a = (date.month - 14) / 12;  // -1 in January and February
+  const std::int64_t years = y + 4800 + a;        // March is the first month of a year here
+  const std::int32_t months = date.month - 2 - 12 * a;
+  if (years >= 88 && years < 684800 && months >= 0 && date.day >= 0) {
+    date.dayNumber =
+        detail::day_number_of(static_cast<std::uint32_t>(years), static_cast<std::uint32_t>(months),
+                              static_cast<std::uint32_t>(date.day));
+  } else {
+    date.dayNumber = detail::day_number_of<std::int64_t>(years, months, date.day);
+  }
 }
 
 // Fills day, month and year of a day number; the year keeps its low 32 bits.
 constexpr void ConvertJulianToDate(CalendarDate& date, std::int64_t day_number) noexcept {
+  if (day_number >= 0 && day_number < detail::kShortDays) {
+    detail::set_date(date, static_cast<std::uint32_t>(day_number));
+    return;
+  }
   // No day number that is further out is a date, and none closer leaves 64 bits.
   constexpr std::int64_t kFarthest = std::int64_t{1} << 60;
-  std::int64_t l = std::clamp(day_number, -kFarthest, kFarthest) + 68569;
-  const std::int64_t n = 4 * l / 146097;
-  l = l - (146097 * n + 3) / 4;
-  const std::int64_t i = 4000 * (l + 1) / 1461001;
-  l = l - 1461 * i / 4 + 31;
-  const std::int64_t k = 80 * l / 2447;
-  date.day = static_cast<std::int32_t>(l - 2447 * k / 80);
-  l = k / 11;
-  date.month = static_cast<std::int32_t>(k + 2 - 12 * l);
-  std::int64_t year = 100 * (n - 49) + i + l;
-  if (year < 1) year = year - 1;
-  date.year = static_cast<std::int32_t>(year);
+  detail::set_date(date, std::clamp(day_number, -kFarthest, kFarthest));
 }
 
 // Fills a record of which only dayNumber is set. Every calculation calls it on its dates first.
@@ -86,7 +115,8 @@ constexpr void zgetMonthDayYear(CalendarDate& date) noexcept {
   ConvertJulianToDate(date, date.dayNumber);
   date.endOfMonth = date.day == zlastDay(date.year, date.month) ? 1 : 0;
   date.anchorDay = date.day;
-  ConvertDateToJulian(date);
+  // Where the conversions are exact inverses, the number is already the date's.
+  if (date.dayNumber < 0 || date.dayNumber >= detail::kShortDays) ConvertDateToJulian(date);
 }
 
 // The record of a day number.

@@ -37,13 +37,13 @@ double mean_gregorian_year(const CalendarDate& start, const CalendarDate& end) n
 double mean_spanned_year(const CalendarDate& start, const CalendarDate& end) noexcept {
   const std::int64_t first = start.year;
   const std::int64_t last = end.year;
-  const auto counts_366 = [&](std::int64_t year) {
+  const auto counts_366 = [&](std::int32_t year) {
     return is_gregorian_leap_year(year) &&
-           ((year == first && start.month <= 2) || (year == last && end.month >= 3));
+           ((year == start.year && start.month <= 2) || (year == end.year && end.month >= 3));
   };
-  std::int64_t leap = counts_366(first) ? 1 : 0;
+  std::int64_t leap = counts_366(start.year) ? 1 : 0;
   if (last > first) {
-    leap += counts_366(last) ? 1 : 0;
+    leap += counts_366(end.year) ? 1 : 0;
     leap += leap_years_through(last - 1) - leap_years_through(first);
   }
   return mean_year(first, last, last < first ? 0 : leap);

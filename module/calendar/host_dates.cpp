@@ -16,7 +16,7 @@ constexpr double kLastYear = 20000.0;
 constexpr std::int32_t dpm[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 constexpr int leap_bit(std::int64_t year) noexcept {
-  return is_gregorian_leap_year(year) && year % 4000 != 0 ? 1 : 0;
+  return is_gregorian_leap_year(static_cast<std::int32_t>(year)) && year % 4000 != 0 ? 1 : 0;
 }
 
 constexpr int length_of(int month, std::int64_t year) noexcept {

@@ -8,91 +8,88 @@
 namespace vxfnc::coupons {
 namespace {
 
-struct CouponQuery {
-  CalendarDate settlement{};
-  CalendarDate maturity{};
-  DayCountTerms terms{};
+struct DayNumbers {
+  std::int64_t settlement;
+  std::int64_t maturity;
 };
 
 // Nothing: the schedule of a meaningless frequency is too long to walk.
-using Core = std::optional<double>(CouponQuery&);
-
-CouponSearch search_of(CouponQuery& query, std::int32_t requests) noexcept {
-  CouponSearch search{};
-  search.settlement = &query.settlement;
-  search.maturity = &query.maturity;
-  search.terms = &query.terms;
-  search.requests = requests;
-  return search;
-}
+using Core = std::optional<double>(const DayNumbers&, DayCountTerms&);
 
 // A coupon date as a date value, by way of the host's own formats: MISSING where those reject it.
+// Between 1582 and 3999 they agree with the engine, and the way can be spared.
 double host_date(const CalendarDate& date) noexcept {
+  if (date.year >= 1582 && date.year < 4000) {
+    return static_cast<double>(date.dayNumber - kDayNumberOfDateZero);
+  }
   return vxfmtzdatjul(vxfmtzjulymd(date.year, date.month, date.day));
 }
 
-std::optional<double> zComputeCOUPDAYBS(CouponQuery& query) {
-  CouponSearch search = search_of(query, kDaysFromPrevious);
+// What `taken` takes from the coupons around settlement.
+std::optional<double> found(const DayNumbers& days, DayCountTerms& terms, std::int32_t requests,
+                            double (*taken)(const CouponSearch&)) {
+  const CalendarDate settlement = date_of_day(days.settlement);
+  const CalendarDate maturity = date_of_day(days.maturity);
+  CouponSearch search(settlement, maturity, terms, requests);
   if (!FindCouponInfo(search)) return std::nullopt;
-  return search.daysFromPrevious;
+  return taken(search);
 }
 
-std::optional<double> zComputeCOUPDAYSNC(CouponQuery& query) {
-  CouponSearch search = search_of(query, kDaysToNext);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  return search.daysToNext;
+std::optional<double> zComputeCOUPDAYBS(const DayNumbers& days, DayCountTerms& terms) {
+  return found(days, terms, kDaysFromPrevious,
+               [](const CouponSearch& search) { return search.daysFromPrevious; });
+}
+
+std::optional<double> zComputeCOUPDAYSNC(const DayNumbers& days, DayCountTerms& terms) {
+  return found(days, terms, kDaysToNext,
+               [](const CouponSearch& search) { return search.daysToNext; });
 }
 
 // Only periods of basis 1 differ from each other.
-std::optional<double> zComputeCOUPDAYS(CouponQuery& query) {
-  if (query.terms.basis != kBasisActual) return query.terms.periodDays;
-  CouponSearch search = search_of(query, kDaysInPeriod);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  return search.daysInPeriod;
+std::optional<double> zComputeCOUPDAYS(const DayNumbers& days, DayCountTerms& terms) {
+  if (terms.basis != kBasisActual) return terms.periodDays;
+  return found(days, terms, kDaysInPeriod,
+               [](const CouponSearch& search) { return search.daysInPeriod; });
 }
 
-std::optional<double> zComputeCOUPNCD(CouponQuery& query) {
-  CouponSearch search = search_of(query, 0);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  return host_date(search.nextStore);
+std::optional<double> zComputeCOUPNCD(const DayNumbers& days, DayCountTerms& terms) {
+  return found(days, terms, 0,
+               [](const CouponSearch& search) { return host_date(*search.nextCoupon); });
 }
 
-std::optional<double> zComputeCOUPPCD(CouponQuery& query) {
-  CouponSearch search = search_of(query, 0);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  return host_date(search.previousStore);
+std::optional<double> zComputeCOUPPCD(const DayNumbers& days, DayCountTerms& terms) {
+  return found(days, terms, 0,
+               [](const CouponSearch& search) { return host_date(*search.previousCoupon); });
 }
 
-std::optional<double> zComputeCOUPNUM(CouponQuery& query) {
-  return CountTheCoupons(query.settlement, query.maturity, query.terms);
+std::optional<double> zComputeCOUPNUM(const DayNumbers& days, DayCountTerms& terms) {
+  return CountTheCoupons(date_of_day(days.settlement), date_of_day(days.maturity), terms);
 }
 
-void read_dates(Reader& in, CouponQuery& query) noexcept {
-  query.settlement.dayNumber = in.date(1);
-  query.maturity.dayNumber = in.date(2);
+DayNumbers read_dates(Reader& in) noexcept {
+  const std::int64_t settlement = in.date(1);
+  return {settlement, in.date(2)};
 }
 
-Status answer(Reader& in, CouponQuery& query, Core* core) noexcept {
-  query.terms.frequency = in.integer(3, 1);
-  query.terms.basis = in.basis(4);
+Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
+  DayCountTerms terms{};
+  terms.frequency = in.integer(3, 1);
+  terms.stepUnit = kMonths;
+  terms.basis = in.basis(4);
   if (!in.ok()) return in.status();
 
-  query.terms.stepUnit = kMonths;
-  zComputePeriod(query.terms);
-  zComputeDaysInPeriod(query.terms);
-  zgetMonthDayYear(query.settlement);
-  zgetMonthDayYear(query.maturity);
-  const auto value = core(query);
+  zComputePeriod(terms);
+  zComputeDaysInPeriod(terms);
+  const auto value = core(days, terms);
   return value ? in.store(*value) : in.fail();
 }
 
 // Equal dates answer 0 before anything else is read, also where a date is asked for.
 Status answer_up_to_maturity(Reader& in, Core* core) noexcept {
-  CouponQuery query;
-  read_dates(in, query);
-  in.require(query.settlement.dayNumber <= query.maturity.dayNumber, 2);
-  if (in.ok() && query.settlement.dayNumber == query.maturity.dayNumber) return in.store(0.0);
-  return answer(in, query, core);
+  const DayNumbers days = read_dates(in);
+  in.require(days.settlement <= days.maturity, 2);
+  if (in.ok() && days.settlement == days.maturity) return in.store(0.0);
+  return answer(in, days, core);
 }
 
 }  // namespace
@@ -100,10 +97,9 @@ Status answer_up_to_maturity(Reader& in, Core* core) noexcept {
 // COUPDAYBS(settlement, maturity, frequency [, basis])
 // Alone among the six it refuses equal dates, and marks the frequency for the order of the dates.
 Status fnc_COUPDAYBS(Reader& in) noexcept {
-  CouponQuery query;
-  read_dates(in, query);
-  in.require(query.settlement.dayNumber < query.maturity.dayNumber, 3);
-  return answer(in, query, zComputeCOUPDAYBS);
+  const DayNumbers days = read_dates(in);
+  in.require(days.settlement < days.maturity, 3);
+  return answer(in, days, zComputeCOUPDAYBS);
 }
 
 // The others take the same arguments.

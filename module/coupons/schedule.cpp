@@ -56,14 +56,25 @@ void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
   search.nextStore = zAdvanceDate(anchor, count + 1, *search.terms);
 }
 
+// Periods that can be stepped between two dates less than two years apart without leaving the
+// months before the later date's, and so without any need to look at the dates stepped to.
+std::int64_t sure_periods(const CalendarDate& earlier, const CalendarDate& later,
+                          const DayCountTerms& terms) noexcept {
+  const std::int64_t years = std::int64_t{later.year} - earlier.year;
+  if (terms.monthsPerPeriod < 1 || years < 0 || years > 1) return 0;
+  const auto months = static_cast<std::int32_t>(12 * years) + later.month - earlier.month;
+  return std::max(months - 1, 0) / static_cast<std::int32_t>(terms.monthsPerPeriod);
+}
+
 // Steps from the anchor, forward or (sign -1) backward, until settlement is passed or met.
 bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int sign) noexcept {
   const DayCountTerms& terms = *search.terms;
   const DateOrder passed = sign > 0 ? kLater : kEarlier;
   CalendarDate& front = sign > 0 ? search.nextStore : search.previousStore;
   CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
-  front = anchor;
-  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+  const std::int64_t skipped = sign > 0 ? sure_periods(anchor, *search.settlement, terms) : 0;
+  front = skipped == 0 ? anchor : zAdvanceDate(anchor, skipped, terms);
+  for (std::int64_t k = skipped + 1; k <= terms.frequency; ++k) {
     if (k > kMostSteps) return false;
     behind = front;
     front = zAdvanceDate(anchor, sign * k, terms);
@@ -89,15 +100,6 @@ double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerm
 double period_length(const CalendarDate& start, const CalendarDate& end,
                      DayCountTerms& terms) noexcept {
   return terms.basis == kBasisActual ? CountTheCouponDays(start, end, terms) : terms.periodDays;
-}
-
-CouponSearch search_of(const CalendarDate& settlement, const CalendarDate& maturity,
-                       DayCountTerms& terms) noexcept {
-  CouponSearch search{};
-  search.settlement = &settlement;
-  search.maturity = &maturity;
-  search.terms = &terms;
-  return search;
 }
 
 }  // namespace
@@ -159,7 +161,6 @@ bool FindCouponInfo(CouponSearch& search) noexcept {
   search.previousCoupon = &search.previousStore;
   search.nextCoupon = &search.nextStore;
   search.couponOnSettlement = nullptr;
-  if (search.maturity == nullptr) return true;
 
   DayCountTerms& terms = *search.terms;
   const CalendarDate anchor = anniversary(*search.settlement, *search.maturity);
@@ -250,7 +251,11 @@ std::optional<double> CountTheCoupons(const CalendarDate& settlement, const Cale
   const DateOrder order = zCompareDates(in_settlement_year, settlement);
   if (order == kSameDay) return coupons;
   const int sign = order == kEarlier ? 1 : -1;
-  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+  const CalendarDate& earlier = order == kEarlier ? in_settlement_year : settlement;
+  const CalendarDate& later = order == kEarlier ? settlement : in_settlement_year;
+  const std::int64_t skipped = sure_periods(earlier, later, terms);
+  coupons -= static_cast<double>(sign * skipped);
+  for (std::int64_t k = skipped + 1; k <= terms.frequency; ++k) {
     if (k > kMostSteps) return std::nullopt;
     const DateOrder stepped =
         zCompareDates(zAdvanceDate(in_settlement_year, sign * k, terms), settlement);
@@ -296,7 +301,7 @@ double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, co
 double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
                                          const CalendarDate& maturity,
                                          DayCountTerms& terms) noexcept {
-  CouponSearch search = search_of(settlement, maturity, terms);
+  CouponSearch search(settlement, maturity, terms, 0);
   FindCouponInfo(search);
   if (search.couponOnSettlement != nullptr) return 0.0;
   const double days = CountTheCouponDays(settlement, search.nextStore, terms);
@@ -306,7 +311,7 @@ double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
 std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
                                                const CalendarDate& maturity,
                                                DayCountTerms& terms) noexcept {
-  CouponSearch search = search_of(start, maturity, terms);
+  CouponSearch search(start, maturity, terms, 0);
   if (!FindCouponInfo(search)) return std::nullopt;
   const CalendarDate& next = search.nextStore;
   if (zCompareDates(next, end) != kEarlier) {
@@ -331,7 +336,7 @@ std::optional<double> ComputeCouponProportions(const CalendarDate& start, const 
 bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
                        const CalendarDate& anchor, DayCountTerms& terms,
                        CouponList& list) noexcept {
-  CouponSearch search = search_of(start, anchor, terms);
+  CouponSearch search(start, anchor, terms, 0);
   if (!FindCouponInfo(search)) return false;
   const auto period = [&terms](const CalendarDate& from, const CalendarDate& to) {
     return CouponPeriod{from, to, period_length(from, to, terms)};

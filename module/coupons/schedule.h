@@ -31,10 +31,19 @@ enum CouponRequest : std::int32_t {
   kDaysInPeriod = 4,      // of the period that holds settlement
 };
 
-// Request and answer of FindCouponInfo. It points into itself: do not copy it.
+// Request and answer of FindCouponInfo. It points into itself: do not copy it once it is answered.
 struct CouponSearch {
+  // Leaves the answers unset, which is quicker than to fill them with zeros.
+  CouponSearch(const CalendarDate& settlement_date, const CalendarDate& maturity_date,
+               DayCountTerms& day_count_terms, std::int32_t requested) noexcept
+      : settlement(&settlement_date),
+        maturity(&maturity_date),
+        couponOnSettlement(nullptr),
+        terms(&day_count_terms),
+        requests(requested) {}
+
   const CalendarDate* settlement;
-  const CalendarDate* maturity;  // null: the search does nothing
+  const CalendarDate* maturity;
   CalendarDate* previousCoupon;  // always previousStore
   CalendarDate*
       couponOnSettlement;    // onSettlementStore when settlement is a coupon date, else null

@@ -30,8 +30,6 @@ double coefficient(double life) noexcept {
 }
 
 double first_fraction(ProratedAsset& asset) noexcept {
-  zgetMonthDayYear(asset.purchased);
-  zgetMonthDayYear(asset.first_period_end);
   asset.terms.useStartYearLength = 1;
   return ComputeTheAnnualRatio(asset.purchased, asset.first_period_end, asset.terms);
 }
@@ -89,18 +87,19 @@ double zComputeAMORLINC(ProratedAsset& asset) noexcept {
 
 namespace {
 
-// What both keywords read in the same way, up to the salvage value.
-ProratedAsset read_asset(Reader& in) noexcept {
-  ProratedAsset asset{};
-  asset.cost = in.positive(1);
-  asset.purchased.dayNumber = in.date(2);
-  asset.first_period_end.dayNumber = in.date(3);
-  in.require(asset.purchased.dayNumber <= asset.first_period_end.dayNumber, 3);
-  asset.terms.countEnd31 = 1;
-  asset.terms.frequency = 1;
-  asset.terms.stepUnit = kYears;
-  asset.terms.monthsPerPeriod = 12;
-  return asset;
+// What both keywords read in the same way: cost and dates first.
+struct Purchase {
+  double cost;
+  std::int64_t purchased;
+  std::int64_t first_period_end;
+};
+
+Purchase read_purchase(Reader& in) noexcept {
+  const double cost = in.positive(1);
+  const std::int64_t purchased = in.date(2);
+  const std::int64_t first_period_end = in.date(3);
+  in.require(purchased <= first_period_end, 3);
+  return {cost, purchased, first_period_end};
 }
 
 double read_salvage(Reader& in) noexcept {
@@ -109,34 +108,54 @@ double read_salvage(Reader& in) noexcept {
   return salvage;
 }
 
+ProratedAsset asset_of(const Purchase& purchase, double salvage, double rate, std::int32_t period,
+                       BasisCode basis) noexcept {
+  DayCountTerms terms{};
+  terms.countEnd31 = 1;
+  terms.frequency = 1;
+  terms.stepUnit = kYears;
+  terms.monthsPerPeriod = 12;
+  terms.basis = basis;
+  return {purchase.cost,
+          salvage,
+          rate,
+          period,
+          date_of_day(purchase.purchased),
+          date_of_day(purchase.first_period_end),
+          terms};
+}
+
 }  // namespace
 
 // AMORDEGRC(cost, date_purchased, first_period, salvage, period, rate [, basis])
 Status fnc_AMORDEGRC(Reader& in) noexcept {
-  ProratedAsset asset = read_asset(in);
-  if (in.ok() && asset.purchased.dayNumber == asset.first_period_end.dayNumber) {
+  const Purchase purchase = read_purchase(in);
+  if (in.ok() && purchase.purchased == purchase.first_period_end) {
     return in.store(0.0);  // nothing else is read
   }
-  asset.salvage = read_salvage(in);
-  asset.period = in.integer(5, 0);
-  asset.rate = in.positive(6);
-  in.require(asset.rate < 0.5, 6);
-  asset.terms.basis = in.basis(7);
+  const double salvage = read_salvage(in);
+  const std::int32_t period = in.integer(5, 0);
+  const double rate = in.positive(6);
+  in.require(rate < 0.5, 6);
+  const BasisCode basis = in.basis(7);
   if (!in.ok()) return in.status();
 
+  ProratedAsset asset = asset_of(purchase, salvage, rate, period, basis);
   const auto charge = zComputeAMORDEGRC(asset);
   return charge ? in.store(*charge) : in.fail();
 }
 
 // AMORLINC(cost, date_purchased, first_period, salvage, period, rate [, basis])
 Status fnc_AMORLINC(Reader& in) noexcept {
-  ProratedAsset asset = read_asset(in);
-  asset.salvage = read_salvage(in);
-  in.require(asset.salvage <= asset.cost, 4);
-  asset.period = in.integer(5, 0);
-  asset.rate = in.positive(6);
-  asset.terms.basis = in.basis(7);
+  const Purchase purchase = read_purchase(in);
+  const double salvage = read_salvage(in);
+  in.require(salvage <= purchase.cost, 4);
+  const std::int32_t period = in.integer(5, 0);
+  const double rate = in.positive(6);
+  const BasisCode basis = in.basis(7);
   if (!in.ok()) return in.status();
+
+  ProratedAsset asset = asset_of(purchase, salvage, rate, period, basis);
   return in.store(zComputeAMORLINC(asset));
 }
 

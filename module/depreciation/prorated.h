@@ -9,6 +9,7 @@
 
 namespace vxfnc::depreciation {
 
+// Both dates are filled by zgetMonthDayYear.
 struct ProratedAsset {
   double cost;          // > 0
   double salvage;       // >= 0

@@ -13,7 +13,7 @@ namespace vxfnc {
 enum class Width : std::uint8_t { kWide, kByte };
 
 // What a caller of `copy` may copy at the most, and must have room for: byte strings are padded to
-// this length, wide ones are not padded.
+// this length, wide ones are not padded. Where the service is missing, nothing is copied.
 inline constexpr std::int64_t kCopyRoom = 16;
 
 class WideCharacters {
@@ -47,7 +47,6 @@ class ByteCharacters {
     return std::clamp<std::int64_t>(services_->trim(services_, s, n, 0), 0, n);
   }
   void copy(const Char* from, std::int64_t n, Char* to) const noexcept {
-    std::fill_n(to, kCopyRoom, ' ');
     std::int64_t copied = 0;
     if (has(&ByteStringServices::copy)) {
       services_->copy(services_, from, n, to, kCopyRoom, &copied, 1);

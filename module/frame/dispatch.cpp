@@ -2,7 +2,7 @@
 #include "frame/dispatch.h"
 
 #include <algorithm>
-#include <bit>
+#include <type_traits>
 
 #include "frame/keywords.h"
 
@@ -34,7 +34,9 @@ struct PackedKeyword {
   friend bool operator==(const PackedKeyword&, const PackedKeyword&) = default;
 };
 
-// n is at most 10. A character of 128 or above makes a word that is no keyword.
+constexpr PackedKeyword kNoKeyword{.head = 0, .tail = 0};
+
+// n is at most 10. A character of 128 or above makes kNoKeyword.
 template <class Char>
 constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
   PackedKeyword word{.head = 0, .tail = static_cast<std::uint64_t>(n) << 32};
@@ -46,8 +48,18 @@ constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
   };
   for (std::int64_t i = 0; i < std::min<std::int64_t>(n, 8); ++i) word.head |= next(i) << (8 * i);
   for (std::int64_t i = 8; i < n; ++i) word.tail |= next(i) << (8 * (i - 8));
-  return all < 128 ? word : PackedKeyword{};
+  return all < 128 ? word : kNoKeyword;
 }
+
+// Upper-cases eight bytes below 128 at once: a byte's high bit tells first that it is at least an
+// a, then that it is beyond the z.
+constexpr std::uint64_t upper_bytes(std::uint64_t bytes) noexcept {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  const std::uint64_t from_a = bytes + kEach * (128 - 'a');
+  const std::uint64_t beyond_z = bytes + kEach * (127 - 'z');
+  return bytes - ((from_a & ~beyond_z & (kEach * 128)) >> 2);
+}
+static_assert(upper_bytes(0x7B7A61605B5A4100) == 0x7B5A41605B5A4100);
 
 constexpr int kBuckets = 512;
 constexpr std::uint8_t kNoRow = 255;
@@ -98,6 +110,21 @@ constexpr bool sorted_and_short() {
 }
 static_assert(sorted_and_short());
 
+// The keyword in upper case, packed, or kNoKeyword.
+template <class Characters>
+PackedKeyword normalised(const typename Characters::Char* s, std::int64_t n,
+                         const Characters& characters) noexcept {
+  if constexpr (std::is_same_v<Characters, WideCharacters>) {
+    // Below 128 neither the tables nor the case service have anything to say but a to z.
+    const PackedKeyword word = packed(s, n);
+    if (word != kNoKeyword) return {upper_bytes(word.head), upper_bytes(word.tail)};
+  }
+  typename Characters::Char buffer[kCopyRoom] = {};
+  characters.copy(s, n, buffer);
+  characters.upper(buffer, n);
+  return packed(buffer, n);
+}
+
 // The keyword's row, or -1. Trailing blanks are forgiven, a leading one is not.
 template <class Characters>
 int keyword_row(const StringValue* keyword, const Characters& characters) noexcept {
@@ -107,11 +134,7 @@ int keyword_row(const StringValue* keyword, const Characters& characters) noexce
   if (s[0] == Char{' '}) return -1;
   const std::int64_t n = characters.trim(s, keyword->length);
   if (n < 1 || n > kLongestKeyword) return -1;
-
-  Char buffer[kCopyRoom];
-  characters.copy(s, n, buffer);
-  characters.upper(buffer, n);
-  return find_row(packed(buffer, n));
+  return find_row(normalised(s, n, characters));
 }
 
 template <class Characters>
