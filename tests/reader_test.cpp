@@ -28,32 +28,6 @@ std::string read(double number, auto reading) {
   return read(Width::kWide, kNumberArgument | 4, &number, reading);
 }
 
-TEST(Reader, ReadsTheBasis) {
-  const auto basis = [](Reader& in) { return static_cast<int>(in.basis(1)); };
-  // clang-format off
-  const std::pair<double, const char*> numbers[] = {
-      {0, "0"}, {4.9, "4"}, {-0.5, "0"}, {5, "bad"}, {-1, "bad"}, {1e300, "bad"}, {MISSING, "1"}};
-  const std::pair<std::string, const char*> texts[] = {
-      {"30/360", "0"}, {"actual", "1"}, {" act / 360 ", "2"}, {"ACT/365", "3"}, {"Eu30/360", "4"},
-      {"EU30/365", "bad"}, {"ACT", "bad"}, {"", "bad"}, {"   ", "bad"},
-      {"ACTUAL" + std::string(249, ' '), "1"}, {"ACTUAL" + std::string(250, ' '), "bad"}};
-  // clang-format on
-  for (const auto& [number, wanted] : numbers) EXPECT_EQ(read(number, basis), wanted) << number;
-  EXPECT_EQ(read(Width::kWide, kNumberArgument, nullptr, basis), "1");
-  EXPECT_EQ(read(Width::kWide, kStringArgument, nullptr, basis), "bad");
-  const StringValue actual{0, 6, "ACTUAL"}, empty{0, 6, nullptr}, negative{0, -1, "A"};
-  EXPECT_EQ(read(Width::kByte, 0x0A, &actual, basis), "bad");  // neither number nor text
-  EXPECT_EQ(read(Width::kByte, kStringArgument, &empty, basis), "bad");
-  EXPECT_EQ(read(Width::kByte, kStringArgument, &negative, basis), "bad");
-  for (const auto& [text, wanted] : texts) {
-    const std::u32string wide(text.begin(), text.end());
-    const StringValue in_bytes{0, static_cast<std::int32_t>(text.size()), text.data()};
-    const StringValue in_wide{0, in_bytes.length, wide.data()};
-    EXPECT_EQ(read(Width::kByte, kStringArgument, &in_bytes, basis), wanted) << text;
-    EXPECT_EQ(read(Width::kWide, kStringArgument | 4, &in_wide, basis), wanted) << text;
-  }
-}
-
 TEST(Reader, ReadsNumbersDatesAndChoices) {
   const auto number = [](Reader& in) { return in.number(1); };
   const auto date = [](Reader& in) { return in.date(1); };

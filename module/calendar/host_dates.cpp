@@ -111,8 +111,10 @@ double vxfmtzjuldat(double date) {
     return MISSING;
   }
   const auto day = static_cast<std::int64_t>(std::floor(date));
-  // A year too early at the most: the years are no longer than the divisor makes them.
-  std::int64_t year = 1960 + day / 366 - 1;
+  constexpr double kMeanYear = 365.2425;
+  // At least a year too early, by the days that the mean is off.
+  std::int64_t year =
+      1958 + static_cast<std::int64_t>(std::floor(static_cast<double>(day) / kMeanYear));
   while (vxfnc::before(year + 1) < day) ++year;
   return static_cast<double>(year * 1000 + day - vxfnc::before(year));
 }

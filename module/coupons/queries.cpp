@@ -1,4 +1,5 @@
 // The six coupon queries: one list of arguments, one order of refusals, six answers.
+#include <limits>
 #include <optional>
 
 #include "calendar/host_dates.h"
@@ -72,8 +73,11 @@ DayNumbers read_dates(Reader& in) noexcept {
 }
 
 Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
+  // Here a frequency beyond 32 bits is refused, not taken by its low 32 bits.
+  const std::int64_t frequency = in.whole(3);
+  in.require(frequency >= 1 && frequency <= std::numeric_limits<std::int32_t>::max(), 3);
   DayCountTerms terms{};
-  terms.frequency = in.integer(3, 1);
+  terms.frequency = static_cast<std::int32_t>(frequency);
   terms.stepUnit = kMonths;
   terms.basis = in.basis(4);
   if (!in.ok()) return in.status();

@@ -1,0 +1,123 @@
+// The calendar, the host's date formats, and the coupon routines that no keyword shows yet.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+
+#include "calendar/host_dates.h"
+#include "coupons/schedule.h"
+#include "frame/kernel_handle.h"
+
+namespace vxfnc {
+namespace {
+
+CalendarDate day(int year, unsigned month, unsigned day_of_month) {
+  using namespace std::chrono;
+  const sys_days date{std::chrono::year{year} / month / day_of_month};
+  return date_of_day((date - sys_days{1960y / 1 / 1}).count() + kDayNumberOfDateZero);
+}
+
+TEST(Calendar, ConvertsEveryDayThereAndBack) {
+  using namespace std::chrono;
+  const sys_days first{1y / 1 / 1};
+  for (std::int64_t j = 1721426; j < 4200000; ++j) {
+    const CalendarDate date = date_of_day(j);
+    const year_month_day wanted{first + days{j - 1721426}};
+    ASSERT_TRUE(date.year == int{wanted.year()} &&
+                unsigned(date.month) == unsigned{wanted.month()} &&
+                unsigned(date.day) == unsigned{wanted.day()} && date.dayNumber == j)
+        << j;
+  }
+  for (std::int64_t j = 0; j < 500000000; j += 997) {  // across the width that takes 32 bits
+    CalendarDate date = date_of_day(j);
+    ConvertDateToJulian(date);
+    ASSERT_EQ(date.dayNumber, j);
+  }
+  EXPECT_EQ(date_of_day(kDayNumberOfDateZero).anchorDay, 1);
+  EXPECT_EQ(day(2001, 2, 28).endOfMonth, 1);
+  EXPECT_EQ(day(2000, 2, 28).endOfMonth, 0);
+}
+
+TEST(HostDates, ConvertAndReject) {
+  const double no = MISSING;
+  // clang-format off
+  const struct { double year, month, day, wanted; } triples[] = {
+      {49, 3, 1, 2049060}, {50, 3, 1, 1950060}, {2000, 12, 31, 2000366}, {1582, 1, 1, 1582001},
+      {4000, 2, 29, no}, {4000, 3, 1, 4000060}, {1581, 1, 1, no}, {20000, 12, 31, 20000365},
+      {20001, 1, 1, no}, {-1, 1, 1, no}, {100, 1, 1, no}, {2001, 2, 29, no}, {2001, 13, 1, no},
+      {2001, 0, 1, no}, {2001, 1, 0, no}, {2001, 1, 32, no}, {NAN, 1, 1, no}, {2001.9, 1.9, 1.9, 2001001}};
+  const struct { double julian, wanted, back; } julians[] = {
+      {1960001, 0, 1960001}, {1582001, -138061, 1582001}, {20000365, 6589335, 20000365},
+      {49060, 32567, 2049060}, {20000366, no, no}, {1581365, no, no}, {100001, no, no},
+      {2001366, no, no}, {0, no, no}, {-1, no, no}, {NAN, no, no}, {4000366, no, no}};
+  // clang-format on
+  const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+  for (const auto& [year, month, day_of_month, wanted] : triples) {
+    EXPECT_TRUE(same(vxfmtzjulymd(year, month, day_of_month), wanted)) << year << '-' << month;
+  }
+  for (const auto& [julian, wanted, back] : julians) {
+    EXPECT_TRUE(same(vxfmtzdatjul(julian), wanted)) << julian;
+    EXPECT_TRUE(same(vxfmtzjuldat(vxfmtzdatjul(julian)), back)) << julian;
+  }
+  double year, month, of_month;
+  for (int date = -138061; date < 6589336; date += 13) {
+    const double julian = vxfmtzjuldat(date + 0.5);
+    vxfmtzymdjul(&year, &month, &of_month, julian + 0.9);
+    ASSERT_TRUE(vxfmtzdatjul(julian) == date && vxfmtzjulymd(year, month, of_month) == julian)
+        << date;
+  }
+  EXPECT_TRUE(std::isnan(vxfmtzjuldat(-138062)) && std::isnan(vxfmtzjuldat(6589336)));
+  vxfmtzymdjul(&year, &month, &of_month, 0.9);
+  EXPECT_TRUE(std::isnan(year) && std::isnan(month) && std::isnan(of_month));
+
+  KernelServices handle{};
+  Exported_VXHandle = &handle;  // one without options
+  EXPECT_EQ(vxfmtzjulymd(49, 3, 1), 2049060);
+  handle.get_option = [](KernelServices*, const WideChar* name, std::uint64_t length,
+                         std::uint64_t kind, std::int64_t* value, std::uint64_t* size) {
+    EXPECT_EQ(std::u32string(name, length), U"VX_NAME_YEARCUTOFF");
+    EXPECT_TRUE(kind == 3 && *value == 1950 && *size == 8);
+    *value = 1920;
+    return 0;
+  };
+  EXPECT_EQ(vxfmtzjulymd(49, 3, 1), 1949060);
+  EXPECT_EQ(vxfmtzjulymd(19, 3, 1), 2019060);
+  Exported_VXHandle = nullptr;
+}
+
+TEST(Schedule, CountsPeriodsWholeAndInPart) {
+  DayCountTerms terms{};
+  terms.frequency = 2;
+  terms.stepUnit = kMonths;
+  terms.basis = kBasisActual;
+  zComputePeriod(terms);
+  zComputeDaysInPeriod(terms);
+  const CalendarDate issue = day(2020, 3, 1), maturity = day(2030, 11, 15);
+  EXPECT_EQ(CountWholeCoupons(day(2020, 5, 15), maturity, terms), 21);
+  EXPECT_EQ(CountWholeCoupons(issue, maturity, terms), 21);
+  EXPECT_EQ(ComputeFromSettlementToNextCoupon(issue, maturity, terms), 75.0 / 182.0);
+  EXPECT_EQ(ComputeFromSettlementToNextCoupon(day(2020, 5, 15), maturity, terms), 0.0);
+  EXPECT_EQ(*ComputeCouponProportions(issue, day(2020, 4, 1), maturity, terms), 31.0 / 182.0);
+  EXPECT_EQ(*ComputeCouponProportions(issue, day(2021, 1, 15), maturity, terms),
+            75.0 / 182.0 + 1.0 + 61.0 / 181.0);
+  CouponList list;
+  ASSERT_TRUE(MakeTheCouponList(issue, day(2021, 11, 15), maturity, terms, list));
+  EXPECT_TRUE(list.periods == 4 && list.wholePeriods == 3 && list.used == 2);
+  EXPECT_EQ(list.flags, CouponList::kEndIsCoupon);
+  EXPECT_TRUE(list.slots[0].days == 182 && list.slots[1].days == 184);
+  EXPECT_EQ(zCompareDates(list.slots[1].start, day(2021, 5, 15)), kSameDay);
+  ASSERT_TRUE(MakeTheCouponList(day(2020, 5, 15), day(2020, 6, 1), maturity, terms, list));
+  EXPECT_TRUE(list.periods == 1 && list.wholePeriods == 0 && list.used == 1);
+  EXPECT_EQ(list.flags, CouponList::kStartIsCoupon);
+
+  terms.basis = kBasisUs30360;
+  zComputeDaysInPeriod(terms);
+  EXPECT_EQ(CountTheCouponDays(day(2020, 4, 30), day(2020, 6, 30), terms), 60);
+  EXPECT_EQ(CountTheCouponDays(day(2021, 2, 28), day(2021, 5, 31), terms), 92);    // February stays
+  EXPECT_EQ(CountTheCouponDays(day(2020, 1, 15), day(2020, 12, 15), terms), 180);  // capped
+  terms.plainUs30360 = 1;
+  EXPECT_EQ(CountTheCouponDays(day(2020, 1, 15), day(2020, 12, 15), terms), 330);
+}
+
+}  // namespace
+}  // namespace vxfnc
