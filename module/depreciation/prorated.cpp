@@ -16,12 +16,22 @@ std::int32_t periods_of(double life) noexcept {
   return life < kMost ? static_cast<std::int32_t>(life) : kMost;
 }
 
-// Halves away from zero, to an amount of 32 bits.
-std::optional<double> whole_amount(double amount) noexcept {
-  const double moved = amount > 0.0 ? amount + 0.5 : amount - 0.5;
-  if (!(moved > -0x1p31 - 1.0 && moved < 0x1p31)) return std::nullopt;
-  return static_cast<double>(static_cast<std::int32_t>(moved));
-}
+// Rounds amounts to whole numbers of 32 bits, halves away from zero, and remembers whether all fit.
+class WholeAmounts {
+ public:
+  double rounded(double amount) noexcept {
+    const double moved = amount > 0.0 ? amount + 0.5 : amount - 0.5;
+    if (!(moved > -0x1p31 - 1.0 && moved < 0x1p31)) {
+      fit_ = false;
+      return 0.0;
+    }
+    return static_cast<double>(static_cast<std::int32_t>(moved));
+  }
+  [[nodiscard]] bool fit() const noexcept { return fit_; }
+
+ private:
+  bool fit_ = true;
+};
 
 // The limits are 4 and 6, widened so that a life computed as 1 / 0.25 still counts as 4.
 double coefficient(double life) noexcept {
@@ -46,25 +56,25 @@ std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept {
   const double y = first_fraction(asset);
   double first = asset.cost * c * asset.rate * y;
   if (asset.salvage > asset.cost - first) first = asset.cost - asset.salvage;
-  const auto first_charge = whole_amount(first);
-  if (!first_charge || asset.period < 1) return first_charge;
-
-  double value = asset.cost - *first_charge;
+  WholeAmounts amounts;
+  double charge = amounts.rounded(first);
+  double value = asset.cost;
   double rate = c * asset.rate;
   std::int64_t walked = 0;
-  for (std::int64_t k = 0;; ++k) {
+  for (std::int64_t k = 0; k < asset.period; ++k) {
+    if (++walked > kLongestWalk) return std::nullopt;
+    value = value - charge;
     if (k == n - 2) {
       rate = 0.5;
     } else if (k == n - 1) {
       rate = 1.0;
     }
-    const auto charge = whole_amount(asset.salvage > value ? 0.0 : value * rate);
-    if (!charge || k == asset.period - 1) return charge;
-    if (++walked == kLongestWalk) return std::nullopt;
+    charge = amounts.rounded(asset.salvage > value ? 0.0 : value * rate);
     // Once nothing is charged, nothing changes before the rate does.
-    if (*charge == 0.0 && k < n - 3) k = std::min<std::int64_t>(asset.period - 1, n - 2) - 1;
-    value = value - *charge;
+    if (charge == 0.0 && k < n - 3) k = std::min<std::int64_t>(asset.period - 1, n - 3);
   }
+  if (!amounts.fit()) return std::nullopt;
+  return charge;
 }
 
 double zComputeAMORLINC(ProratedAsset& asset) noexcept {
