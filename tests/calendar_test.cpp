@@ -11,7 +11,7 @@
 namespace vxfnc {
 namespace {
 
-CalendarDate day(int year, unsigned month, unsigned day_of_month) {
+CalendarDate day(int year, int month, int day_of_month) {
   using namespace std::chrono;
   const sys_days date{std::chrono::year{year} / month / day_of_month};
   return date_of_day((date - sys_days{1960y / 1 / 1}).count() + kDayNumberOfDateZero);
