@@ -49,9 +49,9 @@ Date stepped(const Date& from, int months) {
 }
 
 double host_day(const Date& d) {
-  const int years = int{d.year()} - (d.month() < cal::March);  // whose February is over
-  const bool never = years % 4000 == 3999 && d.month() / d.day() == cal::February / 29;
-  return never || years < 1581 ? kMissing : number_of(d) - years / 4000;
+  const int year = int{d.year()}, februaries = d.month() < cal::March ? year - 1 : year;
+  if (year < 1582 || (year % 4000 == 0 && d.month() / d.day() == 2 / 29d)) return kMissing;
+  return number_of(d) - februaries / 4000;
 }
 
 double days(Date a, const Date& b, int basis) {
@@ -65,13 +65,12 @@ double days(Date a, const Date& b, int basis) {
 double annual_ratio(const Date& a, const Date& b, int basis, bool end_31, bool length_of_start) {
   const double count = days(a, b, basis) + (basis == 0 && end_31 && b.day() == 31d);
   if (basis != 1) return count / (basis == 3 ? 365 : 360);
-  double years[] = {0, 0};  // common, leap
-  for (cal::year y = a.year(); y <= b.year(); ++y) {
+  double sum = 0, years = 0;
+  for (cal::year y = a.year(); y <= b.year(); ++y, ++years) {
     const bool at_end = y == b.year(), held = y == a.year() ? a.month() < cal::March : !at_end;
-    ++years[y.is_leap() && (held || (at_end && b.month() > cal::February))];
+    sum += 365 + (y.is_leap() && (held || (at_end && b.month() > cal::February)));
   }
-  const double mean = (365 * years[0] + 366 * years[1]) / (years[0] + years[1]);
-  return count / (length_of_start ? 365 + a.year().is_leap() : mean);
+  return count / (length_of_start ? 365 + a.year().is_leap() : sum / years);
 }
 
 double coupons_left(const Date& settlement, const Date& maturity, int months) {
@@ -169,31 +168,28 @@ struct Generator {
   double of(const Values& v) { return v[random() % v.size()]; }
 
   double day() {
-    const int year = below(5)   ? 1900 + below(201)
-                     : below(5) ? 1583 + below(2417)
-                                : 4000 << below(3);
-    const auto month = cal::year{year} / (below(3) ? 1 + below(12) : 2);
-    return number_of(month / cal::last) - below(2) * below(28) + below(5) / 4;
+    const int rare = below(3) ? 1583 + below(below(2) ? 20 : 2417) : 4000 << below(3);
+    const auto year = cal::year{below(5) ? 1900 + below(201) : rare};
+    const auto last = year / (below(3) ? 1 + below(12) : 2) / cal::last;
+    return number_of(last) - below(2) * below(28) + below(5) / 4;
   }
 
   Values call(std::size_t size) {
     const double near = 1 + of({0, 0, 0, 5e-13, -5e-13, 2e-12, -2e-12, 1e-8, -1e-8, 3e-8, -3e-8});
     const double odd = of({0x1p32 + 2, 0x1p31, 0x1p53 + 2, -0x1p64, HUGE_VAL, 0, -1});
     const double late = day(), on = number_of(stepped(date_of(late), -below(below(4) ? 30 : 600)));
-    const double early = of({on, on, on, on + below(3) - 1, on + below(1000), late, day(), odd});
+    const double early = of({on, on, on, on + below(3) - 1, on - below(999), late, day(), odd});
     Values v = {early, late, below(12) ? of({1, 2, 4, 6, 12}) : odd};
     if (size == 6) {
       const double cost = of({8.0 * below(99999), 1.0 + below(999999), std::exp(below(200) / 10.)});
       const double salvage = cost * of({0.1, 0.1, below(99) / 99., below(1999) / 1e3, 0, 1, 1e-3});
-      const double rate =
-          near * of({0.5, 0.4, 0.25, 0.2, 0.1, 1 / 3., 1 / 6., below(999) / 1e3, 1e-9});
+      const double rate = near * of({0.4, 0.25, 0.2, 0.1, 1 / 3., 1 / 6., below(51) / 50., 1e-9});
       const double n = 3 + below(1 + static_cast<int>(std::min(1 / rate, 60.0)));
       v = {cost, early, late, salvage, of({0, 1, 2, n, n - 1, n - 2, n - 3, odd}), rate};
     }
     v.resize(size);
     double& x = v[random() % size];
-    if (below(7) == 0)
-      x = of({NAN, kNull, -HUGE_VAL, 0, -1, x + 0.5, x * near, x * near, x * near});
+    if (below(7) == 0) x = of({NAN, kNull, -HUGE_VAL, 0, -1, x + 0.5, x * near, x * near});
     return v;
   }
 };
@@ -215,10 +211,9 @@ TEST(Schedule, RandomCallsMatchPlainLoops) {
   }
 }
 
-// A bond pays on the same day of each coupon month, on its last day where the month is shorter, and
-// from month end to month end. COUPNUM has two exceptions to the coupons that are left: it takes a
-// coupon of 29 February as due on 1 March of a common year, hence still to come on the 28th, and
-// that of a common year's 28 February, a month end, as paid on the 28th of a leap year.
+// A bond pays on the same day of each coupon month, or on the last of a shorter one, and from month
+// end to month end. On 28 February COUPNUM has it otherwise: in a common year a coupon of the 29th
+// is still to come, as if on 1 March; in a leap year that of a month-end 28th is gone a day early.
 TEST(Schedule, CouponDaysAreTheWrittenOnes) {
   int still = 0, gone = 0;
   for (const Date maturity : {2031y / 5 / 15, 2031y / 1 / 29, 2031y / 8 / 30, 2031y / 7 / 31,
@@ -228,8 +223,8 @@ TEST(Schedule, CouponDaysAreTheWrittenOnes) {
       for (int m = -months; m >= -30 * 12; m -= months) {
         const Date previous = stepped(maturity, m), next = stepped(maturity, m + months);
         for (double day = number_of(previous); day < number_of(next); ++day) {
-          const Date at = date_of(day),
-                     due = stepped(maturity, months_of(at) - months_of(maturity));
+          const Date at = date_of(day);
+          const Date due = stepped(maturity, months_of(at) - months_of(maturity));
           const bool yearly = at.month() == maturity.month();
           const bool to_come = yearly && at == due && at.day() < maturity.day();
           const bool paid = yearly && at < due && at.day() == maturity.day();
@@ -245,15 +240,15 @@ TEST(Schedule, CouponDaysAreTheWrittenOnes) {
   EXPECT_EQ(std::pair(still, gone), std::pair(5 * (23 + 24), 5 * (7 + 6)));  // a day a year
 }
 
-// Up to the ends of whole numbers, and for frequencies that make no schedule: any answer, in time.
+// Up to the ends of whole numbers, odd frequencies, thousands of millions of periods: an answer.
 TEST(Schedule, FarDaysAndOddFrequenciesEnd) {
   Generator g;
   const Values far = {-0x1p63, -9e15, -1e12, -0x1p31, -3e6, -1, 0, 3e5, 0x1p31, 1e12, 9e15, 0x1p53};
-  for (int i = 0; i < 9000; ++i) {
+  for (int i = 0; i < 4000; ++i) {
     const auto& [keyword, size] = kKeywords[g.random() % kKeywords.size()];
     const auto [start, end] = std::minmax({g.of(far), g.of(far)});
     Values v = {start, end, g.of({1, 2, 12, 3, 5, 7, 13, 24, 0x1p31 - 1, 0x1p31 + 2, 0x1p32 + 3})};
-    if (size == 6) v = {1e3, start, end, 100, g.of({0, 1, 9, 0x1p31 - 1}), g.of({0.1, 0.3, 1e-12})};
+    if (size == 6) v = {1e9, start, end, 1, g.of({0, 9, 9, 9, 2e9}), g.of({0.1, 0.1, 4e-10})};
     v.resize(size);
     const Answer got = answered(Width::wide, keyword, v, kBases[1 + g.below(5)]);
     EXPECT_TRUE(got.status == 0 || got.status == 120836) << keyword << testing::PrintToString(v);

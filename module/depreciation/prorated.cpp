@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "frame/reader.h"
 #include "numeric/bounded.h"
@@ -10,10 +9,10 @@
 namespace vxfnc::depreciation {
 namespace {
 
-// A number of periods in 32 bits; the longest lives are cut to the most there is.
-std::int32_t periods_of(double life) noexcept {
-  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-  return life < kMost ? static_cast<std::int32_t>(life) : kMost;
+// Whole periods of a life. A count can leave 32 bits, but no period that is asked for can.
+std::int64_t periods_of(double life) noexcept {
+  constexpr double kMost = 0x1p53;
+  return static_cast<std::int64_t>(std::min(life, kMost));
 }
 
 // Rounds amounts to whole numbers of 32 bits, halves away from zero, and remembers whether all fit.
@@ -48,7 +47,7 @@ double first_fraction(ProratedAsset& asset) noexcept {
 
 std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept {
   const double life = 1.0 / asset.rate;
-  const std::int32_t n = periods_of(life);
+  const std::int64_t n = periods_of(life);
   if (n < 3) return 0.0;
   const double c = coefficient(life);
   if (asset.period > n) return 0.0;
