@@ -49,7 +49,7 @@ constexpr void ToTheFirstOfTheNextMonth(CalendarDate& date) noexcept {
   date.day = 1;
   if (date.month == 12) {
     date.month = 1;
-    ++date.year;
+    date.year = static_cast<std::int32_t>(std::int64_t{date.year} + 1);
   } else {
     ++date.month;
   }

@@ -39,7 +39,8 @@ double mean_spanned_year(const CalendarDate& start, const CalendarDate& end) noe
   const std::int64_t last = end.year;
   const auto counts_366 = [&](std::int32_t year) {
     return is_gregorian_leap_year(year) &&
-           ((year == start.year && start.month <= 2) || (year == end.year && end.month >= 3));
+           ((year == start.year && (start.month == 1 || start.month == 2)) ||
+            (year == end.year && end.month >= 3));
   };
   std::int64_t leap = counts_366(start.year) ? 1 : 0;
   if (last > first) {

@@ -106,13 +106,12 @@ void vxfmtzymdjul(double* year, double* month, double* day, double julian) {
 
 double vxfmtzjuldat(double date) {
   if (std::isnan(date)) return date;
-  if (!(date > static_cast<double>(vxfnc::before(1582)) &&
-        date < static_cast<double>(vxfnc::before(20001)) + 1.0)) {
-    return MISSING;
-  }
+  const auto first = static_cast<double>(vxfnc::before(1582) + 1);
+  const auto beyond = static_cast<double>(vxfnc::before(20001) + 1);
+  if (!(date >= first && date < beyond)) return MISSING;
   const auto day = static_cast<std::int64_t>(std::floor(date));
   constexpr double kMeanYear = 365.2425;
-  // At least a year too early, by the days that the mean is off.
+  // Never too late, and a year or two too early.
   std::int64_t year =
       1958 + static_cast<std::int64_t>(std::floor(static_cast<double>(day) / kMeanYear));
   while (vxfnc::before(year + 1) < day) ++year;

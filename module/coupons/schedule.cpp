@@ -11,7 +11,7 @@ namespace {
 constexpr double kNoFixedPeriod = std::numeric_limits<double>::max();
 
 // Steps that a schedule is walked for one answer. The frequencies that divide a year need 12 at the
-// most; meaningless ones repeat themselves long before this.
+// most, and so do meaningless ones, but for years at the ends of 32 bits.
 constexpr std::int64_t kMostSteps = std::int64_t{1} << 20;
 
 // The record of maturity moved into another year, without regard to that year's month lengths.
@@ -61,7 +61,8 @@ void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
 std::int64_t sure_periods(const CalendarDate& earlier, const CalendarDate& later,
                           const DayCountTerms& terms) noexcept {
   const std::int64_t years = std::int64_t{later.year} - earlier.year;
-  if (terms.monthsPerPeriod < 1 || years < 0 || years > 1) return 0;
+  const bool steps_months = terms.stepUnit == kMonths && terms.monthsPerPeriod >= 1;
+  if (!steps_months || years < 0 || years > 1) return 0;
   const auto months = static_cast<std::int32_t>(12 * years) + later.month - earlier.month;
   return std::max(months - 1, 0) / static_cast<std::int32_t>(terms.monthsPerPeriod);
 }
@@ -195,9 +196,9 @@ bool FindCouponInfo(CouponSearch& search) noexcept {
 
 double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& terms) noexcept {
   const double actual = static_cast<double>(end.dayNumber - start.dayNumber);
-  const auto store = [&terms](double count, double year_days) {
+  const auto store = [&terms](double count, double capped, double year_days) {
     terms.dayCount = count;
-    terms.cappedDayCount = std::min(count, terms.periodDays);
+    terms.cappedDayCount = capped;
     terms.basisYearDays = year_days;
   };
   switch (terms.basis) {
@@ -222,22 +223,24 @@ double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& t
       const std::int64_t count = 360 * (std::int64_t{end.year} - start.year) +
                                  30 * (std::int64_t{end.month} - start.month - 1) +
                                  std::min(end_day, 30) + std::max(30 - start.day, 0);
-      store(std::min(static_cast<double>(count), terms.periodDays), 360.0);
+      const double capped = std::min(static_cast<double>(count), terms.periodDays);
+      store(capped, capped, 360.0);
       break;
     }
     case kBasisActual:
-      store(actual, 1.0);
-      terms.cappedDayCount = actual;
+      store(actual, actual, 1.0);
       break;
     case kBasisActual360:
-      store(actual, 360.0);
+      store(actual, std::min(actual, terms.periodDays), 360.0);
       break;
     case kBasisActual365:
-      store(actual, 365.0);
+      store(actual, std::min(actual, terms.periodDays), 365.0);
       break;
-    case kBasisEuropean30360:
-      store(static_cast<double>(zdays360(start, end, kEuropeanMethod)), 360.0);
+    case kBasisEuropean30360: {
+      const auto days = static_cast<double>(zdays360(start, end, kEuropeanMethod));
+      store(days, std::min(days, terms.periodDays), 360.0);
       break;
+    }
     default:
       break;
   }
@@ -271,8 +274,8 @@ std::optional<double> CountTheCoupons(const CalendarDate& settlement, const Cale
   return coupons;
 }
 
-double CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
-                         const DayCountTerms& terms) noexcept {
+std::optional<double> CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
+                                        const DayCountTerms& terms) noexcept {
   double coupons = coupons_between_years(start, end, terms);
   CalendarDate date = in_year(end, start.year);
   const DateOrder order = zCompareDates(date, start);
@@ -281,7 +284,8 @@ double CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
     date = in_year(end, std::int64_t{start.year} + 1);
     coupons -= terms.frequency;
   }
-  for (std::int64_t k = 1; k <= std::min<std::int64_t>(terms.frequency, kMostSteps); ++k) {
+  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+    if (k > kMostSteps) return std::nullopt;
     const DateOrder stepped = zCompareDates(zAdvanceDate(date, -k, terms), start);
     if (stepped == kEarlier) break;
     coupons += 1.0;
@@ -298,11 +302,11 @@ double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, co
   return terms.atLeastOnePeriod != 0 ? std::max(fraction, 1.0) : fraction;
 }
 
-double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
-                                         const CalendarDate& maturity,
-                                         DayCountTerms& terms) noexcept {
+std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
+                                                        const CalendarDate& maturity,
+                                                        DayCountTerms& terms) noexcept {
   CouponSearch search(settlement, maturity, terms, 0);
-  FindCouponInfo(search);
+  if (!FindCouponInfo(search)) return std::nullopt;
   if (search.couponOnSettlement != nullptr) return 0.0;
   const double days = CountTheCouponDays(settlement, search.nextStore, terms);
   return days / period_length(search.previousStore, search.nextStore, terms);

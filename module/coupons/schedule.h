@@ -3,7 +3,8 @@
 // day of a month keeps the whole schedule on month ends.
 //
 // Dates must be filled by zgetMonthDayYear. Nothing here validates: a frequency other than 1, 2, 4,
-// 6 and 12 makes a meaningless schedule, but a safe one.
+// 6 and 12 makes a meaningless schedule, but a safe one. Where the answer is optional, nothing
+// stands for a schedule too long to walk.
 #pragma once
 
 #include <cstdint>
@@ -72,17 +73,17 @@ std::optional<double> CountTheCoupons(const CalendarDate& settlement, const Cale
                                       const DayCountTerms& terms) noexcept;
 
 // Coupon dates from start to the schedule of end.
-double CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
-                         const DayCountTerms& terms) noexcept;
+std::optional<double> CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
+                                        const DayCountTerms& terms) noexcept;
 
 // Which fraction of the period c..d the stretch a..b is.
 double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
                                 const CalendarDate& d, DayCountTerms& terms) noexcept;
 
 // The part of the current period from settlement to the next coupon; 0 on a coupon date.
-double ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
-                                         const CalendarDate& maturity,
-                                         DayCountTerms& terms) noexcept;
+std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
+                                                        const CalendarDate& maturity,
+                                                        DayCountTerms& terms) noexcept;
 
 // Periods, whole and part, from start to end on maturity's schedule. Nothing when there are too
 // many to walk.
