@@ -9,13 +9,10 @@ namespace {
 constexpr double kAbsurdRatio = std::numeric_limits<double>::max();
 constexpr std::int64_t kAbsurdCount = std::int64_t{1} << 53;
 
-constexpr std::int64_t floor_of(std::int64_t a, std::int64_t b) noexcept {
-  return a / b - (a % b < 0 ? 1 : 0);
-}
-
-// Leap years up to and including a year, less those before year 1.
+// Leap years up to and including a year, less those before year 1. Shifts round down, also below 0.
 constexpr std::int64_t leap_years_through(std::int64_t year) noexcept {
-  return floor_of(year, 4) - floor_of(year, 100) + floor_of(year, 400);
+  const std::int64_t centuries = year / 100 - (year % 100 < 0 ? 1 : 0);
+  return (year >> 2) - centuries + (centuries >> 2);
 }
 static_assert(leap_years_through(2000) - leap_years_through(1899) == 25);
 static_assert(leap_years_through(0) - leap_years_through(-4) == 1);

@@ -61,10 +61,11 @@ void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
 std::int64_t sure_periods(const CalendarDate& earlier, const CalendarDate& later,
                           const DayCountTerms& terms) noexcept {
   const std::int64_t years = std::int64_t{later.year} - earlier.year;
-  const bool steps_months = terms.stepUnit == kMonths && terms.monthsPerPeriod >= 1;
+  const bool steps_months =
+      terms.stepUnit == kMonths && terms.monthsPerPeriod * terms.frequency == 12;
   if (!steps_months || years < 0 || years > 1) return 0;
   const auto months = static_cast<std::int32_t>(12 * years) + later.month - earlier.month;
-  return std::max(months - 1, 0) / static_cast<std::int32_t>(terms.monthsPerPeriod);
+  return std::max(months - 1, 0) * terms.frequency / 12;
 }
 
 // Steps from the anchor, forward or (sign -1) backward, until settlement is passed or met.
