@@ -249,12 +249,12 @@ Evaluation Kernel::evaluate(std::string_view function, std::string_view keyword,
   const auto entry = std::ranges::find(state_->functions, function, &Function::name);
   if (entry == state_->functions.end()) return {kUnknownFunction, vxfnc::MISSING, -1};
 
-  std::size_t characters = keyword.size();
-  if (characters > kLongestText) return {kTextTooLong, vxfnc::MISSING, 0};
+  std::size_t bytes = keyword.size();
+  if (bytes > kLongestText) return {kTextTooLong, vxfnc::MISSING, 0};
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (arguments[i].kind != Argument::Kind::kText) continue;
-    characters += arguments[i].text.size();
-    if (characters > kLongestText) return {kTextTooLong, vxfnc::MISSING, static_cast<int>(i) + 1};
+    bytes += arguments[i].text.size();
+    if (bytes > kLongestText) return {kTextTooLong, vxfnc::MISSING, static_cast<int>(i) + 1};
   }
 
   const CallRecord record(keyword, arguments, entry->takes_bytes);

@@ -82,7 +82,8 @@ int run(int argc, char** argv) {
       "An argument is a number, a date (YYYY-MM-DD), a full stop for the missing value, or text.\n"
       "Options stand before the keyword, so that numbers may be negative.\n\n"
       "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n\n"
-      "Exit status: 0 all well, 1 a calculation failed, 2 the command line is at fault.");
+      "Exit status: 0 all well, 1 a calculation failed, 2 the command line or a file is "
+      "at\nfault.");
   app.prefix_command();
   std::string calls;
   std::string module = default_module();

@@ -68,9 +68,9 @@ std::int64_t zdays360(CalendarDate start, const CalendarDate& end, int method) n
   return static_cast<std::int32_t>(days(std::min(start.day, 30), d2));  // kept in 32 bits
 }
 
-// Both measurements differ in their flags and in the year length of basis 1 only.
 namespace {
 
+// Both measurements differ in their flags and in the year length of basis 1 only.
 void measure(const CalendarDate& start, const CalendarDate& end, DayCountTerms& terms,
              bool count_end_31, double (*actual_year)(const CalendarDate&, const CalendarDate&)) {
   switch (terms.basis) {
