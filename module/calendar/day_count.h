@@ -31,6 +31,17 @@ struct DayCountTerms {
   std::uint8_t leapYearsWhole;      // basis 1: every leap year counts 366 days, at the ends too
 };
 
+// The terms of a time measured in years.
+constexpr DayCountTerms terms_in_years(BasisCode basis) noexcept {
+  DayCountTerms terms{};
+  terms.countEnd31 = 1;
+  terms.frequency = 1;
+  terms.stepUnit = kYears;
+  terms.monthsPerPeriod = 12;
+  terms.basis = basis;
+  return terms;
+}
+
 enum Days360Method : int { kUsMethod = 0, kEuropeanMethod = 4 };
 
 // 30/360 days from start to end. The US method moves a start on the 31st to the first of the next

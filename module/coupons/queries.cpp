@@ -76,14 +76,10 @@ Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
   // Here a frequency beyond 32 bits is refused, not taken by its low 32 bits.
   const std::int64_t frequency = in.whole(3);
   in.require(frequency >= 1 && frequency <= std::numeric_limits<std::int32_t>::max(), 3);
-  DayCountTerms terms{};
-  terms.frequency = static_cast<std::int32_t>(frequency);
-  terms.stepUnit = kMonths;
-  terms.basis = in.basis(4);
+  const BasisCode basis = in.basis(4);
   if (!in.ok()) return in.status();
 
-  zComputePeriod(terms);
-  zComputeDaysInPeriod(terms);
+  DayCountTerms terms = coupon_terms(static_cast<std::int32_t>(frequency), basis);
   const auto value = core(days, terms);
   return value ? in.store(*value) : in.fail();
 }

@@ -135,6 +135,16 @@ void zComputeDaysInPeriod(DayCountTerms& terms) noexcept {
   }
 }
 
+DayCountTerms coupon_terms(std::int32_t frequency, BasisCode basis) noexcept {
+  DayCountTerms terms{};
+  terms.frequency = frequency;
+  terms.stepUnit = kMonths;
+  terms.basis = basis;
+  zComputePeriod(terms);
+  zComputeDaysInPeriod(terms);
+  return terms;
+}
+
 CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
                           const DayCountTerms& terms) noexcept {
   const auto step = static_cast<std::int32_t>(count * terms.monthsPerPeriod);  // its low 32 bits

@@ -22,6 +22,9 @@ inline constexpr std::int64_t kNoMonthsPerPeriod = -2147483647;
 void zComputePeriod(DayCountTerms& terms) noexcept;
 void zComputeDaysInPeriod(DayCountTerms& terms) noexcept;
 
+// The terms of a schedule of so many coupons a year.
+DayCountTerms coupon_terms(std::int32_t frequency, BasisCode basis) noexcept;
+
 // The date `count` periods later, or earlier for a negative count.
 CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
                           const DayCountTerms& terms) noexcept;

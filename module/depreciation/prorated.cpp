@@ -119,19 +119,13 @@ double read_salvage(Reader& in) noexcept {
 
 ProratedAsset asset_of(const Purchase& purchase, double salvage, double rate, std::int32_t period,
                        BasisCode basis) noexcept {
-  DayCountTerms terms{};
-  terms.countEnd31 = 1;
-  terms.frequency = 1;
-  terms.stepUnit = kYears;
-  terms.monthsPerPeriod = 12;
-  terms.basis = basis;
   return {purchase.cost,
           salvage,
           rate,
           period,
           date_of_day(purchase.purchased),
           date_of_day(purchase.first_period_end),
-          terms};
+          terms_in_years(basis)};
 }
 
 }  // namespace
