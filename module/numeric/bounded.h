@@ -2,6 +2,7 @@
 // still changing after this many periods is not carried out, so that no call can run for seconds.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -12,6 +13,28 @@ inline constexpr std::int64_t kLongestWalk = 1 << 24;
 // Equal bits, NaNs and signed zeros included: a loop whose state repeats has reached its end.
 constexpr bool same_bits(double a, double b) noexcept {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+// True when adding leaves the sum as it is, now and ever after: a NaN does.
+constexpr bool is_settled(double sum, double addend) noexcept {
+  const double moved = sum + addend;
+  return moved == sum || moved != moved;
+}
+
+// Takes so many steps, a whole number or less than one; fewer once `settled` says that none can
+// change anything any more. False: too many to be carried out.
+template <class Step, class Settled>
+constexpr bool walk(double steps, Step&& step, Settled&& settled) noexcept {
+  constexpr std::int64_t kBlock = 256;  // steps between two questions, which cost time
+  constexpr double kMost = 0x1p53;
+  auto left = static_cast<std::int64_t>(std::min(steps, kMost));
+  for (std::int64_t walked = kBlock; left > kBlock; left -= kBlock, walked += kBlock) {
+    for (std::int64_t k = 0; k < kBlock; ++k) step();
+    if (settled()) return true;
+    if (walked > kLongestWalk) return false;
+  }
+  for (; left > 0; --left) step();
+  return true;
 }
 
 }  // namespace vxfnc
