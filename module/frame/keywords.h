@@ -18,8 +18,8 @@ inline constexpr std::int32_t kNoBound = 0;
 
 // clang-format off
 #define VXFNC_KEYWORDS(ROW, OPEN)        \
-  OPEN(ACCRINT,    7, 8)                 \
-  OPEN(ACCRINTM,   5, 6)                 \
+  ROW(ACCRINT,     7, 8, securities)     \
+  ROW(ACCRINTM,    5, 6, securities)     \
   ROW(AMORDEGRC,   7, 8, depreciation)   \
   ROW(AMORLINC,    7, 8, depreciation)   \
   ROW(COUPDAYBS,   4, 5, coupons)        \
@@ -32,46 +32,46 @@ inline constexpr std::int32_t kNoBound = 0;
   OPEN(CUMPRINC,   6, 7)                 \
   ROW(DB,          5, 6, depreciation)   \
   ROW(DDB,         5, 6, depreciation)   \
-  OPEN(DISC,       5, 6)                 \
+  ROW(DISC,        5, 6, securities)     \
   OPEN(DOLLARDE,   3, 3)                 \
   OPEN(DOLLARFR,   3, 3)                 \
-  OPEN(DURATION,   6, 7)                 \
+  ROW(DURATION,    6, 7, securities)     \
   OPEN(EFFECT,     3, 3)                 \
   OPEN(FV,         4, 6)                 \
   OPEN(FVSCHEDULE, 2, kNoBound)          \
-  OPEN(INTRATE,    5, 6)                 \
+  ROW(INTRATE,     5, 6, securities)     \
   OPEN(IPMT,       5, 7)                 \
   OPEN(IRR,        2, kNoBound)          \
   OPEN(ISPMT,      5, 5)                 \
-  OPEN(MDURATION,  6, 7)                 \
+  ROW(MDURATION,   6, 7, securities)     \
   OPEN(MIRR,       2, kNoBound)          \
   OPEN(NOMINAL,    3, 3)                 \
   OPEN(NPER,       4, 6)                 \
   OPEN(NPV,        2, kNoBound)          \
-  OPEN(ODDFPRICE,  9, 10)                \
-  OPEN(ODDFYIELD,  9, 10)                \
-  OPEN(ODDLPRICE,  8, 9)                 \
-  OPEN(ODDLYIELD,  8, 9)                 \
+  ROW(ODDFPRICE,   9, 10, securities)    \
+  ROW(ODDFYIELD,   9, 10, securities)    \
+  ROW(ODDLPRICE,   8, 9, securities)     \
+  ROW(ODDLYIELD,   8, 9, securities)     \
   OPEN(PMT,        4, 6)                 \
   OPEN(PPMT,       5, 7)                 \
-  OPEN(PRICE,      7, 8)                 \
-  OPEN(PRICEDISC,  5, 6)                 \
-  OPEN(PRICEMAT,   6, 7)                 \
+  ROW(PRICE,       7, 8, securities)     \
+  ROW(PRICEDISC,   5, 6, securities)     \
+  ROW(PRICEMAT,    6, 7, securities)     \
   OPEN(PV,         4, 6)                 \
   OPEN(RATE,       4, 6)                 \
-  OPEN(RECEIVED,   5, 6)                 \
+  ROW(RECEIVED,    5, 6, securities)     \
   ROW(SLN,         4, 4, depreciation)   \
   ROW(SYD,         5, 5, depreciation)   \
-  OPEN(TBILLEQ,    4, 4)                 \
-  OPEN(TBILLPRICE, 4, 4)                 \
-  OPEN(TBILLYIELD, 4, 4)                 \
+  ROW(TBILLEQ,     4, 4, securities)     \
+  ROW(TBILLPRICE,  4, 4, securities)     \
+  ROW(TBILLYIELD,  4, 4, securities)     \
   ROW(VDB,         6, 8, depreciation)   \
   OPEN(XIRR,       2, kNoBound)          \
   OPEN(XNPV,       2, kNoBound)          \
   ROW(YEARFRAC,    3, 4, calendar)       \
-  OPEN(YIELD,      7, 8)                 \
-  OPEN(YIELDDISC,  5, 6)                 \
-  OPEN(YIELDMAT,   6, 7)
+  ROW(YIELD,       7, 8, securities)     \
+  ROW(YIELDDISC,   5, 6, securities)     \
+  ROW(YIELDMAT,    6, 7, securities)
 // clang-format on
 
 struct FinancialRow {

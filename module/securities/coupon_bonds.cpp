@@ -1,0 +1,252 @@
+#include "securities/coupon_bonds.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "coupons/schedule.h"
+#include "numeric/bounded.h"
+#include "numeric/newton.h"
+#include "securities/arguments.h"
+
+namespace vxfnc::securities {
+
+void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept {
+  const std::int32_t frequency = in.integer(slot, 1);
+  security.terms = coupon_terms(frequency, in.basis(slot + 1));
+}
+
+double coupons_per_year(const SecurityCalc& calc) noexcept {
+  return std::max(static_cast<double>(calc.params->frequency), 1.0);
+}
+
+double coupon_amount(const SecurityCalc& calc) noexcept {
+  return 100.0 * calc.rate / coupons_per_year(calc);
+}
+
+namespace {
+
+// The one place that finds settlement among the coupons. On a coupon date nothing is accrued.
+// False: the schedule of a meaningless frequency is too long to walk.
+bool find_position(SecurityCalc& calc) noexcept {
+  zgetMonthDayYear(*calc.settlement);
+  zgetMonthDayYear(*calc.maturity);
+  const auto coupons = CountTheCoupons(*calc.settlement, *calc.maturity, *calc.params);
+  CouponSearch search(*calc.settlement, *calc.maturity, *calc.params,
+                      kDaysFromPrevious + kDaysInPeriod);
+  if (!coupons || !FindCouponInfo(search)) return false;
+  calc.couponCount = *coupons;
+  calc.couponPeriodDays = search.daysInPeriod;
+  calc.accruedDays = search.couponOnSettlement != nullptr ? 0.0 : search.daysFromPrevious;
+  calc.remainingDays = calc.couponPeriodDays - calc.accruedDays;
+  calc.accruedFraction = calc.accruedDays / calc.couponPeriodDays;
+  calc.remainingFraction = calc.remainingDays / calc.couponPeriodDays;
+  return true;
+}
+
+// For price and yield, a period that is used up before its next coupon (184 days of 180) begins
+// anew, as on a coupon date.
+void renew_used_up_period(SecurityCalc& calc) noexcept {
+  if (calc.remainingFraction > 0.0) return;
+  calc.accruedDays = 0.0;
+  calc.remainingDays = calc.couponPeriodDays;
+  calc.accruedFraction = 0.0;
+  calc.remainingFraction = 1.0;
+}
+
+// Finds v, the value of 1 that is due in one period.
+Outcome find_discount_factor(const SecurityCalc& calc, double& v) noexcept {
+  const double y = calc.yld / coupons_per_year(calc);
+  if (1.0 + y < kLeastDiscountBase) return kYieldTooLow;
+  v = 1.0 / (1.0 + y);
+  const bool is_all_lost = -(y * v) <= -1.0;  // beside y, the 1 no longer counts
+  return is_all_lost ? kCannotBeComputed : kDone;
+}
+
+// The price at yield x less the given price, and its derivative.
+std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
+  auto& calc = *static_cast<SecurityCalc*>(control.context);
+  calc.yld = control.x;
+  const double f = coupons_per_year(calc);
+  const double base = 1.0 + calc.yld / f;
+  if (base < kLeastDiscountBase) return kYieldTooLow;
+  const double v = 1.0 / base;
+  const double s = calc.remainingFraction;
+  const auto slope = [&](double k, double t) { return -(s + k) * t * v / f; };
+
+  double k = 0.0;
+  double t = std::pow(v, s);
+  double terms = calc.firstCoupon * t;
+  double slopes = calc.firstCoupon * slope(k, t);
+  const bool is_done = walk(
+      calc.couponCount - 1.0,
+      [&] {
+        k += 1.0;
+        t = t * v;
+        terms += t;
+        slopes += slope(k, t);
+      },
+      [&] {
+        return same_bits(t * v, t) && is_settled(terms, t) &&
+               is_settled(slopes, slope(calc.couponCount, t));
+      });
+  if (!is_done) return kCannotBeComputed;
+  const double cpn = coupon_amount(calc);
+  const double last_slope = slope(calc.couponCount - 1.0, t);
+  control.value = cpn * (terms - calc.accruedFraction) + calc.redemption * t - calc.price;
+  control.derivative = cpn * slopes + calc.redemption * last_slope;
+  return kDone;
+}
+
+}  // namespace
+
+Outcome PriceTheCoupons(SecurityCalc& calc) noexcept {
+  double v = 1.0;
+  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  double term = 1.0;
+  double sum = calc.firstCoupon;
+  const bool is_done = walk(
+      calc.couponCount - 1.0,
+      [&] {
+        term = term * v;
+        sum += term;
+      },
+      [&] { return (v < 1.0 || !std::isfinite(term)) && is_settled(sum, term); });
+  if (!is_done) return kCannotBeComputed;
+  const double cpn = coupon_amount(calc);
+  const double at_first_coupon = calc.redemption * std::pow(v, calc.couponCount - 1.0) + cpn * sum;
+  calc.price = std::pow(v, calc.remainingFraction) * at_first_coupon - cpn * calc.accruedFraction;
+  return kDone;
+}
+
+Outcome SolveForTheYield(SecurityCalc& calc) noexcept {
+  NewtonControl control;
+  control.evaluate = ComputeF_YIELD;
+  control.context = &calc;
+  control.start = 0.1;
+  if (CallSpecialNewton(control) != 0) return kCannotBeComputed;
+  calc.yld = control.x;
+  return kDone;
+}
+
+Outcome zComputePRICE(SecurityCalc& calc) noexcept {
+  if (!find_position(calc)) return kCannotBeComputed;
+  renew_used_up_period(calc);
+  if (calc.couponCount != 1.0) return PriceTheCoupons(calc);
+
+  // Simple interest to the only coupon.
+  double v = 1.0;
+  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  const double y = calc.yld / coupons_per_year(calc);
+  const double cpn = coupon_amount(calc);
+  calc.price =
+      (calc.redemption + cpn) / (1.0 + y * calc.remainingFraction) - cpn * calc.accruedFraction;
+  return kDone;
+}
+
+Outcome zComputeYIELD(SecurityCalc& calc) noexcept {
+  if (!find_position(calc)) return kCannotBeComputed;
+  renew_used_up_period(calc);
+  if (calc.couponCount != 1.0) return SolveForTheYield(calc);
+
+  const double f = calc.params->frequency;
+  const double coupon = calc.rate / f;
+  const double growth =
+      (calc.redemption / 100.0 + coupon) / (calc.price / 100.0 + calc.accruedFraction * coupon);
+  calc.yld = (growth - 1.0) * f * calc.couponPeriodDays / calc.remainingDays;
+  return kDone;
+}
+
+// Every weight carries the part of the period that is left in place of that part's discount: a
+// common factor, which the quotient cancels.
+Outcome zComputeDURATION(SecurityCalc& calc) noexcept {
+  if (!find_position(calc)) return kCannotBeComputed;  // a used-up period does not begin anew here
+  double v = 1.0;
+  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  const double f = coupons_per_year(calc);
+  const double cpn = coupon_amount(calc);
+  const double s = calc.remainingFraction;
+  const double period = 1.0 / f;
+  double weight = s == 0.0 ? 1.0 : s;
+  double time = s == 0.0 ? 0.0 : s / f;
+  double weighted = cpn * weight * time;
+  double total = cpn * weight;
+  const bool is_done = walk(
+      calc.couponCount - 1.0,
+      [&] {
+        weight = weight * v;
+        time += period;
+        weighted += cpn * weight * time;
+        total += cpn * weight;
+      },
+      [&] {
+        const double largest = std::max(cpn, 100.0) * weight;
+        return same_bits(weight * v, weight) && is_settled(total, largest) &&
+               is_settled(weighted, largest * calc.couponCount);
+      });
+  if (!is_done) return kCannotBeComputed;
+  calc.duration = (weighted + 100.0 * weight * time) / (total + 100.0 * weight);
+  return kDone;
+}
+
+// The duration is divided by 1 + yield a period, which must not be next to nothing.
+Outcome zComputeMDURATION(SecurityCalc& calc) noexcept {
+  const double growth = calc.yld / calc.params->frequency + 1.0;
+  if (growth < kLeastDiscountBase) return kYieldTooLow;
+  const Outcome outcome = zComputeDURATION(calc);
+  calc.duration = calc.duration / growth;
+  return outcome;
+}
+
+// PRICE(settlement, maturity, rate, yld, redemption, frequency [, basis])
+Status fnc_PRICE(Reader& in) noexcept {
+  Security bond;
+  read_dates(in, {bond.settlement, bond.maturity});
+  if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return in.store(0.0);
+  bond.rate = in.positive(3);
+  bond.yld = in.number(4);
+  bond.redemption = in.positive(5);
+  read_schedule(in, 6, bond);
+  return answer(in, bond, zComputePRICE, &SecurityCalc::price);
+}
+
+// YIELD(settlement, maturity, rate, pr, redemption, frequency [, basis])
+Status fnc_YIELD(Reader& in) noexcept {
+  Security bond;
+  read_dates(in, {bond.settlement, bond.maturity});
+  if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return in.store(0.0);
+  bond.rate = in.positive(3);
+  bond.price = in.positive(4);
+  bond.redemption = in.positive(5);
+  read_schedule(in, 6, bond);
+  return answer(in, bond, zComputeYIELD, &SecurityCalc::yld);
+}
+
+namespace {
+
+// Both durations read the same arguments.
+bool read_duration(Reader& in, Security& bond) noexcept {
+  read_dates(in, {bond.settlement, bond.maturity});
+  if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return true;
+  bond.rate = in.positive(3);  // a bond without coupons is refused, on purpose
+  bond.yld = in.number(4);
+  read_schedule(in, 5, bond);
+  return false;
+}
+
+}  // namespace
+
+// DURATION(settlement, maturity, coupon, yld, frequency [, basis])
+Status fnc_DURATION(Reader& in) noexcept {
+  Security bond;
+  if (read_duration(in, bond)) return in.store(0.0);
+  return answer(in, bond, zComputeDURATION, &SecurityCalc::duration);
+}
+
+// MDURATION(settlement, maturity, coupon, yld, frequency [, basis])
+Status fnc_MDURATION(Reader& in) noexcept {
+  Security bond;
+  if (read_duration(in, bond)) return in.store(0.0);
+  return answer(in, bond, zComputeMDURATION, &SecurityCalc::duration);
+}
+
+}  // namespace vxfnc::securities

@@ -1,0 +1,113 @@
+// Bonds whose first coupon period is odd, short or long, settled inside it: the market's standard
+// securities calculation method, at compound interest.
+#include "coupons/schedule.h"
+#include "numeric/bounded.h"
+#include "securities/arguments.h"
+#include "securities/coupon_bonds.h"
+
+namespace vxfnc::securities {
+namespace {
+
+// Regular periods from the first coupon to maturity; a broken last one counts as one. The two
+// schedules meet when either leads to the other: 30 August and 28 February do.
+double periods_to_maturity(const CalendarDate& first_coupon, const CalendarDate& maturity,
+                           const DayCountTerms& terms) noexcept {
+  const std::int64_t months =
+      12 * (std::int64_t{maturity.year} - first_coupon.year) + maturity.month - first_coupon.month;
+  const std::int64_t periods = months / terms.monthsPerPeriod;
+  const bool meets =
+      zCompareDates(zAdvanceDate(first_coupon, periods, terms), maturity) != kEarlier ||
+      zCompareDates(zAdvanceDate(maturity, -periods, terms), first_coupon) != kLater;
+  return static_cast<double>(meets ? periods : periods + 1);
+}
+
+// Measures the odd period in quasi-coupon periods, stepped back from the first coupon: the first
+// coupon, what of it is accrued, and the way to it. False: not to be carried out.
+bool measure_odd_period(SecurityCalc& calc) noexcept {
+  const CalendarDate& settlement = *calc.settlement;
+  const CalendarDate& maturity = *calc.maturity;
+  const CalendarDate& issue = *calc.issue;
+  CalendarDate& first_coupon = *calc.firstInterest;
+  DayCountTerms& terms = *calc.params;
+  for (CalendarDate* const date : {calc.settlement, calc.maturity, calc.issue, &first_coupon}) {
+    zgetMonthDayYear(*date);
+  }
+  if (terms.monthsPerPeriod == kNoMonthsPerPeriod) return false;
+  // The schedule keeps to month ends when both its ends are some.
+  if (maturity.endOfMonth == 0) first_coupon.endOfMonth = 0;
+
+  const auto days_between = [&terms](const CalendarDate& from, const CalendarDate& to) {
+    CountTheDays(from, to, terms);
+    return terms.dayCount;
+  };
+  const double fixed_period = terms.periodDays;  // the counts overwrite it
+  double first_coupons = 0.0;
+  double accrued = 0.0;
+  CalendarDate end = first_coupon;
+  for (std::int64_t k = 1; k <= kLongestWalk; ++k) {
+    const CalendarDate start = zAdvanceDate(first_coupon, -k, terms);
+    const double length = terms.basis == kBasisActual ? days_between(start, end) : fixed_period;
+    const bool is_whole = zCompareDates(issue, start) != kLater;
+    const CalendarDate& from = is_whole ? start : issue;
+    const double part = is_whole ? 1.0 : days_between(issue, end) / length;
+    first_coupons += part;
+    if (zCompareDates(settlement, end) != kEarlier) {
+      accrued += part;
+    } else if (zCompareDates(settlement, start) != kEarlier) {
+      accrued += days_between(from, settlement) / length;
+      calc.remainingFraction = days_between(settlement, end) / length + static_cast<double>(k - 1);
+    }
+    if (zCompareDates(issue, start) != kEarlier) {
+      calc.firstCoupon = first_coupons;
+      calc.accruedFraction = accrued;
+      calc.couponCount = 1.0 + periods_to_maturity(first_coupon, maturity, terms);
+      return true;
+    }
+    end = start;
+  }
+  return false;
+}
+
+Outcome zComputeODDFPRICE(SecurityCalc& calc) noexcept {
+  return measure_odd_period(calc) ? PriceTheCoupons(calc) : kCannotBeComputed;
+}
+
+Outcome zComputeODDFYIELD(SecurityCalc& calc) noexcept {
+  return measure_odd_period(calc) ? SolveForTheYield(calc) : kCannotBeComputed;
+}
+
+// True: settled at maturity, which answers 0.
+bool read_odd_period(Reader& in, Security& bond) noexcept {
+  read_dates(in, {bond.settlement, bond.maturity, bond.issue, bond.firstInterest});
+  if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return true;
+  in.require(bond.issue->dayNumber <= bond.settlement->dayNumber, 3);
+  in.require(bond.settlement->dayNumber < bond.firstInterest->dayNumber, 4);
+  in.require(bond.firstInterest->dayNumber <= bond.maturity->dayNumber, 4);
+  return false;
+}
+
+}  // namespace
+
+// ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yld, redemption, frequency [, basis])
+Status fnc_ODDFPRICE(Reader& in) noexcept {
+  Security bond;
+  if (read_odd_period(in, bond)) return in.store(0.0);
+  bond.rate = in.positive(5);
+  bond.yld = in.number(6);
+  bond.redemption = in.positive(7);
+  read_schedule(in, 8, bond);
+  return answer(in, bond, zComputeODDFPRICE, &SecurityCalc::price);
+}
+
+// ODDFYIELD(settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency [, basis])
+Status fnc_ODDFYIELD(Reader& in) noexcept {
+  Security bond;
+  if (read_odd_period(in, bond)) return in.store(0.0);
+  bond.rate = in.positive(5);
+  bond.price = in.positive(6);
+  bond.redemption = in.positive(7);
+  read_schedule(in, 8, bond);
+  return answer(in, bond, zComputeODDFYIELD, &SecurityCalc::yld);
+}
+
+}  // namespace vxfnc::securities
