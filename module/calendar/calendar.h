@@ -45,39 +45,53 @@ constexpr std::int32_t zlastDay(std::int32_t year, std::int32_t month) noexcept 
   return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
-constexpr void ToTheFirstOfTheNextMonth(CalendarDate& date) noexcept {
-  date.day = 1;
-  if (date.month == 12) {
-    date.month = 1;
-    date.year = static_cast<std::int32_t>(std::int64_t{date.year} + 1);
-  } else {
-    ++date.month;
-  }
+constexpr void ToTheFirstOfTheNextMonth(std::int32_t& day, std::int32_t& month,
+                                        std::int64_t& year) noexcept {
+  day = 1;
+  if (month == 12) ++year;
+  month = month == 12 ? 1 : month + 1;
 }
 
 namespace detail {
 
-// Both conversions are written once for two widths. 32 bits without a sign are several times faster
-// and hold every intermediate of the years from -4712 to 680000.
+// Each conversion has a second form for the years that matter, from -4712 to 680000, in 32 bits
+// without a sign: several times faster, and the same.
 template <class Integer>
 constexpr Integer day_number_of(Integer years, Integer months, Integer day) noexcept {
   return 1461 * years / 4 + 367 * months / 12 - 3 * ((years + 100) / 100) / 4 + day - 32075;
 }
 
-template <class Integer>
-constexpr void set_date(CalendarDate& date, Integer day_number) noexcept {
-  Integer l = day_number + 68569;
-  const Integer n = 4 * l / 146097;
+constexpr void set_date(CalendarDate& date, std::int64_t day_number) noexcept {
+  std::int64_t l = day_number + 68569;
+  const std::int64_t n = 4 * l / 146097;
   l = l - (146097 * n + 3) / 4;
-  const Integer i = 4000 * (l + 1) / 1461001;
+  const std::int64_t i = 4000 * (l + 1) / 1461001;
   l = l - 1461 * i / 4 + 31;
-  const Integer k = 80 * l / 2447;
+  const std::int64_t k = 80 * l / 2447;
   date.day = static_cast<std::int32_t>(l - 2447 * k / 80);
   l = k / 11;
   date.month = static_cast<std::int32_t>(k + 2 - 12 * l);
-  const std::int64_t year =
-      100 * (static_cast<std::int64_t>(n) - 49) + static_cast<std::int64_t>(i + l);
+  const std::int64_t year = 100 * (n - 49) + i + l;
   date.year = static_cast<std::int32_t>(year < 1 ? year - 1 : year);
+}
+
+// Years begin in March here, so that leap days come last. A division that leaves a remainder is one
+// multiplication by the reciprocal, whose lower half holds the remainder.
+constexpr void set_short_date(CalendarDate& date, std::uint32_t day_number) noexcept {
+  const std::uint32_t quarters = 4 * (day_number + 68569);
+  const std::uint32_t century = quarters / 146097;
+  const std::uint32_t day_of_century = (quarters - 146097 * century) / 4;
+  constexpr std::uint64_t kPerFourYears = 2939745;  // 2^32 / 1461, rounded up
+  const std::uint64_t years = kPerFourYears * (4 * day_of_century + 3);
+  const auto day_of_year = static_cast<std::uint32_t>((years & 0xFFFFFFFF) * 1461 >> 34);
+  const std::uint32_t months = 2141 * day_of_year + 197913;  // 2^16 parts, from March as the third
+  const auto month = static_cast<std::int32_t>(months >> 16);
+  const bool is_after_december = month > 12;
+  date.day = static_cast<std::int32_t>((months & 0xFFFF) / 2141 + 1);
+  date.month = is_after_december ? month - 12 : month;
+  const std::int32_t year = 100 * (static_cast<std::int32_t>(century) - 49) +
+                            static_cast<std::int32_t>(years >> 32) + (is_after_december ? 1 : 0);
+  date.year = year < 1 ? year - 1 : year;
 }
 
 constexpr std::int64_t kShortDays = 250000000;  // day numbers from 0 up to here take 32 bits
@@ -87,8 +101,8 @@ constexpr std::int64_t kShortDays = 250000000;  // day numbers from 0 up to here
 // Fills dayNumber from day, month and year. Divisions truncate toward zero.
 constexpr void ConvertDateToJulian(CalendarDate& date) noexcept {
   const std::int64_t y = date.year < 0 ? std::int64_t{date.year} + 1 : date.year;
-  const std::int32_t a = (date.month - 14) / 12;  // -1 in January and February
-  const std::int64_t years = y + 4800 + a;        // March is the first month of a year here
+  const std::int32_t a = date.month <= 2 ? -1 : 0;
+  const std::int64_t years = y + 4800 + a;  // March is the first month of a year here
   const std::int32_t months = date.month - 2 - 12 * a;
   if (years >= 88 && years < 684800 && months >= 0 && date.day >= 0) {
     date.dayNumber =
@@ -102,7 +116,7 @@ constexpr void ConvertDateToJulian(CalendarDate& date) noexcept {
 // Fills day, month and year of a day number; the year keeps its low 32 bits.
 constexpr void ConvertJulianToDate(CalendarDate& date, std::int64_t day_number) noexcept {
   if (day_number >= 0 && day_number < detail::kShortDays) {
-    detail::set_date(date, static_cast<std::uint32_t>(day_number));
+    detail::set_short_date(date, static_cast<std::uint32_t>(day_number));
     return;
   }
   // No day number that is further out is a date, and none closer leaves 64 bits.
@@ -113,7 +127,7 @@ constexpr void ConvertJulianToDate(CalendarDate& date, std::int64_t day_number) 
 // Fills a record of which only dayNumber is set. Every calculation calls it on its dates first.
 constexpr void zgetMonthDayYear(CalendarDate& date) noexcept {
   ConvertJulianToDate(date, date.dayNumber);
-  date.endOfMonth = date.day == zlastDay(date.year, date.month) ? 1 : 0;
+  date.endOfMonth = date.day >= 28 && date.day == zlastDay(date.year, date.month) ? 1 : 0;
   date.anchorDay = date.day;
   // Where the conversions are exact inverses, the number is already the date's.
   if (date.dayNumber < 0 || date.dayNumber >= detail::kShortDays) ConvertDateToJulian(date);

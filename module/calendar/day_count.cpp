@@ -53,19 +53,21 @@ double actual_days(const CalendarDate& start, const CalendarDate& end) noexcept 
 
 }  // namespace
 
-std::int64_t zdays360(CalendarDate start, const CalendarDate& end, int method) noexcept {
-  const auto days = [&](std::int64_t d1, std::int64_t d2) {
-    return 360 * (std::int64_t{end.year} - start.year) +
-           30 * (std::int64_t{end.month} - start.month) + d2 - d1;
+std::int64_t zdays360(const CalendarDate& start, const CalendarDate& end, int method) noexcept {
+  std::int32_t day = start.day;
+  std::int32_t month = start.month;
+  std::int64_t year = start.year;
+  const auto days_to = [&](std::int32_t end_day) {
+    return 360 * (end.year - year) + 30 * (std::int64_t{end.month} - month) + end_day -
+           std::min(day, 30);
   };
-  if (method == kEuropeanMethod) return days(std::min(start.day, 30), std::min(end.day, 30));
+  if (method == kEuropeanMethod) return days_to(std::min(end.day, 30));
   if (method != kUsMethod) return kAbsurdCount;
 
   if (start.dayNumber == end.dayNumber) return 0;
-  if (start.day == 31 && end.day < 30) ToTheFirstOfTheNextMonth(start);
+  if (day == 31 && end.day < 30) ToTheFirstOfTheNextMonth(day, month, year);
   const bool ends_february = end.month == 2 && end.day == zlastDay(end.year, 2);
-  const std::int32_t d2 = ends_february ? 30 : std::min(end.day, 30);
-  return static_cast<std::int32_t>(days(std::min(start.day, 30), d2));  // kept in 32 bits
+  return static_cast<std::int32_t>(days_to(ends_february ? 30 : std::min(end.day, 30)));  // 32 bits
 }
 
 namespace {
