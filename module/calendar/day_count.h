@@ -31,22 +31,20 @@ struct DayCountTerms {
   std::uint8_t leapYearsWhole;      // basis 1: every leap year counts 366 days, at the ends too
 };
 
-// The terms of a time measured in years.
-constexpr DayCountTerms terms_in_years(BasisCode basis) noexcept {
-  DayCountTerms terms{};
+// Makes zero-filled terms those of a time measured in years.
+constexpr void measure_in_years(DayCountTerms& terms, BasisCode basis) noexcept {
   terms.countEnd31 = 1;
   terms.frequency = 1;
   terms.stepUnit = kYears;
   terms.monthsPerPeriod = 12;
   terms.basis = basis;
-  return terms;
 }
 
 enum Days360Method : int { kUsMethod = 0, kEuropeanMethod = 4 };
 
 // 30/360 days from start to end. The US method moves a start on the 31st to the first of the next
 // month when the end is before the 30th, and gives February's last day as an end the number 30.
-std::int64_t zdays360(CalendarDate start, const CalendarDate& end, int method) noexcept;
+std::int64_t zdays360(const CalendarDate& start, const CalendarDate& end, int method) noexcept;
 
 // Measures under the basis: stores dayCount, and the year length in periodDays.
 void CountTheDays(const CalendarDate& start, const CalendarDate& end,

@@ -11,7 +11,8 @@ Status fnc_YEARFRAC(Reader& in) noexcept {
   const std::int64_t end = in.date(2);
   in.require(start <= end, 2);
   if (in.ok() && start == end) return in.store(0.0);  // whatever the basis, even a bad one
-  DayCountTerms terms = terms_in_years(in.basis(3));
+  DayCountTerms terms{};
+  measure_in_years(terms, in.basis(3));
   if (!in.ok()) return in.status();
 
   const double years = ComputeTheAnnualRatio(date_of_day(start), date_of_day(end), terms);

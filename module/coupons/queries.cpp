@@ -79,7 +79,8 @@ Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
   const BasisCode basis = in.basis(4);
   if (!in.ok()) return in.status();
 
-  DayCountTerms terms = coupon_terms(static_cast<std::int32_t>(frequency), basis);
+  DayCountTerms terms{};
+  measure_in_coupons(terms, static_cast<std::int32_t>(frequency), basis);
   const auto value = core(days, terms);
   return value ? in.store(*value) : in.fail();
 }

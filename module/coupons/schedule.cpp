@@ -14,6 +14,74 @@ constexpr double kNoFixedPeriod = std::numeric_limits<double>::max();
 // most, and so do meaningless ones, but for years at the ends of 32 bits.
 constexpr std::int64_t kMostSteps = std::int64_t{1} << 20;
 
+// Schedules of whole months need no walk, between years where all dates are plain ones.
+bool is_monthly(const CalendarDate& settlement, const CalendarDate& maturity,
+                const DayCountTerms& terms) noexcept {
+  const auto is_plain = [](std::int32_t year) { return year > 1 && year < 1000000000; };
+  return terms.stepUnit == kMonths && terms.monthsPerPeriod * terms.frequency == 12 &&
+         is_plain(settlement.year) && is_plain(maturity.year);
+}
+
+// The schedule's day in a month: maturity's own, or the last one.
+std::int32_t coupon_day(const CalendarDate& maturity, std::int32_t year,
+                        std::int32_t month) noexcept {
+  if (maturity.day <= 28 && maturity.endOfMonth == 0) return maturity.day;
+  const std::int32_t last_day = zlastDay(year, month);
+  return maturity.endOfMonth != 0 || maturity.day > last_day ? last_day : maturity.day;
+}
+
+// Fills the schedule's date so many months, a year at most, from the month of `from`.
+void set_coupon(CalendarDate& date, const CalendarDate& maturity, const CalendarDate& from,
+                std::int32_t months) noexcept {
+  const std::int32_t month = from.month + months;
+  const std::int32_t years = month < 1 ? -1 : month > 12 ? 1 : 0;
+  date.year = from.year + years;
+  date.month = month - 12 * years;
+  date.day = coupon_day(maturity, date.year, date.month);
+  date.anchorDay = maturity.day;
+  date.endOfMonth = maturity.endOfMonth;
+  ConvertDateToJulian(date);
+}
+
+// What the walks of FindCouponInfo find, for a monthly schedule.
+void find_coupons(CouponSearch& search) noexcept {
+  const CalendarDate& settlement = *search.settlement;
+  const CalendarDate& maturity = *search.maturity;
+  const auto period = static_cast<std::int32_t>(search.terms->monthsPerPeriod);
+  const std::int32_t ahead = maturity.month - settlement.month + 12;
+  std::int32_t to_next = ahead - ahead * search.terms->frequency / 12 * period;  // the remainder
+  if (to_next == 0) {
+    const std::int32_t due = coupon_day(maturity, settlement.year, settlement.month);
+    if (settlement.day >= due) to_next = period;
+    if (settlement.day == due) {
+      search.couponOnSettlement = &search.onSettlementStore;
+      set_coupon(search.onSettlementStore, maturity, settlement, 0);
+      // The one before is of use only as the start of a period, and on no anniversary of maturity.
+      const bool is_anniversary =
+          maturity.month == settlement.month && maturity.day <= settlement.day;
+      const bool steps_back = (search.requests & kDaysInPeriod) != 0 && !is_anniversary;
+      set_coupon(search.previousStore, maturity, settlement, steps_back ? -period : 0);
+      set_coupon(search.nextStore, maturity, settlement, period);
+      return;
+    }
+  }
+  set_coupon(search.previousStore, maturity, settlement, to_next - period);
+  set_coupon(search.nextStore, maturity, settlement, to_next);
+}
+
+// What CountTheCoupons counts on a monthly schedule. Maturity's day is not clamped in its own
+// month.
+double coupons_after(const CalendarDate& settlement, const CalendarDate& maturity,
+                     const DayCountTerms& terms) noexcept {
+  const std::int64_t months =
+      12 * (std::int64_t{maturity.year} - settlement.year) + maturity.month - settlement.month;
+  const std::int32_t due = settlement.month == maturity.month
+                               ? maturity.day
+                               : coupon_day(maturity, settlement.year, settlement.month);
+  const std::int64_t to_come = months - (settlement.day >= due ? 1 : 0);
+  return static_cast<double>(to_come * terms.frequency / 12 + 1);
+}
+
 // The record of maturity moved into another year, without regard to that year's month lengths.
 CalendarDate in_year(CalendarDate date, std::int64_t year) noexcept {
   date.year = static_cast<std::int32_t>(year);
@@ -56,27 +124,14 @@ void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
   search.nextStore = zAdvanceDate(anchor, count + 1, *search.terms);
 }
 
-// Periods that can be stepped between two dates less than two years apart without leaving the
-// months before the later date's, and so without any need to look at the dates stepped to.
-std::int64_t sure_periods(const CalendarDate& earlier, const CalendarDate& later,
-                          const DayCountTerms& terms) noexcept {
-  const std::int64_t years = std::int64_t{later.year} - earlier.year;
-  const bool steps_months =
-      terms.stepUnit == kMonths && terms.monthsPerPeriod * terms.frequency == 12;
-  if (!steps_months || years < 0 || years > 1) return 0;
-  const auto months = static_cast<std::int32_t>(12 * years) + later.month - earlier.month;
-  return std::max(months - 1, 0) * terms.frequency / 12;
-}
-
 // Steps from the anchor, forward or (sign -1) backward, until settlement is passed or met.
 bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int sign) noexcept {
   const DayCountTerms& terms = *search.terms;
   const DateOrder passed = sign > 0 ? kLater : kEarlier;
   CalendarDate& front = sign > 0 ? search.nextStore : search.previousStore;
   CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
-  const std::int64_t skipped = sign > 0 ? sure_periods(anchor, *search.settlement, terms) : 0;
-  front = skipped == 0 ? anchor : zAdvanceDate(anchor, skipped, terms);
-  for (std::int64_t k = skipped + 1; k <= terms.frequency; ++k) {
+  front = anchor;
+  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
     if (k > kMostSteps) return false;
     behind = front;
     front = zAdvanceDate(anchor, sign * k, terms);
@@ -90,6 +145,23 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   return true;
 }
 
+// Walks from maturity's anniversary to the coupons around settlement.
+[[gnu::noinline]] bool walk_to_coupons(CouponSearch& search) noexcept {
+  const CalendarDate anchor = anniversary(*search.settlement, *search.maturity);
+  switch (zCompareDates(anchor, *search.settlement)) {
+    case kSameDay:
+      search.previousStore = anchor;
+      search.onSettlementStore = anchor;
+      search.couponOnSettlement = &search.onSettlementStore;
+      search.nextStore = zAdvanceDate(anchor, 1, *search.terms);
+      return true;
+    case kEarlier:
+      return walk_to_settlement(search, anchor, 1);
+    default:
+      return walk_to_settlement(search, anchor, -1);
+  }
+}
+
 // Measures a request. The day counts leave their year length in periodDays; it is put back.
 double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerms& terms) noexcept {
   const double period_days = terms.periodDays;
@@ -98,10 +170,54 @@ double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerm
   return terms.dayCount;
 }
 
+// A start on a month's end opens the next month, but not from February, on purpose; an end on the
+// 30th or on a month's end then does, too.
+double coupon_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
+  std::int32_t day = start.day;
+  std::int32_t month = start.month;
+  std::int64_t year = start.year;
+  std::int32_t end_day = end.day;
+  std::int32_t end_month = end.month;
+  std::int64_t end_year = end.year;
+  const bool ends_month = end_day == zlastDay(end.year, end_month);
+  if (ends_month && end_month == 2) end_day = 30;
+  if (month != 2 && day == zlastDay(start.year, month)) {
+    ToTheFirstOfTheNextMonth(day, month, year);
+    if (ends_month || end_day == 30) ToTheFirstOfTheNextMonth(end_day, end_month, end_year);
+  }
+  return static_cast<double>(360 * (end_year - year) + 30 * (std::int64_t{end_month} - month - 1) +
+                             std::min(end_day, 30) + std::max(30 - day, 0));
+}
+
 // Days of a period as the measure of fractions: counted for basis 1, fixed for all others.
 double period_length(const CalendarDate& start, const CalendarDate& end,
                      DayCountTerms& terms) noexcept {
   return terms.basis == kBasisActual ? CountTheCouponDays(start, end, terms) : terms.periodDays;
+}
+
+// Counts the coupons after settlement one by one.
+[[gnu::noinline]] std::optional<double> walk_coupons(const CalendarDate& settlement,
+                                                     const CalendarDate& maturity,
+                                                     const DayCountTerms& terms) noexcept {
+  double coupons = coupons_between_years(settlement, maturity, terms);
+  const CalendarDate in_settlement_year = in_year(maturity, settlement.year);
+  const DateOrder order = zCompareDates(in_settlement_year, settlement);
+  if (order == kSameDay) return coupons;
+  const int sign = order == kEarlier ? 1 : -1;
+  for (std::int64_t k = 1; k <= terms.frequency; ++k) {
+    if (k > kMostSteps) return std::nullopt;
+    const DateOrder stepped =
+        zCompareDates(zAdvanceDate(in_settlement_year, sign * k, terms), settlement);
+    if (order == kEarlier) {
+      if (stepped == kLater) break;
+      coupons -= 1.0;
+      if (stepped == kSameDay) break;
+    } else {
+      coupons += 1.0;
+      if (stepped != kLater) break;
+    }
+  }
+  return coupons;
 }
 
 }  // namespace
@@ -135,14 +251,12 @@ void zComputeDaysInPeriod(DayCountTerms& terms) noexcept {
   }
 }
 
-DayCountTerms coupon_terms(std::int32_t frequency, BasisCode basis) noexcept {
-  DayCountTerms terms{};
+void measure_in_coupons(DayCountTerms& terms, std::int32_t frequency, BasisCode basis) noexcept {
   terms.frequency = frequency;
   terms.stepUnit = kMonths;
   terms.basis = basis;
   zComputePeriod(terms);
   zComputeDaysInPeriod(terms);
-  return terms;
 }
 
 CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
@@ -173,22 +287,11 @@ bool FindCouponInfo(CouponSearch& search) noexcept {
   search.previousCoupon = &search.previousStore;
   search.nextCoupon = &search.nextStore;
   search.couponOnSettlement = nullptr;
-
   DayCountTerms& terms = *search.terms;
-  const CalendarDate anchor = anniversary(*search.settlement, *search.maturity);
-  switch (zCompareDates(anchor, *search.settlement)) {
-    case kSameDay:
-      search.previousStore = anchor;
-      search.onSettlementStore = anchor;
-      search.couponOnSettlement = &search.onSettlementStore;
-      search.nextStore = zAdvanceDate(anchor, 1, terms);
-      break;
-    case kEarlier:
-      if (!walk_to_settlement(search, anchor, 1)) return false;
-      break;
-    case kLater:
-      if (!walk_to_settlement(search, anchor, -1)) return false;
-      break;
+  if (is_monthly(*search.settlement, *search.maturity, terms)) {
+    find_coupons(search);
+  } else if (!walk_to_coupons(search)) {
+    return false;
   }
 
   if ((search.requests & kDaysFromPrevious) != 0) {
@@ -205,7 +308,8 @@ bool FindCouponInfo(CouponSearch& search) noexcept {
   return true;
 }
 
-double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& terms) noexcept {
+double CountTheCouponDays(const CalendarDate& start, const CalendarDate& end,
+                          DayCountTerms& terms) noexcept {
   const double actual = static_cast<double>(end.dayNumber - start.dayNumber);
   const auto store = [&terms](double count, double capped, double year_days) {
     terms.dayCount = count;
@@ -218,23 +322,7 @@ double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& t
         terms.dayCount = static_cast<double>(zdays360(start, end, kUsMethod));
         break;
       }
-      // A start on a month's end opens the next month, but not from February on purpose; an end on
-      // the 30th or on a month's end then does, too.
-      const bool ends_month = end.day == zlastDay(end.year, end.month);
-      const bool ends_february = ends_month && end.month == 2;
-      bool moved_end = false;
-      if (start.month != 2 && start.day == zlastDay(start.year, start.month)) {
-        ToTheFirstOfTheNextMonth(start);
-        if (ends_month || end.day == 30) {
-          ToTheFirstOfTheNextMonth(end);
-          moved_end = true;
-        }
-      }
-      const std::int32_t end_day = ends_february && !moved_end ? 30 : end.day;
-      const std::int64_t count = 360 * (std::int64_t{end.year} - start.year) +
-                                 30 * (std::int64_t{end.month} - start.month - 1) +
-                                 std::min(end_day, 30) + std::max(30 - start.day, 0);
-      const double capped = std::min(static_cast<double>(count), terms.periodDays);
+      const double capped = std::min(coupon_days_30_360(start, end), terms.periodDays);
       store(capped, capped, 360.0);
       break;
     }
@@ -260,29 +348,10 @@ double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& t
 
 std::optional<double> CountTheCoupons(const CalendarDate& settlement, const CalendarDate& maturity,
                                       const DayCountTerms& terms) noexcept {
-  double coupons = coupons_between_years(settlement, maturity, terms);
-  const CalendarDate in_settlement_year = in_year(maturity, settlement.year);
-  const DateOrder order = zCompareDates(in_settlement_year, settlement);
-  if (order == kSameDay) return coupons;
-  const int sign = order == kEarlier ? 1 : -1;
-  const CalendarDate& earlier = order == kEarlier ? in_settlement_year : settlement;
-  const CalendarDate& later = order == kEarlier ? settlement : in_settlement_year;
-  const std::int64_t skipped = sure_periods(earlier, later, terms);
-  coupons -= static_cast<double>(sign * skipped);
-  for (std::int64_t k = skipped + 1; k <= terms.frequency; ++k) {
-    if (k > kMostSteps) return std::nullopt;
-    const DateOrder stepped =
-        zCompareDates(zAdvanceDate(in_settlement_year, sign * k, terms), settlement);
-    if (order == kEarlier) {
-      if (stepped == kLater) break;
-      coupons -= 1.0;
-      if (stepped == kSameDay) break;
-    } else {
-      coupons += 1.0;
-      if (stepped != kLater) break;
-    }
+  if (settlement.dayNumber < maturity.dayNumber && is_monthly(settlement, maturity, terms)) {
+    return coupons_after(settlement, maturity, terms);
   }
-  return coupons;
+  return walk_coupons(settlement, maturity, terms);
 }
 
 std::optional<double> CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
@@ -353,13 +422,14 @@ bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
                        CouponList& list) noexcept {
   CouponSearch search(start, anchor, terms, 0);
   if (!FindCouponInfo(search)) return false;
-  const auto period = [&terms](const CalendarDate& from, const CalendarDate& to) {
-    return CouponPeriod{from, to, period_length(from, to, terms)};
+  const auto set = [&terms](CouponPeriod& slot, const CalendarDate& from, const CalendarDate& to) {
+    slot.start = from;
+    slot.end = to;
+    slot.days = period_length(from, to, terms);
   };
   const CalendarDate first_end = search.nextStore;
   const bool starts_on_coupon = search.couponOnSettlement != nullptr;
-  list = {};
-  list.slots[0] = period(search.previousStore, first_end);
+  set(list.slots[0], search.previousStore, first_end);
   list.used = 1;
   list.periods = 1;
 
@@ -372,7 +442,7 @@ bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
     ++list.periods;
   }
   if (list.periods > 1) {
-    list.slots[1] = period(last_start, last_end);
+    set(list.slots[1], last_start, last_end);
     list.used = 2;
   }
   const bool ends_on_coupon = zCompareDates(last_end, end) == kSameDay;

@@ -22,8 +22,8 @@ inline constexpr std::int64_t kNoMonthsPerPeriod = -2147483647;
 void zComputePeriod(DayCountTerms& terms) noexcept;
 void zComputeDaysInPeriod(DayCountTerms& terms) noexcept;
 
-// The terms of a schedule of so many coupons a year.
-DayCountTerms coupon_terms(std::int32_t frequency, BasisCode basis) noexcept;
+// Makes zero-filled terms those of a schedule of so many coupons a year.
+void measure_in_coupons(DayCountTerms& terms, std::int32_t frequency, BasisCode basis) noexcept;
 
 // The date `count` periods later, or earlier for a negative count.
 CalendarDate zAdvanceDate(const CalendarDate& date, std::int64_t count,
@@ -67,7 +67,8 @@ struct CouponSearch {
 bool FindCouponInfo(CouponSearch& search) noexcept;
 
 // Days of accrual from start to end; stores dayCount, cappedDayCount and basisYearDays.
-double CountTheCouponDays(CalendarDate start, CalendarDate end, DayCountTerms& terms) noexcept;
+double CountTheCouponDays(const CalendarDate& start, const CalendarDate& end,
+                          DayCountTerms& terms) noexcept;
 
 // Coupons payable after settlement up to and including maturity; nothing when a meaningless
 // frequency makes the schedule too long to walk. Maturity's day is not clamped in settlement's

@@ -117,15 +117,17 @@ double read_salvage(Reader& in) noexcept {
   return salvage;
 }
 
-ProratedAsset asset_of(const Purchase& purchase, double salvage, double rate, std::int32_t period,
-                       BasisCode basis) noexcept {
-  return {purchase.cost,
-          salvage,
-          rate,
-          period,
-          date_of_day(purchase.purchased),
-          date_of_day(purchase.first_period_end),
-          terms_in_years(basis)};
+void fill(ProratedAsset& asset, const Purchase& purchase, double salvage, double rate,
+          std::int32_t period, BasisCode basis) noexcept {
+  asset.cost = purchase.cost;
+  asset.salvage = salvage;
+  asset.rate = rate;
+  asset.period = period;
+  asset.purchased.dayNumber = purchase.purchased;
+  asset.first_period_end.dayNumber = purchase.first_period_end;
+  zgetMonthDayYear(asset.purchased);
+  zgetMonthDayYear(asset.first_period_end);
+  measure_in_years(asset.terms, basis);
 }
 
 }  // namespace
@@ -143,7 +145,8 @@ Status fnc_AMORDEGRC(Reader& in) noexcept {
   const BasisCode basis = in.basis(7);
   if (!in.ok()) return in.status();
 
-  ProratedAsset asset = asset_of(purchase, salvage, rate, period, basis);
+  ProratedAsset asset;
+  fill(asset, purchase, salvage, rate, period, basis);
   const auto charge = zComputeAMORDEGRC(asset);
   return charge ? in.store(*charge) : in.fail();
 }
@@ -158,7 +161,8 @@ Status fnc_AMORLINC(Reader& in) noexcept {
   const BasisCode basis = in.basis(7);
   if (!in.ok()) return in.status();
 
-  ProratedAsset asset = asset_of(purchase, salvage, rate, period, basis);
+  ProratedAsset asset;
+  fill(asset, purchase, salvage, rate, period, basis);
   return in.store(zComputeAMORLINC(asset));
 }
 

@@ -17,7 +17,7 @@ struct ProratedAsset {
   std::int32_t period;  // >= 0; 0 is the first, prorated one
   CalendarDate purchased;
   CalendarDate first_period_end;
-  DayCountTerms terms;
+  DayCountTerms terms{};
 };
 
 // Declining balance: the rate is raised by a coefficient for the asset's life, and every charge is
