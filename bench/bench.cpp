@@ -26,6 +26,9 @@ struct Row {
 
 // Date values: 2008-08-19 and 2008-12-31; 2024-03-11 and 2035-11-15.
 constexpr double kBought = 17763, kYearEnd = 17897, kSettlement = 23446, kMaturity = 27712;
+// 2033-11-15 and 2053-11-15; 2024-01-15 and 2024-08-15; 2023-10-15 and 2024-06-15.
+constexpr double kTenYears = 26982, kThirtyYears = 34287, kIssued = 23390, kFirstInterest = 23603,
+                 kLastInterest = 23298, kSummer = 23542;
 
 const Row kRows[] = {
     {"SLN", "", {10000, 1000, 5}, 2.5},
@@ -47,6 +50,34 @@ const Row kRows[] = {
     {"COUPDAYSNC", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
     {"COUPDAYS", "semiannual, 30/360", {kSettlement, kMaturity, 2, 0}, 4},
     {"COUPDAYS", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 4},
+    {"PRICE", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 100, 2, 0}, 9},
+    {"PRICE", "30 years, semiannual", {kSettlement, kThirtyYears, 0.0575, 0.065, 100, 2, 0}, 16},
+    {"YIELD", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 94.6, 100, 2, 0}, 30},
+    {"YIELD", "30 years, semiannual", {kSettlement, kThirtyYears, 0.0575, 90.2, 100, 2, 0}, 65},
+    {"DURATION", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 2, 0}, 8},
+    {"MDURATION", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 2, 0}, 8},
+    {"ODDLPRICE", "", {kSettlement, kSummer, kLastInterest, 0.0375, 0.0405, 100, 2, 0}, 12},
+    {"ODDLYIELD", "", {kSettlement, kSummer, kLastInterest, 0.0375, 99.9, 100, 2, 0}, 12},
+    {"ODDFPRICE",
+     "10 years, semiannual",
+     {kSettlement, kTenYears + 92, kIssued, kFirstInterest, 0.0575, 0.065, 100, 2, 0},
+     16},
+    {"ODDFYIELD",
+     "10 years, semiannual",
+     {kSettlement, kTenYears + 92, kIssued, kFirstInterest, 0.0575, 94.6, 100, 2, 0},
+     36},
+    {"ACCRINT", "", {kIssued, kFirstInterest, kSettlement, 0.0575, 1000, 2, 0}, 12},
+    {"ACCRINTM", "", {kIssued, kSettlement, 0.0575, 1000, 0}, 5},
+    {"DISC", "", {kSettlement, kSummer, 97.9, 100, 0}, 5},
+    {"INTRATE", "", {kSettlement, kSummer, 1000000, 1014420, 0}, 5},
+    {"RECEIVED", "", {kSettlement, kSummer, 1000000, 0.0575, 0}, 5},
+    {"PRICEDISC", "", {kSettlement, kSummer, 0.0525, 100, 0}, 5},
+    {"YIELDDISC", "", {kSettlement, kSummer, 99.8, 100, 0}, 5},
+    {"PRICEMAT", "", {kSettlement, kSummer, kIssued, 0.061, 0.061, 0}, 5},
+    {"YIELDMAT", "", {kSettlement, kSummer, kIssued, 0.0625, 100.0123, 0}, 5},
+    {"TBILLEQ", "half a year and more", {kSettlement, kSettlement + 190, 0.0914}, 3},
+    {"TBILLPRICE", "", {kSettlement, kSummer, 0.09}, 3},
+    {"TBILLYIELD", "", {kSettlement, kSummer, 98.45}, 3},
 };
 constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
 
