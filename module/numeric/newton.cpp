@@ -22,7 +22,8 @@ NewtonEnd search(NewtonControl& control) noexcept {
     const double g = -control.value / ((x + 1.0) * control.derivative);
     if (g > kLongestStep || !std::isfinite(g)) return NewtonEnd::kStepTooLong;
     const double e = zexpm1(g);
-    const double next = std::fmax(e * x + (e + x), kLowestPoint);
+    const double moved = e * x + (e + x);
+    const double next = moved > kLowestPoint ? moved : kLowestPoint;  // also for a NaN
     if (!std::isfinite(next)) return NewtonEnd::kStepTooLong;
 
     NewtonEnd end = NewtonEnd::kConverged;

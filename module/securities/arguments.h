@@ -27,7 +27,7 @@ void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept;
 
 // The basis, the last argument of a keyword that measures time in years.
 inline void read_year_basis(Reader& in, std::int64_t slot, Security& security) noexcept {
-  security.terms = terms_in_years(in.basis(slot));
+  measure_in_years(security.terms, in.basis(slot));
 }
 
 // The way out of a handler once all is read: the field that the routine fills.

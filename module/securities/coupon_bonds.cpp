@@ -12,7 +12,7 @@ namespace vxfnc::securities {
 
 void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept {
   const std::int32_t frequency = in.integer(slot, 1);
-  security.terms = coupon_terms(frequency, in.basis(slot + 1));
+  measure_in_coupons(security.terms, frequency, in.basis(slot + 1));
 }
 
 double coupons_per_year(const SecurityCalc& calc) noexcept {
@@ -67,11 +67,15 @@ std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
   auto& calc = *static_cast<SecurityCalc*>(control.context);
   calc.yld = control.x;
   const double f = coupons_per_year(calc);
-  const double base = 1.0 + calc.yld / f;
+  // Dividing by a power of two is multiplying, bit for bit and without the wait.
+  const double period = 1.0 / f;
+  const bool is_exact = f == 1.0 || f == 2.0 || f == 4.0;
+  const auto by_f = [&](double x) { return is_exact ? x * period : x / f; };
+  const double base = 1.0 + by_f(calc.yld);
   if (base < kLeastDiscountBase) return kYieldTooLow;
   const double v = 1.0 / base;
   const double s = calc.remainingFraction;
-  const auto slope = [&](double k, double t) { return -(s + k) * t * v / f; };
+  const auto slope = [&](double k, double t) { return by_f(-(s + k) * t * v); };
 
   double k = 0.0;
   double t = std::pow(v, s);

@@ -69,7 +69,7 @@ struct Security : SecurityCalc {
   Security(const Security&) = delete;
   Security& operator=(const Security&) = delete;
 
-  DayCountTerms terms;
+  DayCountTerms terms{};
   CalendarDate dates[4];
 };
 
