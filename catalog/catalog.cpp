@@ -22,7 +22,9 @@ constexpr Argument any_number(Argument argument) {
 constexpr Argument settlement = date("settlement"), maturity = date("maturity"),
                    issue = date("issue"), last_interest = date("last_interest"),
                    first_coupon = date("first_coupon"), purchased = date("date_purchased"),
-                   first_period = date("first_period");
+                   first_period = date("first_period"),
+                   bill_settlement = {"settlement", ArgumentKind::kDateTime},
+                   bill_maturity = {"maturity", ArgumentKind::kDateTime};
 constexpr Argument rate = number("rate"), yld = number("yld"), pr = number("pr"),
                    redemption = number("redemption"), par = number("par"),
                    investment = number("investment"), discount = number("discount"),
@@ -81,9 +83,9 @@ constexpr Keyword kKeywords[] = {
   {"RECEIVED",   kAmount, {settlement, maturity, investment, discount, basis}},
   {"SLN",        kAmount, {cost, salvage, life}},
   {"SYD",        kAmount, {cost, salvage, whole("life"), period}},
-  {"TBILLEQ",    kRate,   {settlement, maturity, discount}},
-  {"TBILLPRICE", kAmount, {settlement, maturity, discount}},
-  {"TBILLYIELD", kRate,   {settlement, maturity, pr}},
+  {"TBILLEQ",    kRate,   {bill_settlement, bill_maturity, discount}},
+  {"TBILLPRICE", kAmount, {bill_settlement, bill_maturity, discount}},
+  {"TBILLYIELD", kRate,   {bill_settlement, bill_maturity, pr}},
   {"VDB",        kAmount, {cost, salvage, life, start_period, end_period, optional(number("factor")), optional(whole("no_switch"))}},
   {"XIRR",       kRate,   {repeated(amount), repeated(date("date")), optional(number("guess"))}},
   {"XNPV",       kAmount, {rate, repeated(amount), repeated(date("date"))}},

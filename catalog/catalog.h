@@ -14,7 +14,8 @@ namespace catalog {
 enum class ArgumentKind : std::uint8_t {
   kNumber,
   kWhole,      // a whole number
-  kDate,       // days from 1 January 1960; a whole number but for Treasury bills
+  kDate,       // days from 1 January 1960, a whole number
+  kDateTime,   // the same, with fractions of a day
   kBasis,      // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
   kFrequency,  // coupons per year: 1, 2, 4, 6 or 12. Hosts refuse others; the module does not
 };

@@ -59,6 +59,7 @@ std::string_view expected(catalog::ArgumentKind kind) noexcept {
     case catalog::ArgumentKind::kWhole:
       return "must be a whole number";
     case catalog::ArgumentKind::kDate:
+    case catalog::ArgumentKind::kDateTime:
       return "must be a date (YYYY-MM-DD)";
     case catalog::ArgumentKind::kFrequency:
       return "must be 1, 2, 4, 6 or 12";
