@@ -82,41 +82,14 @@ TEST(HostDates, ConvertAndReject) {
   Exported_VXHandle = nullptr;
 }
 
-TEST(Schedule, CountsPeriodsWholeAndInPart) {
+TEST(Schedule, CountsWholeCouponsAndTheRestOfAPeriod) {
   DayCountTerms terms{};
-  terms.frequency = 2;
-  terms.stepUnit = kMonths;
-  terms.basis = kBasisActual;
-  zComputePeriod(terms);
-  zComputeDaysInPeriod(terms);
+  measure_in_coupons(terms, 2, kBasisActual);
   const CalendarDate issue = day(2020, 3, 1), maturity = day(2030, 11, 15);
   EXPECT_EQ(CountWholeCoupons(day(2020, 5, 15), maturity, terms), 21);
   EXPECT_EQ(CountWholeCoupons(issue, maturity, terms), 21);
   EXPECT_EQ(*ComputeFromSettlementToNextCoupon(issue, maturity, terms), 75.0 / 182.0);
   EXPECT_EQ(ComputeFromSettlementToNextCoupon(day(2020, 5, 15), maturity, terms), 0.0);
-  EXPECT_EQ(*ComputeCouponProportions(issue, day(2020, 4, 1), maturity, terms), 31.0 / 182.0);
-  EXPECT_EQ(*ComputeCouponProportions(issue, day(2021, 1, 15), maturity, terms),
-            75.0 / 182.0 + 1.0 + 61.0 / 181.0);
-  EXPECT_EQ(*ComputeCouponProportions(day(2020, 5, 15), day(2020, 7, 1), maturity, terms),
-            HUGE_VAL);  // from a coupon date the measure has no days
-  CouponList list;
-  ASSERT_TRUE(MakeTheCouponList(issue, day(2021, 11, 15), maturity, terms, list));
-  EXPECT_TRUE(list.periods == 4 && list.wholePeriods == 3 && list.used == 2 && list.flags == 2);
-  EXPECT_TRUE(list.slots[0].days == 182 && list.slots[1].days == 184);
-  EXPECT_EQ(zCompareDates(list.slots[1].start, day(2021, 5, 15)), kSameDay);
-  ASSERT_TRUE(MakeTheCouponList(day(2020, 5, 15), day(2020, 6, 1), maturity, terms, list));
-  EXPECT_TRUE(list.periods == 1 && list.wholePeriods == 0 && list.used == 1 && list.flags == 1);
-
-  terms.basis = kBasisUs30360;
-  zComputeDaysInPeriod(terms);
-  EXPECT_EQ(CountTheCouponDays(day(2020, 4, 30), day(2020, 6, 30), terms), 60);
-  EXPECT_EQ(CountTheCouponDays(day(2020, 5, 31), day(2020, 11, 15), terms), 164);
-  EXPECT_EQ(CountTheCouponDays(day(2020, 10, 31), day(2021, 2, 28), terms), 120);  // both move
-  EXPECT_EQ(CountTheCouponDays(day(2020, 11, 15), day(2021, 2, 28), terms), 105);  // counts as 30
-  EXPECT_EQ(CountTheCouponDays(day(2021, 2, 28), day(2021, 5, 31), terms), 92);    // February stays
-  EXPECT_EQ(CountTheCouponDays(day(2020, 1, 15), day(2020, 12, 15), terms), 180);  // capped
-  terms.plainUs30360 = 1;
-  EXPECT_EQ(CountTheCouponDays(day(2020, 1, 15), day(2020, 12, 15), terms), 330);
 }
 
 }  // namespace

@@ -1,0 +1,157 @@
+// Plain day counts, schedules and argument tests, as slow as they are short, for the models that
+// random calls are held to. Days count from 1 January 1960; what is refused is thrown as its slot.
+#pragma once
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <random>
+
+#include "harness.h"
+
+namespace plain {
+
+namespace cal = std::chrono;
+using namespace std::chrono_literals;
+using harness::Answer, harness::Argument, harness::num, harness::text, harness::Width;
+using Date = cal::year_month_day;
+using Values = std::vector<double>;
+
+inline constexpr cal::sys_days kDayZero = 1960y / 1 / 1;
+inline const double kMissing = harness::missing().number, kNull = 0x1.dp-1000;  // a null pointer
+
+using Basis = std::pair<Argument, int>;  // as given, the first row left out; its code, -1 refused
+inline const std::string kPad(249, ' ');
+// clang-format off
+inline const Basis kBases[] = {
+    {{}, 0}, {num(0), 0}, {num(1), 1}, {num(2), 2}, {num(3), 3}, {num(4), 4}, {text("30/360"), 0},
+    {text("actual"), 1}, {text(" A c t/3 60"), 2}, {text("Act/365 "), 3}, {text("eu 30/360"), 4},
+    {text(kPad + "ACTUAL"), 1}, {text(kPad + "ACTUAL "), -1}, {text(kPad), -1}, {text(""), -1},
+    {text("30/3600"), -1}, {{2, true, 0, {}}, -1}, {{2, false, 6, {}}, -1}, {{3, false, 0, {}}, -1},
+    {harness::null(), 1}, {num(NAN), 1}, {num(-0.5), 0}, {num(2.7), 2}, {num(4.9), 4}, {num(5), -1},
+    {num(-1), -1}, {num(0x1p32), -1}, {num(0x1p64), -1}, {num(-HUGE_VAL), -1}};
+// clang-format on
+
+inline double number_of(cal::sys_days day) { return static_cast<double>((day - kDayZero).count()); }
+inline Date date_of(double number) { return kDayZero + cal::days{static_cast<int>(number)}; }
+inline bool month_end(const Date& d) { return d == d.year() / d.month() / cal::last; }
+inline int months_of(const Date& d) {
+  return 12 * int{d.year()} + static_cast<int>(unsigned{d.month()});
+}
+
+// The same day of another month, or its last one.
+inline Date stepped(const Date& from, int months, bool to_month_ends) {
+  const cal::year_month m = from.year() / from.month() + cal::months{months};
+  return to_month_ends ? m / cal::last : std::min<Date>(m / cal::last, m / from.day());
+}
+
+// A month end stays one: so schedules step.
+inline Date stepped(const Date& from, int months) { return stepped(from, months, month_end(from)); }
+
+// The months from the anchor to the last of its coupon days that is not after the date.
+inline int months_to(const Date& date, const Date& anchor, int months) {
+  int k = (months_of(date) - months_of(anchor)) / months * months;
+  while (stepped(anchor, k) > date) k -= months;
+  while (stepped(anchor, k + months) <= date) k += months;
+  return k;
+}
+
+inline double days(Date a, const Date& b, int basis) {
+  if (basis % 4 != 0 || a == b) return number_of(b) - number_of(a);
+  if (basis == 0 && a.day() == 31d && b.day() < 30d) a = date_of(number_of(a) + 1);
+  const bool to_30 = basis == 0 && b.month() == cal::February && month_end(b);
+  const cal::day start = std::min(a.day(), 30d), end = to_30 ? 30d : std::min(b.day(), 30d);
+  return 30 * (months_of(b) - months_of(a)) + static_cast<int>((end - start).count());
+}
+
+inline double period_days(const Date& previous, const Date& next, int basis, double frequency) {
+  if (basis == 1) return days(previous, next, basis);
+  return (basis == 3 ? 365 : 360) / frequency;
+}
+
+inline double annual_ratio(const Date& a, const Date& b, int basis, bool end_31,
+                           bool length_of_start, bool whole_leaps = false) {
+  const double count = days(a, b, basis) + (basis == 0 && end_31 && b.day() == 31d);
+  if (basis != 1) return count / (basis == 3 ? 365 : 360);
+  double sum = 0, years = 0;
+  for (cal::year y = a.year(); y <= b.year(); ++y, ++years) {
+    const bool at_end = y == b.year(), held = y == a.year() ? a.month() < cal::March : !at_end;
+    const bool counts = whole_leaps || held || (at_end && b.month() > cal::February);
+    sum += 365 + (y.is_leap() && counts);
+  }
+  return count / (length_of_start ? 365 + a.year().is_leap() : sum / years);
+}
+
+inline double coupons_left(const Date& settlement, const Date& maturity, int months) {
+  const int k = 12 * (int{settlement.year()} - int{maturity.year()});
+  double left = -k / months;  // right on maturity's own day, which is not clamped to the month
+  Date x = cal::sys_days{settlement.year() / maturity.month() / maturity.day()};
+  for (int j = k; x > settlement; ++left) x = stepped(maturity, j -= months);
+  for (int j = k; stepped(maturity, j += months) <= settlement;) --left;
+  return left;
+}
+
+inline void require(bool holds, int slot) { holds ? void() : throw slot; }
+
+inline double number(const Values& v, int slot, bool whole = false) {
+  const double x = v[static_cast<std::size_t>(slot - 1)], t = whole ? std::trunc(x) : x;
+  const bool fits = x <= 0x1p53 && x >= -0x1p63 && std::abs(x - t) <= 1e-12 * std::abs(x);
+  return !std::isnan(x) && x != kNull && (fits || !whole) ? t : throw slot;
+}
+
+// Only the low 32 bits of a whole number.
+inline double low_bits(const Values& v, int slot) {
+  return static_cast<int>(std::llrint(number(v, slot, true)));
+}
+
+inline constexpr int kRefused = 120836, kUnmarked = -1;
+inline Answer holding(double value) { return {0, std::bit_cast<harness::Word>(value), kUnmarked}; }
+
+Answer modelled_by(const auto& model) {
+  try {
+    return holding(model());
+  } catch (int slot) {
+    return {kRefused, harness::kMissingBits, slot};
+  } catch (const Answer& early) {
+    return early;
+  }
+}
+
+inline Answer answered(Width width, const std::string& name, const Values& v, const Basis& basis) {
+  std::vector<Argument> a;
+  for (const double x : v) a.push_back(x == kNull ? harness::null() : num(x));
+  if (&basis != kBases) a.push_back(basis.first);
+  return harness::call(width, name, a);
+}
+
+struct Generator {
+  std::mt19937_64 random{19600101};
+  int below(int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); }
+  double of(const Values& v) { return v[random() % v.size()]; }
+
+  double day() {
+    const int rare = below(3) ? 1583 + below(below(2) ? 20 : 2417) : 4000 << below(3);
+    const auto year = cal::year{below(5) ? 1900 + below(201) : rare};
+    const auto last = year / (below(3) ? 1 + below(12) : 2) / cal::last;
+    return number_of(last) - below(2) * below(28) + below(5) / 4;
+  }
+
+  // A day before another, often a whole number of coupon periods before it.
+  double before(double day, int months) {
+    const int periods = below(below(4) ? 30 : 600) / months;
+    const double on = number_of(stepped(date_of(day), -months * periods));
+    return of({on, on, on + below(3) - 1, day - below(9), day - below(999), on - below(99)});
+  }
+  double near() {  // hardly off 1
+    return 1 + of({0, 0, 0, 5e-13, -5e-13, 2e-12, -2e-12, 1e-8, -1e-8, 3e-8, -3e-8});
+  }
+  double odd() { return of({0x1p32 + 2, 0x1p31, 0x1p53 + 2, -0x1p64, HUGE_VAL, 0, -1}); }
+  const Basis& basis() { return kBases[random() % (below(8) ? 11 : std::size(kBases))]; }
+
+  // One argument in seven calls spoilt, or moved by a hair.
+  void spoil(Values& v) {
+    double& x = v[random() % v.size()];
+    if (below(7) == 0) x = of({NAN, kNull, -HUGE_VAL, 0, -1, x + 0.5, x * near(), x * near()});
+  }
+};
+
+}  // namespace plain
