@@ -3,16 +3,10 @@
 #include <algorithm>
 #include <limits>
 
-#include "numeric/bounded.h"
-
 namespace vxfnc {
 namespace {
 
 constexpr double kNoFixedPeriod = std::numeric_limits<double>::max();
-
-// Steps that a schedule is walked for one answer. The frequencies that divide a year need 12 at the
-// most, and so do meaningless ones, but for years at the ends of 32 bits.
-constexpr std::int64_t kMostSteps = std::int64_t{1} << 20;
 
 // Schedules of whole months need no walk, between years where all dates are plain ones.
 bool is_monthly(const CalendarDate& settlement, const CalendarDate& maturity,
@@ -132,7 +126,7 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
   front = anchor;
   for (std::int64_t k = 1; k <= terms.frequency; ++k) {
-    if (k > kMostSteps) return false;
+    if (k > kLongestSchedule) return false;
     behind = front;
     front = zAdvanceDate(anchor, sign * k, terms);
     const DateOrder order = zCompareDates(front, *search.settlement);
@@ -205,7 +199,7 @@ double period_length(const CalendarDate& start, const CalendarDate& end,
   if (order == kSameDay) return coupons;
   const int sign = order == kEarlier ? 1 : -1;
   for (std::int64_t k = 1; k <= terms.frequency; ++k) {
-    if (k > kMostSteps) return std::nullopt;
+    if (k > kLongestSchedule) return std::nullopt;
     const DateOrder stepped =
         zCompareDates(zAdvanceDate(in_settlement_year, sign * k, terms), settlement);
     if (order == kEarlier) {
@@ -365,7 +359,7 @@ std::optional<double> CountWholeCoupons(const CalendarDate& start, const Calenda
     coupons -= terms.frequency;
   }
   for (std::int64_t k = 1; k <= terms.frequency; ++k) {
-    if (k > kMostSteps) return std::nullopt;
+    if (k > kLongestSchedule) return std::nullopt;
     const DateOrder stepped = zCompareDates(zAdvanceDate(date, -k, terms), start);
     if (stepped == kEarlier) break;
     coupons += 1.0;
@@ -406,7 +400,7 @@ std::optional<double> ComputeCouponProportions(const CalendarDate& start, const 
   }
   double sum = Compute1CouponProportion(start, next, search.previousStore, next, terms);
   CalendarDate from = next;
-  for (std::int64_t k = 1; k <= kLongestWalk; ++k) {
+  for (std::int64_t k = 1; k <= kLongestSchedule; ++k) {
     const CalendarDate to = zAdvanceDate(next, k, terms);
     if (zCompareDates(to, end) != kEarlier) {
       return sum + Compute1CouponProportion(from, end, from, to, terms);
@@ -436,7 +430,7 @@ bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
   CalendarDate last_start = search.previousStore;
   CalendarDate last_end = first_end;
   while (zCompareDates(last_end, end) == kEarlier) {
-    if (list.periods > kLongestWalk) return false;
+    if (list.periods > kLongestSchedule) return false;
     last_start = last_end;
     last_end = zAdvanceDate(first_end, list.periods, terms);
     ++list.periods;

@@ -4,7 +4,7 @@
 //
 // Dates must be filled by zgetMonthDayYear. Nothing here validates: a frequency other than 1, 2, 4,
 // 6 and 12 makes a meaningless schedule, but a safe one. Where the answer is optional, nothing
-// stands for a schedule too long to walk.
+// stands for a schedule too long to walk. Before year 1 a schedule may be off by a year.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,10 @@
 #include "calendar/day_count.h"
 
 namespace vxfnc {
+
+// Periods that a schedule is walked for one answer. The frequencies that divide a year get there
+// only over tens of thousands of years.
+inline constexpr std::int64_t kLongestSchedule = 1 << 20;
 
 // monthsPerPeriod of a frequency that divides no year.
 inline constexpr std::int64_t kNoMonthsPerPeriod = -2147483647;
@@ -76,7 +80,7 @@ double CountTheCouponDays(const CalendarDate& start, const CalendarDate& end,
 std::optional<double> CountTheCoupons(const CalendarDate& settlement, const CalendarDate& maturity,
                                       const DayCountTerms& terms) noexcept;
 
-// Coupon dates from start to the schedule of end.
+// The same on the schedule of end, a start that is a coupon date counted. No keyword asks for it.
 std::optional<double> CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
                                         const DayCountTerms& terms) noexcept;
 
@@ -84,7 +88,8 @@ std::optional<double> CountWholeCoupons(const CalendarDate& start, const Calenda
 double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
                                 const CalendarDate& d, DayCountTerms& terms) noexcept;
 
-// The part of the current period from settlement to the next coupon; 0 on a coupon date.
+// The part of the current period from settlement to the next coupon; 0 on a coupon date. No keyword
+// asks for it.
 std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
                                                         const CalendarDate& maturity,
                                                         DayCountTerms& terms) noexcept;

@@ -15,23 +15,22 @@ constexpr bool same_bits(double a, double b) noexcept {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
-// True when adding leaves the sum as it is, now and ever after: a NaN does.
+// True when adding leaves the sum as it is, as of a NaN.
 constexpr bool is_settled(double sum, double addend) noexcept {
-  const double moved = sum + addend;
-  return moved == sum || moved != moved;
+  return sum + addend == sum || sum != sum;
 }
 
 // Takes so many steps, a whole number or less than one; fewer once `settled` says that none can
-// change anything any more. False: too many to be carried out.
+// change anything any more. False: there are more than `most`, which are not carried out.
 template <class Step, class Settled>
-constexpr bool walk(double steps, Step&& step, Settled&& settled) noexcept {
+constexpr bool walk(double steps, std::int64_t most, Step&& step, Settled&& settled) noexcept {
   constexpr std::int64_t kBlock = 256;  // steps between two questions, which cost time
-  constexpr double kMost = 0x1p53;
-  auto left = static_cast<std::int64_t>(std::min(steps, kMost));
+  constexpr double kFarthest = 0x1p53;
+  auto left = static_cast<std::int64_t>(std::min(steps, kFarthest));
   for (std::int64_t walked = kBlock; left > kBlock; left -= kBlock, walked += kBlock) {
     for (std::int64_t k = 0; k < kBlock; ++k) step();
     if (settled()) return true;
-    if (walked > kLongestWalk) return false;
+    if (walked >= most) return false;
   }
   for (; left > 0; --left) step();
   return true;

@@ -3,6 +3,7 @@
 
 #include <initializer_list>
 
+#include "coupons/schedule.h"
 #include "frame/reader.h"
 #include "securities/security.h"
 
@@ -23,7 +24,10 @@ inline bool is_empty_span(Reader& in, const CalendarDate* begin, const CalendarD
 }
 
 // Frequency and basis, the last two arguments of every keyword with coupons.
-void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept;
+inline void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept {
+  const std::int32_t frequency = in.integer(slot, 1);
+  measure_in_coupons(security.terms, frequency, in.basis(slot + 1));
+}
 
 // The basis, the last argument of a keyword that measures time in years.
 inline void read_year_basis(Reader& in, std::int64_t slot, Security& security) noexcept {

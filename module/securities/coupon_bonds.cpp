@@ -10,11 +10,6 @@
 
 namespace vxfnc::securities {
 
-void read_schedule(Reader& in, std::int64_t slot, Security& security) noexcept {
-  const std::int32_t frequency = in.integer(slot, 1);
-  measure_in_coupons(security.terms, frequency, in.basis(slot + 1));
-}
-
 double coupons_per_year(const SecurityCalc& calc) noexcept {
   return std::max(static_cast<double>(calc.params->frequency), 1.0);
 }
@@ -62,6 +57,9 @@ Outcome find_discount_factor(const SecurityCalc& calc, double& v) noexcept {
   return is_all_lost ? kCannotBeComputed : kDone;
 }
 
+// Coupons of one trial, of which a solve makes up to 101: those of 20,000 years and more.
+constexpr std::int64_t kLongestTrial = 1 << 18;
+
 // The price at yield x less the given price, and its derivative.
 std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
   auto& calc = *static_cast<SecurityCalc*>(control.context);
@@ -82,7 +80,7 @@ std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
   double terms = calc.firstCoupon * t;
   double slopes = calc.firstCoupon * slope(k, t);
   const bool is_done = walk(
-      calc.couponCount - 1.0,
+      calc.couponCount - 1.0, kLongestTrial,
       [&] {
         k += 1.0;
         t = t * v;
@@ -109,7 +107,7 @@ Outcome PriceTheCoupons(SecurityCalc& calc) noexcept {
   double term = 1.0;
   double sum = calc.firstCoupon;
   const bool is_done = walk(
-      calc.couponCount - 1.0,
+      calc.couponCount - 1.0, kLongestWalk,
       [&] {
         term = term * v;
         sum += term;
@@ -175,7 +173,7 @@ Outcome zComputeDURATION(SecurityCalc& calc) noexcept {
   double weighted = cpn * weight * time;
   double total = cpn * weight;
   const bool is_done = walk(
-      calc.couponCount - 1.0,
+      calc.couponCount - 1.0, kLongestWalk,
       [&] {
         weight = weight * v;
         time += period;

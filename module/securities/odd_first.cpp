@@ -1,7 +1,6 @@
 // Bonds whose first coupon period is odd, short or long, settled inside it: the market's standard
 // securities calculation method, at compound interest.
 #include "coupons/schedule.h"
-#include "numeric/bounded.h"
 #include "securities/arguments.h"
 #include "securities/coupon_bonds.h"
 
@@ -44,7 +43,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   double first_coupons = 0.0;
   double accrued = 0.0;
   CalendarDate end = first_coupon;
-  for (std::int64_t k = 1; k <= kLongestWalk; ++k) {
+  for (std::int64_t k = 1; k <= kLongestSchedule; ++k) {
     const CalendarDate start = zAdvanceDate(first_coupon, -k, terms);
     const double length = terms.basis == kBasisActual ? days_between(start, end) : fixed_period;
     const bool is_whole = zCompareDates(issue, start) != kLater;

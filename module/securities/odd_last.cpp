@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "coupons/schedule.h"
-#include "numeric/bounded.h"
 #include "securities/arguments.h"
 #include "securities/coupon_bonds.h"
 
@@ -16,7 +15,7 @@ std::optional<double> accrued_periods(const CalendarDate& last_interest,
                                       DayCountTerms& terms) noexcept {
   double periods = 0.0;
   CalendarDate from = last_interest;
-  for (std::int64_t k = 1; k <= kLongestWalk; ++k) {
+  for (std::int64_t k = 1; k <= kLongestSchedule; ++k) {
     const CalendarDate to = zAdvanceDate(last_interest, k, terms);
     if (zCompareDates(to, settlement) == kLater) {
       return periods + Compute1CouponProportion(from, settlement, from, to, terms);
@@ -39,12 +38,15 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   // Actual days are measured against actual periods, whatever the year's length.
   if (terms.basis == kBasisActual360 || terms.basis == kBasisActual365) terms.basis = kBasisActual;
   const auto accrued = accrued_periods(last_interest, settlement, terms);
+  if (!accrued) return false;
   const auto odd = ComputeCouponProportions(last_interest, maturity, maturity, terms);
+  if (!odd) return false;
   const auto remaining = ComputeCouponProportions(settlement, maturity, maturity, terms);
-  calc.accruedPeriods = accrued.value_or(0.0);
-  calc.oddPeriods = odd.value_or(0.0);
-  calc.remainingPeriods = remaining.value_or(0.0);
-  return accrued && odd && remaining;
+  if (!remaining) return false;
+  calc.accruedPeriods = *accrued;
+  calc.oddPeriods = *odd;
+  calc.remainingPeriods = *remaining;
+  return true;
 }
 
 Outcome zComputeODDLPRICE(SecurityCalc& calc) noexcept {

@@ -15,7 +15,7 @@ namespace vxfnc::securities {
 enum Outcome : std::int32_t {
   kDone = 0,
   kCannotBeComputed = 1,
-  kYieldTooLow = 2,  // at or below -100 % a period
+  kYieldTooLow = 2,  // nothing is left of 1 + yield a period
 };
 
 // At or below this, 1 + yield a period counts as no discount base.
@@ -34,7 +34,7 @@ struct SecurityCalc {
 
   // The position of settlement in its coupon period.
   double accruedFraction = 0.0;    // periods since the last coupon
-  double remainingFraction = 0.0;  // periods to the next one
+  double remainingFraction = 0.0;  // periods to the next one, more than 1 if it is odd
   double remainingDays = 0.0;
   double couponPeriodDays = 0.0;
   double accruedDays = 0.0;
