@@ -125,6 +125,7 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   CalendarDate& front = sign > 0 ? search.nextStore : search.previousStore;
   CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
   front = anchor;
+  behind = anchor;
   for (std::int64_t k = 1; k <= terms.frequency; ++k) {
     if (k > kLongestSchedule) return false;
     behind = front;
