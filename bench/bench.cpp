@@ -30,6 +30,24 @@ constexpr double kBought = 17763, kYearEnd = 17897, kSettlement = 23446, kMaturi
 constexpr double kTenYears = 26982, kThirtyYears = 34287, kIssued = 23390, kFirstInterest = 23603,
                  kLastInterest = 23298, kSummer = 23542;
 
+// An investment and what it brings; a date for each, three months apart.
+std::vector<double> flows(int n) {
+  std::vector<double> amounts(static_cast<std::size_t>(n), 1000.0);
+  amounts[0] = -900.0 * (n - 1);
+  return amounts;
+}
+
+std::vector<double> days(int n) {
+  std::vector<double> dates;
+  for (int i = 0; i < n; ++i) dates.push_back(kSettlement + 91 * i);
+  return dates;
+}
+
+std::vector<double> with(std::vector<double> head, const std::vector<double>& tail) {
+  head.insert(head.end(), tail.begin(), tail.end());
+  return head;
+}
+
 const Row kRows[] = {
     {"SLN", "", {10000, 1000, 5}, 2.5},
     {"SYD", "", {10000, 1000, 10, 5}, 2.5},
@@ -78,6 +96,27 @@ const Row kRows[] = {
     {"TBILLEQ", "half a year and more", {kSettlement, kSettlement + 190, 0.0914}, 3},
     {"TBILLPRICE", "", {kSettlement, kSummer, 0.09}, 3},
     {"TBILLYIELD", "", {kSettlement, kSummer, 98.45}, 3},
+    {"PMT", "", {0.005, 360, 200000}, 4},
+    {"FV", "", {0.005, 120, -200, -500}, 4},
+    {"PV", "", {0.005, 240, 500}, 4},
+    {"NPER", "", {0.01, -100, -1000, 10000, 1}, 3.5},
+    {"RATE", "", {48, -200, 8000}, 32},
+    {"IPMT", "period 13 of 360", {0.005, 13, 360, 200000}, 6},
+    {"PPMT", "period 13 of 360", {0.005, 13, 360, 200000}, 6},
+    {"ISPMT", "", {0.005, 13, 360, 200000}, 4},
+    {"CUMIPMT", "12 of 360", {0.0075, 360, 125000, 1, 12}, 8},
+    {"CUMPRINC", "12 of 360", {0.0075, 360, 125000, 1, 12}, 8},
+    {"EFFECT", "", {0.0525, 4}, 4},
+    {"NOMINAL", "", {0.053543, 4}, 4},
+    {"FVSCHEDULE", "3 rates", {1, 0.09, 0.11, 0.1}, 4},
+    {"DOLLARDE", "", {1.02, 16}, 4},
+    {"DOLLARFR", "", {1.125, 16}, 4},
+    {"NPV", "12 flows", with({0.08}, flows(12)), 4},
+    {"MIRR", "12 flows", with(flows(12), {0.1, 0.12}), 8},
+    {"IRR", "12 flows", flows(12), 20},
+    {"IRR", "1000 flows", flows(1000), 2000},
+    {"XNPV", "12 flows", with(with({0.08}, flows(12)), days(12)), 16},
+    {"XIRR", "12 flows", with(flows(12), days(12)), 90},
 };
 constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
 

@@ -10,17 +10,12 @@
   namespace vxfnc::family {                      \
   Status fnc_##word(Reader& in) noexcept;        \
   }
-#define VXFNC_NOTHING(...)
-VXFNC_KEYWORDS(VXFNC_DECLARE, VXFNC_NOTHING)
+VXFNC_KEYWORDS(VXFNC_DECLARE)
 
 namespace vxfnc {
 
-Status not_built_yet(Reader& in) noexcept { return in.fail(); }
-
 #define VXFNC_ROW(word, least, most, family) FinancialRow{#word, family::fnc_##word, least, most},
-#define VXFNC_OPEN_ROW(word, least, most) FinancialRow{#word, not_built_yet, least, most},
-constexpr std::array<FinancialRow, kKeywordCount> FinancialList = {
-    VXFNC_KEYWORDS(VXFNC_ROW, VXFNC_OPEN_ROW)};
+constexpr std::array<FinancialRow, kKeywordCount> FinancialList = {VXFNC_KEYWORDS(VXFNC_ROW)};
 
 namespace {
 

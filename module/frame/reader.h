@@ -41,6 +41,11 @@ class Reader {
     return given(slot) && number_at(slot) != nullptr && !std::isnan(*number_at(slot));
   }
 
+  // True when the argument is part of the call and missing, which a null pointer is not.
+  [[nodiscard]] bool is_missing(std::int64_t slot) const noexcept {
+    return given(slot) && number_at(slot) != nullptr && std::isnan(*number_at(slot));
+  }
+
   // Refuses the argument unless the condition holds.
   bool require(bool holds, std::int64_t slot) noexcept {
     if (ok() && !holds) refuse(STATUS_BAD_ARG, slot);
