@@ -116,6 +116,12 @@ std::size_t Keyword::least() const noexcept {
 
 std::size_t Keyword::most() const noexcept { return number_of_lists() > 0 ? kNoBound : size_; }
 
+bool Keyword::pairs_up(std::size_t count) const noexcept {
+  const std::size_t lists = number_of_lists();
+  return lists == 0 || count < number_of(Presence::kRequired) ||
+         (count - number_of(Presence::kRequired)) % lists <= number_of(Presence::kOptional);
+}
+
 const Argument* Keyword::argument_at(std::size_t position, std::size_t count) const noexcept {
   const std::size_t required = number_of(Presence::kRequired);
   const std::size_t lists = number_of_lists();

@@ -60,6 +60,8 @@ class Keyword {
   // How many arguments a call may have, the keyword not counted.
   [[nodiscard]] std::size_t least() const noexcept;
   [[nodiscard]] std::size_t most() const noexcept;  // kNoBound: any number
+  // False when so many arguments cannot make lists of one length.
+  [[nodiscard]] bool pairs_up(std::size_t count) const noexcept;
   // What stands at a position, counted from 1, of a call with `count` arguments; null beyond the
   // last.
   [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;

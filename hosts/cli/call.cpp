@@ -107,8 +107,9 @@ catalog::ArgumentKind kind_at(const catalog::Keyword& keyword, std::size_t posit
   return argument == nullptr ? catalog::ArgumentKind::kNumber : argument->kind;
 }
 
-// What is wrong before the call is even tried: the keyword, the number of arguments, a text that
-// stands where only numbers and dates are read, or a frequency that makes no schedule.
+// What is wrong before the call is even tried: the keyword, the number of arguments, amounts
+// without dates, a text that stands where only numbers and dates are read, or a frequency that
+// makes no schedule.
 std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
                                             std::span<const std::string> words,
                                             Arguments arguments) {
@@ -116,6 +117,9 @@ std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
   if (arguments.size() < keyword->least() || arguments.size() > keyword->most()) {
     return std::string(keyword->word) + ": takes " + counted(keyword->least(), keyword->most()) +
            ", not " + std::to_string(arguments.size());
+  }
+  if (!keyword->pairs_up(arguments.size())) {
+    return std::string(keyword->word) + ": takes as many amounts as dates";
   }
   for (std::size_t i = 1; i <= arguments.size(); ++i) {
     const auto kind = kind_at(*keyword, i, arguments);
