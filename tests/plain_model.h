@@ -116,6 +116,40 @@ Answer modelled_by(const auto& model) {
   }
 }
 
+inline constexpr double kTiny = 1.053671212772351e-8;  // 2^-26.5
+
+// e^x - 1 and ln(1 + x), to the bit.
+inline double exp_minus_1(double x) {
+  const double series = x * (1 + x / 2 * (1 + x / 3 * (1 + x / 4 * (1 + x / 5 * (1 + x / 6)))));
+  return std::abs(x) > 0.01 ? std::exp(x) - 1 : series;
+}
+inline double log_1_plus(double x) {
+  const double s = x / (1 + x / 2), t = s * s, a = 0.08333333333333427 - 0.0023812878804825234 * t;
+  return std::abs(x) <= 0.03125 ? s + t * s * a / (1 - 0.178575454351365 * t) : std::log(1 + x);
+}
+
+// Newton's method in ln(1 + x). The objective may change the scale that a last value is held to.
+inline double solved(const auto& objective, double x, const double& scale) {
+  for (int i = 0;; ++i) {
+    const auto [value, derivative] = objective(x);
+    const double g = -value / ((x + 1) * derivative), e = exp_minus_1(g), old = x;
+    x = std::fmax(e * old + (e + old), -0.9999999);
+    require(g <= 354.891356446692 && std::isfinite(g) && std::isfinite(x), kUnmarked);
+    const bool zero = std::abs(old) < kTiny && std::abs(x) < kTiny;
+    if (i < 100 && !zero && std::abs(old - x) > 1e-12 * std::max(std::abs(x), 1.0)) continue;
+    require(i < 100 || std::abs(value) < 1.110223024625157e-15 * scale, kUnmarked);
+    return zero ? 0 : x;
+  }
+}
+
+// Zeros and NaNs have no sign; values may differ by a share of what is larger, they or 1.
+inline bool alike(const Answer& got, const Answer& want, double share) {
+  const double x = std::bit_cast<double>(got.bits), y = std::bit_cast<double>(want.bits);
+  const bool close = x == y || std::abs(x - y) <= share * std::max(std::abs(y), 1.0);
+  const bool same = close || (std::isnan(x) && std::isnan(y));
+  return got == want || (got.status == 0 && want.status == 0 && got.marked == kUnmarked && same);
+}
+
 inline Answer answered(Width width, const std::string& name, const Values& v, const Basis& basis) {
   std::vector<Argument> a;
   for (const double x : v) a.push_back(x == kNull ? harness::null() : num(x));

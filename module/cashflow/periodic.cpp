@@ -24,7 +24,7 @@ Status fnc_NPV(Reader& in) noexcept {
 // Read from the last argument to the first.
 Status fnc_MIRR(Reader& in) noexcept {
   const std::int64_t amounts = in.count() - 3;
-  if (amounts < 0) return in.fail();
+  if (amounts < 1) return in.fail();
   const double reinvest_rate = in.positive(amounts + 2);
   const double finance_rate = in.positive(amounts + 1);
   const double f = 1.0 / (1.0 + finance_rate);

@@ -50,7 +50,7 @@ struct Quotation {
 Quotation read_quotation(Reader& in) noexcept {
   const double price = in.number(1);
   const std::int64_t denominator = in.whole(2);
-  in.require(static_cast<std::int32_t>(denominator) > 0, 2);
+  in.require(denominator > 0 && static_cast<std::int32_t>(denominator) > 0, 2);
   const auto d = static_cast<double>(denominator);
   if (!in.ok()) return {};
   const auto k = static_cast<std::size_t>(std::ceil(std::log10(d)));
