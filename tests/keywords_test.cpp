@@ -1,0 +1,24 @@
+// The keyword list and the catalogue.
+#include <gtest/gtest.h>
+
+#include "catalog.h"
+#include "frame/keywords.h"
+
+namespace vxfnc {
+namespace {
+
+TEST(Keywords, TheCatalogueKeepsUp) {
+  for (std::size_t i = 0; i < FinancialList.size(); ++i) {
+    const FinancialRow& row = FinancialList[i];
+    const catalog::Keyword& keyword = catalog::keywords()[i];
+    const bool any_number = row.maximum == kNoBound;
+    EXPECT_EQ(keyword.word, row.name);
+    EXPECT_EQ(row.minimum, any_number ? 2 : static_cast<int>(keyword.least()) + 1) << row.name;
+    EXPECT_GE(keyword.least(), 1u) << row.name;
+    EXPECT_EQ(any_number ? catalog::kNoBound : static_cast<std::size_t>(row.maximum) - 1,
+              keyword.most());
+  }
+}
+
+}  // namespace
+}  // namespace vxfnc
