@@ -141,6 +141,8 @@ double dated(const std::string& name, const Values& v) {
   }
   for (int i = n; --i >= 0;) years[i] = (years[i] - years[0]) / 365;
   if (values) return worth(a, years, known)[0];
+  const auto [least, most] = std::minmax_element(a.begin(), a.end());
+  require(*least < 0 && *most > 0, kUnmarked);
   const auto off = [&](double x) {
     const auto [sum, slope, largest] = worth(a, years, x);
     return scale = largest, std::pair(sum, slope);

@@ -23,9 +23,13 @@ struct DatedFlowRecord {
   double irr = 0.0;
   double npv = 0.0;
 
-  // As doubles: far days can be more days apart than 64 bits hold.
+  // Only the farthest days are further apart than 64 bits hold.
   [[nodiscard]] double days_from(std::int32_t j, std::int32_t k) const noexcept {
-    return static_cast<double>(days[k]) - static_cast<double>(days[j]);
+    std::int64_t difference = 0;
+    if (__builtin_sub_overflow(days[k], days[j], &difference)) {
+      return static_cast<double>(days[k]) - static_cast<double>(days[j]);
+    }
+    return static_cast<double>(difference);
   }
   [[nodiscard]] double years(std::int32_t k) const noexcept { return days_from(0, k) / 365.0; }
 };
@@ -70,22 +74,30 @@ bool solve_from(DatedFlowRecord& flows, double start) noexcept {
   return true;
 }
 
+// Amounts of one sign have no rate, although a search may come to rest on its lowest point.
+bool has_both_signs(const DatedFlowRecord& flows) noexcept {
+  const double* const end = flows.amounts + flows.count;
+  return std::any_of(flows.amounts, end, [](double amount) { return amount < 0.0; }) &&
+         std::any_of(flows.amounts, end, [](double amount) { return amount > 0.0; });
+}
+
 Outcome zComputeXIRR(DatedFlowRecord& flows) noexcept {
+  if (!has_both_signs(flows)) return kNoRoot;
   constexpr double kLowStart = -0.9;
   if (solve_from(flows, flows.rate_given != 0 ? flows.rate : 0.0)) return kDone;
   if (solve_from(flows, kLowStart)) return kDone;
 
   // A third start from the first and the last flow that count for anything.
   constexpr double kSmallest = 1.0536712127723509e-08;
-  const std::int32_t none = -1;
-  std::int32_t first = none;
-  std::int32_t last = none;
+  constexpr std::int32_t kNone = -1;
+  std::int32_t first = kNone;
+  std::int32_t last = kNone;
   for (std::int32_t k = 0; k < flows.count; ++k) {
     if (!(std::fabs(flows.amounts[k]) >= kSmallest)) continue;
-    if (first == none || flows.days[k] < flows.days[first]) first = k;
-    if (last == none || flows.days[k] > flows.days[last]) last = k;
+    if (first == kNone || flows.days[k] < flows.days[first]) first = k;
+    if (last == kNone || flows.days[k] > flows.days[last]) last = k;
   }
-  if (first == none || flows.days[first] == flows.days[last]) return kNoStart;
+  if (first == kNone || flows.days[first] == flows.days[last]) return kNoStart;
   const double s = std::log(std::fabs(flows.amounts[last] / flows.amounts[first])) * 365.0 /
                    flows.days_from(first, last);
   if (s > kExpOverflow) return kNoRoot;

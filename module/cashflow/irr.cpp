@@ -113,7 +113,7 @@ bool search(PolynomialState& p, const Interval& interval, double& v) noexcept {
 bool search_everywhere(PolynomialState& p, double& v) noexcept {
   constexpr double kStarts[] = {0.99, 0.3629244535057, 0.7451947130008, 0.8310586730163,
                                 0.2762771729735};
-  constexpr int kMostSteps = 39;  // of all starts together, the last one not counting as found
+  constexpr int kMostSteps = 39;  // of all starts together; one more fails, even if it converges
   const double a = 1.0 / static_cast<double>(p.degree);
   const double b = 1.0 - a;
   int steps = 0;
@@ -138,7 +138,7 @@ std::int32_t solve_several_changes(const double* flows, std::int64_t n, double& 
   PolynomialState p = polynomial_of(flows, n);
   p.scale = zvasum(flows, n);
   p.largest = zvamx(flows, n);
-  if (!std::isfinite(p.scale)) return kIrrNone;
+  if (!std::isfinite(p.scale)) return kIrrNone;  // beside it, every value would pass for zero
   if (p.scale < 1e-10 * (1e-10 * p.largest)) {
     v = 1.0;
     return kIrrFound;

@@ -19,10 +19,10 @@ inline constexpr double MISSING = std::bit_cast<double>(kMissingBits);
 
 enum [[nodiscard]] Status : std::int32_t{
     STATUS_SUCCESS = 0,
-    STATUS_MISSING_ARG = 120833,      // an argument holds a missing value
-    STATUS_BAD_ARG = 120836,          // an argument is absent or invalid, or the calculation failed
-    STATUS_NO_STORAGE = -2147364847,  // 0x8001D811: the kernel refused working storage
-    STATUS_UNPAIRED = 1,              // amounts and dates do not pair
+    STATUS_MISSING_ARG = 120833,  // an argument holds a missing value
+    STATUS_BAD_ARG = 120836,      // an argument is absent or invalid, or the calculation failed
+    STATUS_NO_STORAGE = static_cast<std::int32_t>(0x8001D811),  // working storage was refused
+    STATUS_UNPAIRED = 1,                                        // amounts and dates do not pair
 };
 
 // The kernel's allocation-failure status, sign-extended as the journal takes it.

@@ -1,4 +1,4 @@
-// Level payments: one record for all ten keywords. Money received is positive, money paid out is
+// Level payments, on one record. Money received is positive, money paid out is
 // negative; the rate is a fraction a period; type 1 pays at the start of each period.
 //
 // Powers (1 + r)^k are formed as e^(k ln(1 + r)), so that small rates keep their digits.
@@ -31,7 +31,7 @@ struct AnnuityRecord {
   double cumprinc = 0.0;
   double cumipmt = 0.0;
   double fv_out = 0.0;
-  double pv_out = 0.0;  // the pv argument of RATE
+  double pv_out = 0.0;  // of PV; the pv argument of RATE
   double rate_scale_fv = 0.0;
   double rate_scale_pv = 0.0;
 

@@ -38,24 +38,24 @@ namespace {
 constexpr double powTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
 
-// A price and the denominator of its fraction, whose decimal digits are read as a count of parts.
+// A price whose fraction is written as a number of parts: 1.02 in sixteenths is 1 and 2/16.
 struct Quotation {
   double price;
   double denominator;
-  double whole;   // the price's integer part, of any size
-  double digits;  // ten to the power of the denominator's digits
+  double whole;  // the price's integer part, of any size
+  double unit;   // parts in a fraction of 1: a power of ten, not below the denominator
 };
 
-// The denominator must be above 0 in its low 32 bits, but counts in full.
+// The denominator must be above 0 in its low 32 bits, too, but counts in full.
 Quotation read_quotation(Reader& in) noexcept {
   const double price = in.number(1);
   const std::int64_t denominator = in.whole(2);
   in.require(denominator > 0 && static_cast<std::int32_t>(denominator) > 0, 2);
-  const auto d = static_cast<double>(denominator);
   if (!in.ok()) return {};
+  const auto d = static_cast<double>(denominator);
   const auto k = static_cast<std::size_t>(std::ceil(std::log10(d)));
-  const double digits = k < std::size(powTen) ? powTen[k] : std::pow(10.0, static_cast<double>(k));
-  return {price, d, std::trunc(price), digits};
+  const double unit = k < std::size(powTen) ? powTen[k] : std::pow(10.0, static_cast<double>(k));
+  return {price, d, std::trunc(price) + 0.0, unit};  // no negative zero
 }
 
 }  // namespace
@@ -67,14 +67,14 @@ Status fnc_DOLLARDE(Reader& in) noexcept {
   if (!in.ok()) return in.status();
   const double part = q.price - q.whole;
   const bool counts = std::fabs(part) > 5.0 * q.whole * 1.1102230246251565e-16;
-  return in.store(counts ? q.whole + q.digits * part / q.denominator : q.whole);
+  return in.store(counts ? q.whole + q.unit * part / q.denominator : q.whole);
 }
 
 // DOLLARFR(decimal_dollar, fraction)
 Status fnc_DOLLARFR(Reader& in) noexcept {
   const Quotation q = read_quotation(in);
   if (!in.ok()) return in.status();
-  return in.store(q.whole + (q.price - q.whole) * q.denominator / q.digits);
+  return in.store(q.whole + (q.price - q.whole) * q.denominator / q.unit);
 }
 
 }  // namespace vxfnc::tvm
