@@ -25,7 +25,7 @@ struct Pool : vxfnc::MemoryPool {
     Block* next;
   };
   static constexpr std::size_t kAlignment = 16;
-  static constexpr std::size_t kInlineBytes = 1024;
+  static constexpr std::size_t kInlineBytes = 896;  // all of it within the sizes malloc has at hand
 
   Block* blocks = nullptr;
   std::size_t used = 0;
