@@ -107,8 +107,18 @@ catalog::ArgumentKind kind_at(const catalog::Keyword& keyword, std::size_t posit
   return argument == nullptr ? catalog::ArgumentKind::kNumber : argument->kind;
 }
 
-// What is wrong before the call is even tried: the keyword, the number of arguments, amounts
-// without dates, a text that stands where only numbers and dates are read, or a frequency that
+// The keyword's lists are not of one length.
+std::string unpaired(const catalog::Keyword& keyword) {
+  std::string lists;
+  for (const catalog::Argument& argument : keyword.arguments()) {
+    if (argument.presence != catalog::Presence::kRepeated) continue;
+    lists.insert(0, std::string(argument.name) + (lists.empty() ? "" : " for each "));
+  }
+  return std::string(keyword.word) + ": takes one " + lists;
+}
+
+// What is wrong before the call is even tried: the keyword, the number of arguments, lists of
+// different lengths, a text that stands where only numbers and dates are read, or a frequency that
 // makes no schedule.
 std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
                                             std::span<const std::string> words,
@@ -118,9 +128,7 @@ std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
     return std::string(keyword->word) + ": takes " + counted(keyword->least(), keyword->most()) +
            ", not " + std::to_string(arguments.size());
   }
-  if (!keyword->pairs_up(arguments.size())) {
-    return std::string(keyword->word) + ": takes as many amounts as dates";
-  }
+  if (!keyword->pairs_up(arguments.size())) return unpaired(*keyword);
   for (std::size_t i = 1; i <= arguments.size(); ++i) {
     const auto kind = kind_at(*keyword, i, arguments);
     const vxkernel::Argument& argument = arguments[i - 1];
