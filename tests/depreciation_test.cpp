@@ -3,43 +3,28 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bit>
-#include <cmath>
-#include <cstdint>
-#include <random>
-#include <vector>
-
-#include "harness.h"
+#include "plain_model.h"
 
 namespace {
 
-using harness::Answer;
-using Values = std::vector<double>;
+using namespace plain;
 
-constexpr std::int64_t kBad = 120836;
-const double kMissing = harness::missing().number, kNull = 0x1.dp-1000;
+double whole(const Values& v, int slot, double low, double high = INFINITY) {
+  const double kept = low_bits(v, slot);
+  return require(kept >= low && kept <= high, slot), kept;
+}
 
-double require(bool holds, std::size_t slot, double value) { return holds ? value : throw slot; }
+double above_zero(const Values& v, int slot) {
+  const double x = number(v, slot);
+  return require(x > 0, slot), x;
+}
 
 bool given(const Values& v, std::size_t slot) {
   return slot <= v.size() && !std::isnan(v[slot - 1]) && v[slot - 1] != kNull;
 }
 
-double number(const Values& v, std::size_t slot, bool positive = false) {
-  return require(given(v, slot) && (v[slot - 1] > 0 || !positive), slot, v[slot - 1]);
-}
-
-// Up to 2^53 passes, then only the low 32 bits count; the tolerance is relative and one-sided.
-double whole(const Values& v, std::size_t slot, double low, double high = INFINITY) {
-  const double x = number(v, slot), t = std::trunc(x);
-  require(x <= 0x1p53 && x >= -0x1p63 && std::abs(x - t) <= 1e-12 * std::abs(x), slot, x);
-  const auto kept = static_cast<std::int32_t>(static_cast<std::int64_t>(t));
-  return require(kept >= low && kept <= high, slot, kept);
-}
-
 double sln(const Values& v, double cost, double salvage) {
-  return (cost - salvage) / number(v, 3, true);
+  return (cost - salvage) / above_zero(v, 3);
 }
 
 double syd(const Values& v, double cost, double salvage) {
@@ -50,10 +35,8 @@ double syd(const Values& v, double cost, double salvage) {
 double db(const Values& v, double cost, double salvage) {
   const double life = whole(v, 3, 1), period = whole(v, 4, 1);
   const double month = v.size() < 5 ? 12 : whole(v, 5, 1);
-  require(period <= life + 1, 4, period);
-  const double x = std::log(salvage / cost) / life;
-  const double series = x * (1 + x / 2 * (1 + x / 3 * (1 + x / 4 * (1 + x / 5 * (1 + x / 6)))));
-  const double r0 = -(std::abs(x) > 0.01 ? std::exp(x) - 1 : series);
+  require(period <= life + 1, 4);
+  const double r0 = -exp_minus_1(std::log(salvage / cost) / life);
   // An integer has no -0, hence the + 0.0; what is not finite, or too large, stays what it is.
   const double rate = (std::trunc(r0 * 1000 + (r0 > 0 ? 0.5 : -0.5)) + 0.0) / 1000;
   double d = cost * month * rate / 12, acc = d;
@@ -65,7 +48,7 @@ double db(const Values& v, double cost, double salvage) {
 }
 
 double ddb(const Values& v, double cost, double salvage) {
-  const double life = number(v, 3, true), period = whole(v, 4, 1, life);
+  const double life = above_zero(v, 3), period = whole(v, 4, 1, life);
   const double factor = given(v, 5) && v[4] > 0 ? v[4] : 2;
   double acc = 0, d = 0;
   for (double p = 1; p <= period && !(salvage > cost); ++p) {
@@ -76,9 +59,10 @@ double ddb(const Values& v, double cost, double salvage) {
 }
 
 double vdb(const Values& v, double cost, double salvage) {
-  const double life = number(v, 3, true), start = whole(v, 4, 0, life), end = whole(v, 5, 1, life);
-  const double factor = v.size() < 6 ? 2 : number(v, 6, true), depreciable = cost - salvage;
-  const double no_switch = given(v, 7) ? require(v[6] == 0 || v[6] == 1, 7, v[6]) : 1;
+  const double life = above_zero(v, 3), start = whole(v, 4, 0, life), end = whole(v, 5, 1, life);
+  const double factor = v.size() < 6 ? 2 : above_zero(v, 6), depreciable = cost - salvage;
+  const double no_switch = given(v, 7) ? v[6] : 1;
+  require(no_switch == 0 || no_switch == 1, 7);
   if (life == end - start) return depreciable;
   double acc = 0, sum = 0, d = 0;
   bool switched = false;
@@ -106,32 +90,27 @@ constexpr Keyword kSln{"SLN", sln, 3, 3}, kSyd{"SYD", syd, 4, 4}, kDb{"DB", db, 
     kDdb{"DDB", ddb, 4, 5}, kVdb{"VDB", vdb, 5, 7};
 
 Answer modelled(const Keyword& keyword, const Values& v) {
-  if (v.size() < keyword.least || v.size() > keyword.most) return {kBad, harness::kUntouched, -1};
-  try {
+  if (v.size() < keyword.least || v.size() > keyword.most)
+    return {kRefused, harness::kUntouched, kUnmarked};
+  return modelled_by([&] {
     const double cost = number(v, 1), salvage = number(v, 2);
-    return {0, std::bit_cast<std::uint64_t>(keyword.model(v, cost, salvage)), -1};
-  } catch (std::size_t slot) {
-    return {kBad, harness::kMissingBits, static_cast<int>(slot)};
-  }
+    return keyword.model(v, cost, salvage);
+  });
+}
+
+// The answer of both character widths; a status of -1 when they differ.
+Answer both(const Keyword& keyword, const Values& v) {
+  const Answer wide = answered(Width::wide, keyword.name, v, kBases[0]);
+  const Answer byte = answered(Width::byte, keyword.name, v, kBases[0]);
+  return wide == byte ? wide : Answer{-1, byte.bits, byte.marked};
 }
 
 double value_of(const Answer& a) { return a.status == 0 ? std::bit_cast<double>(a.bits) : 0; }
 
-// The answer of both character widths; a status of -1 when they differ.
-Answer answered(const Keyword& keyword, const Values& v) {
-  std::vector<harness::Argument> a;
-  for (double x : v) a.push_back(x == kNull ? harness::null() : harness::num(x));
-  const Answer wide = harness::call(harness::Width::wide, keyword.name, a);
-  const Answer byte = harness::call(harness::Width::byte, keyword.name, a);
-  return wide == byte ? wide : Answer{-1, byte.bits, byte.marked};
-}
-
 // Realistic calls, a third of them with one or two values spoilt; no walk passes 100,001 periods.
-struct Generator {
-  std::mt19937_64 random{20240229};
+struct Calls : Generator {
   double unit() { return static_cast<double>(random() >> 11) * 0x1p-53; }
   double from(double least, double n) { return least + std::floor(n * unit()); }
-  double of(const Values& v) { return v[random() % v.size()]; }
 
   void spoil(double& x) {
     const double edge = of({0, -0.0, 1, -1, -2.5, 1e-300, 1e300, -1e300, 0x1p31, 0x1p53, 0x1p53 - 1,
@@ -158,12 +137,12 @@ struct Generator {
 };
 
 TEST(Depreciation, RandomCallsMatchPlainLoops) {
-  Generator generator;
+  Calls generator;
   for (const Keyword& keyword : {kSln, kSyd, kDb, kDdb, kVdb}) {
     int good = 0;
     for (int i = 0; i < 14000; ++i) {
       const Values v = generator.call(keyword);
-      const Answer want = modelled(keyword, v), got = answered(keyword, v);
+      const Answer want = modelled(keyword, v), got = both(keyword, v);
       const bool nans = std::isnan(value_of(want)) && std::isnan(value_of(got));
       good += want.status == 0;
       ASSERT_TRUE(got == want || (nans && got.marked == -1))
@@ -190,14 +169,14 @@ TEST(Depreciation, EdgesAndLongWalks) {
   };
   // clang-format on
   for (const auto& [keyword, values, wanted, marked] : rows) {
-    const Answer got = answered(keyword, values);
+    const Answer got = both(keyword, values);
     const bool same = std::isnan(wanted) ? std::isnan(std::bit_cast<double>(got.bits))
                                          : std::bit_cast<double>(got.bits) == wanted;
     const bool refused = got.bits == harness::kMissingBits;
     EXPECT_TRUE(same && refused == (got.status != 0) && got.marked == marked)
         << keyword.name << testing::PrintToString(values) << got;
   }
-  const Answer longest = answered(kDdb, {1e6, 0, most, most});
+  const Answer longest = both(kDdb, {1e6, 0, most, most});
   EXPECT_EQ(longest, modelled(kDdb, {1e6, 0, most, most}));
 }
 

