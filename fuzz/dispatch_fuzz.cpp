@@ -1,8 +1,12 @@
-// Builds call records from bytes and evaluates them in both widths: status, result and mark must
-// agree, and a refusal leaves MISSING or an untouched result. The harness sees to the rest: nothing
-// but marks may change, and nothing outside the record may be touched.
+// Builds call records from bytes and evaluates them in both widths, with and without a kernel whose
+// services may refuse. Status, result and mark must agree, a refusal leaves MISSING or an untouched
+// result, no pool stays, no call is long. The harness sees to the rest: nothing but marks may
+// change, and nothing outside the record may be touched.
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -11,37 +15,90 @@
 
 namespace {
 
-harness::Argument text(FuzzedDataProvider& in) {
-  std::string ascii = in.ConsumeRandomLengthString(300);
-  for (char& c : ascii) c &= 0x7F;
-  return harness::text(ascii);
+using catalog::ArgumentKind;
+using harness::Answer, harness::Width, harness::Word;
+
+void demand(bool holds) { holds ? void() : std::abort(); }
+
+// ---- A kernel that refuses the n-th of its pools and storages -----------------------------------
+
+int pools, left_to_refusal;
+std::vector<std::vector<char>> storages;
+void* allocate(void*, std::size_t bytes) {
+  return left_to_refusal-- == 0 ? nullptr : storages.emplace_back(bytes).data();
+}
+void destroy(void*) { storages.clear(), --pools; }
+Word pool[] = {0, 0, harness::word(&destroy), harness::word(&allocate)};
+void* create() { return left_to_refusal-- == 0 ? nullptr : (++pools, pool); }
+Word upper(void*, Word c) { return c >= 'a' && c <= 'z' ? c - 32 : c; }
+Word cases[32];
+Word handle[28];
+
+// ---- Arguments ----------------------------------------------------------------------------------
+
+harness::Argument text(FuzzedDataProvider& in, bool ascii) {
+  std::u32string s(in.ConsumeIntegralInRange<std::size_t>(0, 300), U' ');
+  for (char32_t& c : s) c = in.ConsumeIntegral<std::uint8_t>() & 0x7F;
+  for (char32_t& c : s) c = ascii ? c : c << in.ConsumeIntegralInRange(0, 25);
+  return harness::text(s);
 }
 
-harness::Argument number(FuzzedDataProvider& in) {
-  const int kind = in.ConsumeIntegralInRange(0, 15);
-  if (kind == 0) return harness::missing();
-  if (kind == 1) return harness::null();
-  if (kind == 2) return harness::num(in.ConsumeFloatingPoint<double>());
-  return harness::num(in.ConsumeIntegral<std::int16_t>() / (kind < 12 ? 1.0 : 1000.0));
+// Often what the keyword takes, so that the calculations behind the refusals are reached, too.
+harness::Argument argument(FuzzedDataProvider& in, const catalog::Argument* expected, bool ascii) {
+  const int sort = in.ConsumeIntegralInRange(0, 99);
+  const int small = in.ConsumeIntegral<std::int16_t>();
+  const bool is_basis = expected && expected->kind == ArgumentKind::kBasis;
+  if (sort == 0) return harness::missing();
+  if (sort == 1) return harness::null();
+  if (sort == 2 || (is_basis && sort < 40)) return text(in, ascii);
+  if (sort == 3) return {in.ConsumeIntegral<std::uint8_t>(), false, 1. * small, {}};
+  if (sort == 4) return {2, false, 1. * small, {}};  // a length without characters
+  if (sort == 5) return harness::num(in.ConsumeFloatingPoint<double>());
+  if (sort == 6) return harness::num(std::ldexp(small, in.ConsumeIntegralInRange(-1080, 1030)));
+  if (is_basis) return harness::num(small % 5);
+  if (expected == nullptr || sort < 14) return harness::num(small);
+  if (expected->kind == ArgumentKind::kNumber) return harness::num(small / 1000.);
+  if (expected->kind == ArgumentKind::kFrequency) return harness::num(small % 13);
+  return harness::num(expected->kind == ArgumentKind::kWhole ? small % 64 : small);
+}
+
+Answer evaluated(Width width, const harness::Argument& keyword,
+                 const std::vector<harness::Argument>& arguments, int count, int refused) {
+  left_to_refusal = refused;
+  const auto start = std::chrono::steady_clock::now();
+  const Answer answer = call(width, keyword, arguments, count);
+  demand(std::chrono::steady_clock::now() - start < std::chrono::seconds(1) && pools == 0);
+  const bool refusal = answer.bits == harness::kMissingBits || answer.bits == harness::kUntouched;
+  demand(answer.status == 0 ? answer.marked == -1 : answer.status == 120836 && refusal);
+  demand(answer.marked >= -1 && answer.marked < std::max(count, 1));
+  return answer;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider in(data, size);
-  const catalog::Keyword& row = catalog::keywords()[in.ConsumeIntegralInRange(0u, 53u)];
-  const auto keyword = in.ConsumeBool() ? harness::text(row.word) : text(in);
-  std::vector<harness::Argument> arguments(in.ConsumeIntegralInRange<std::size_t>(0, 20));
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    // Texts only for a basis: the kernel delivers numbers where numbers are read.
-    const auto* const expected = row.argument_at(i + 1, arguments.size());
-    const bool may_be_text = expected && expected->kind == catalog::ArgumentKind::kBasis;
-    arguments[i] = may_be_text && in.ConsumeBool() ? text(in) : number(in);
-  }
-  const auto count = static_cast<std::int32_t>(arguments.size() + 1);
-  const harness::Answer wide = call(harness::Width::wide, keyword, arguments, count);
-  const harness::Answer byte = call(harness::Width::byte, keyword, arguments, count);
-  const bool refused = wide.bits == harness::kMissingBits || wide.bits == harness::kUntouched;
-  if (wide != byte || (wide.status == 0 ? wide.marked >= 0 : !refused)) std::abort();
+  const auto& row = catalog::keywords()[in.ConsumeIntegralInRange(0u, 53u)];
+  const bool ascii = in.ConsumeIntegralInRange(0, 3) > 0;
+  const auto keyword =
+      in.ConsumeIntegralInRange(0, 7) > 0 ? harness::text(row.word) : text(in, ascii);
+  const auto right =
+      std::min(row.most(), row.least() + in.ConsumeIntegralInRange<std::size_t>(0, 3));
+  std::vector<harness::Argument> arguments(
+      in.ConsumeBool() ? right : in.ConsumeIntegralInRange<std::size_t>(0, 399));
+  for (std::size_t i = 0; i < arguments.size(); ++i)
+    arguments[i] = argument(in, row.argument_at(i + 1, arguments.size()), ascii);
+  // Any service may be absent.
+  handle[6] = in.ConsumeBool() ? harness::word(&create) : 0;
+  handle[27] = in.ConsumeBool() ? harness::word(cases) : 0;
+  cases[31] = in.ConsumeBool() ? harness::word(&upper) : 0;
+  const auto all = static_cast<int>(arguments.size() + 1);
+  const int count = in.ConsumeIntegralInRange(0, 15) > 0 ? all : in.ConsumeIntegralInRange(0, all);
+  const int refused = in.ConsumeIntegralInRange(-1, 3);
+  reinterpret_cast<void (*)(Word*)>(harness::entry("vxextent"))(in.ConsumeBool() ? handle
+                                                                                 : nullptr);
+  const Answer wide = evaluated(Width::wide, keyword, arguments, count, refused);
+  const Answer byte = evaluated(Width::byte, keyword, arguments, count, refused);
+  demand(wide == byte || !ascii);
   return 0;
 }
