@@ -28,7 +28,7 @@ TEST(Calendar, ConvertsEveryDayThereAndBack) {
                 unsigned(date.day) == unsigned{wanted.day()} && date.dayNumber == j)
         << j;
   }
-  for (std::int64_t j = 0; j < 500000000; j += 997) {  // across the width that takes 32 bits
+  for (std::int64_t j = 0; j < 3000000000; j += 5987) {  // across all that takes 32 bits
     CalendarDate date = date_of_day(j);
     ConvertDateToJulian(date);
     ASSERT_EQ(date.dayNumber, j);
@@ -40,10 +40,10 @@ TEST(HostDates, ConvertAndReject) {
   const double no = MISSING;
   // clang-format off
   const struct { double year, month, day, wanted; } triples[] = {
-      {49, 3, 1, 2049060}, {50, 3, 1, 1950060}, {2000, 12, 31, 2000366}, {1582, 1, 1, 1582001},
+      {49, 3, 1, 2049060}, {50, 3, 1, 1950060}, {99, 12, 31, 1999365}, {1582, 1, 1, 1582001},
       {4000, 2, 29, no}, {4000, 3, 1, 4000060}, {1581, 1, 1, no}, {20000, 12, 31, 20000365},
       {20001, 1, 1, no}, {-1, 1, 1, no}, {100, 1, 1, no}, {2001, 2, 29, no}, {2001, 13, 1, no},
-      {2001, 0, 1, no}, {2001, 1, 0, no}, {2001, 1, 32, no}, {NAN, 1, 1, no}, {2001.9, 1.9, 1.9, 2001001}};
+      {2001, 0.5, 1, no}, {2001, 1, 0.5, no}, {2001, 1, 32, no}, {NAN, 1, 1, no}, {2001.9, 1.9, 1.9, 2001001}};
   const struct { double julian, wanted, back; } julians[] = {
       {1960001, 0, 1960001}, {1582001, -138061, 1582001}, {20000365, 6589335, 20000365},
       {49060, 32567, 2049060}, {20000366, no, no}, {1581365, no, no}, {100001, no, no},
@@ -88,6 +88,10 @@ TEST(Schedule, CountsWholeCouponsAndTheRestOfAPeriod) {
   const CalendarDate issue = day(2020, 3, 1), maturity = day(2030, 11, 15);
   EXPECT_EQ(CountWholeCoupons(day(2020, 5, 15), maturity, terms), 21);
   EXPECT_EQ(CountWholeCoupons(issue, maturity, terms), 21);
+  EXPECT_EQ(CountWholeCoupons(day(2020, 12, 1), maturity, terms), 19);
+  const CalendarDate last = day(2023, 2, 28), leap_day = day(2024, 2, 29);
+  CouponSearch search(last, leap_day, terms, kDaysInPeriod);
+  EXPECT_TRUE(FindCouponInfo(search) && zCompareDates(search.previousStore, last) == kEarlier);
   EXPECT_EQ(*ComputeFromSettlementToNextCoupon(issue, maturity, terms), 75.0 / 182.0);
   EXPECT_EQ(ComputeFromSettlementToNextCoupon(day(2020, 5, 15), maturity, terms), 0.0);
 }

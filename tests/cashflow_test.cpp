@@ -36,6 +36,7 @@ std::map<char, double> given(const std::string& name, const Values& v) {
     require(!positive || a > (name == "PV" && !whole ? -1 : 0), slot);
     require(kind != 't' || (std::trunc(a) == a && a >= -0x1p31 && a < 0x1p31), slot);
     require(kind != 't' || name == "NPER" || a <= 1, name == "PV" ? kUnmarked : slot);
+    require(kind != 'n' || name[0] != 'D' || raw > 0, slot);
     require(kind != 'f' || name != "FV" || !nan || !std::isnan(v[2]), slot);
     require(kind != 'n' || name.find("PMT") != 1 || x['p'] <= a, 2);
     require((kind != 's' && kind != 'e') || loose || a <= x['n'], slot);
@@ -170,18 +171,19 @@ struct Calls : Generator {
   double rate() { return of({0.05, (1 + below(999)) / 1e3, 0.01, below(9) / 1e4, 1e-9}); }
 
   Values scalars(const std::string& kinds) {
-    const double n = of({1, 12, 360, 1. + below(400), 1. + below(9)}), pv = amount();
+    const double n = of({1, 256, 360, 1. + below(400), 1. + below(9)}), pv = amount();
     const double bound = std::expm1(kMost / n * (1 + of({1e-9, -1e-9}))), early = 1 + below(9);
     const double r = below(9) ? rate() : of({0, -0.01, -0.5, -1, bound, bound, 1e300, HUGE_VAL});
     const double fv = of({0, 0, pv, amount(), amount()}), i = below(5) ? r : r - 0.04;
     const double level = -(pv * std::pow(1 + i, n) + fv) * i / std::expm1(n * std::log1p(i));
-    const double odd = of({n + 0x1p32, 0x1p52 + 1, 0x1p31 + 2, 0, -early, 0x1p31, n * near()});
+    const double odd = of({n + 0x1p32, n - 0x1p32, 0x1p52 + 1, 0x1p31 - 3, 0, -early, 0x1p31,
+                           std::floor(std::pow(10, below(160) / 10.)), n * near()});
     // clang-format off
     const std::map<char, double> at = {
         {'r', r}, {'n', below(12) ? of({n, n, 10, 1. + below(2000)}) : odd}, {'f', below(4) ? fv : of({NAN, kNull})},
         {'p', below(9) ? 1 + below(static_cast<int>(n)) : odd}, {'s', below(9) ? early : odd},
         {'e', of({n, n, early, early + 1, n + below(5000)})}, {'a', kinds[3] == 's' ? std::abs(pv) : pv},
-        {'m', below(5) ? level : of({0, -pv / n, amount(), NAN})}, {'q', of({r, 1.02, early * (1 + below(9) * 0x1p-52), amount() / 7, 3e15 + 0.5, -0.3})},
+        {'m', below(5) ? level : of({0, -pv / n, amount(), NAN})}, {'q', of({r, 1.02, of({early, -early}) * (1 + below(9) * 0x1p-52), amount() / 7, 3e15 + 0.5, -0.3})},
         {'t', below(3) ? below(2) : of({-1, -3, 2, 7, 0.5, NAN, NAN, kNull, 0x1p31, -0x1p40})}};
     // clang-format on
     Values v;
@@ -197,7 +199,7 @@ struct Calls : Generator {
     Values v(days ? 2 * n : n);
     for (std::size_t i = 0; i < v.size(); ++i) {
       v[i] = once ? std::abs(amount()) * (i < change ? -sign : sign) : amount();
-      if (i >= n) v[i] = odd * (static_cast<double>(i) * apart + below(apart));
+      if (i >= n) v[i] = odd * (static_cast<double>(i) * apart + below(2 * apart));
     }
     std::swap(v[0], v[other]), std::swap(v[v.size() - n], v[v.size() - n + other]);
     return v;
@@ -224,7 +226,7 @@ bool is_root(const Values& v, bool days, long double rate) {
     years.push_back(days ? (v[n + years.size()] - v[n]) / 365 : i);
   const auto at = [&](double u) { return worth(a, years, std::expm1(std::log1p(rate) + u)); };
   const auto [sum, slope, largest] = at(0);
-  const bool crosses = at(-2e-8)[0] * at(2e-8)[0] <= 0 || rate <= -0.9999999;
+  const bool crosses = at(-2e-8)[0] * at(2e-8)[0] <= 0 || (rate > -1 && rate <= -0.9999999);
   return crosses || std::abs(sum) <= 1e-9 * static_cast<double>(n) * largest;
 }
 
@@ -244,7 +246,13 @@ TEST(CashFlow, RandomCallsMatchThePlainModel) {
   Calls g;
   harness::Word handle[28] = {0, 0, 0, 0, 0, 0, harness::word(&create)};
   const auto record = reinterpret_cast<void (*)(harness::Word*)>(harness::entry("vxextent"));
-  EXPECT_NEAR(result(answered(Width::wide, "IRR", {-100, 230, -132}, kBases[0])), 0.1, 1e-9);
+  // clang-format off
+  const std::pair<Values, double> rates[] = {
+      {{1, -100.5, 51, -100.5, 50}, 99}, {{1, -100.75, 75}, 99}, {{5, -1, 10, -2}, -0.8},
+      {{85, -7, -2, 0, 5, -1}, -0.8},    {{-6, 1, -1, -1, 1}, -0.5}};
+  // clang-format on
+  for (const auto& [flows, wanted] : rates)
+    EXPECT_NEAR(result(answered(Width::wide, "IRR", flows, kBases[0])), wanted, 1e-9);
   for (const auto& [name, kinds] : kKeywords) {
     int good = 0;
     for (int i = 0; i < 12000; ++i) {
@@ -284,6 +292,15 @@ TEST(CashFlow, ReturnsTheStorageOfLongLists) {
     const bool fails = i % 5 == 0 || (i % 7 && refused > 0);
     ASSERT_TRUE(pools == 0 && (got.status != 0) == fails) << i << got;
   }
+}
+
+// 32,767 flows are the most.
+TEST(CashFlow, CountsManyFlows) {
+  Values flows(32767);
+  flows[0] = -1, flows[1] = 2;
+  EXPECT_NEAR(result(answered(Width::wide, "IRR", flows, kBases[0])), 1, 1e-9);
+  flows.push_back(0);
+  EXPECT_EQ(answered(Width::wide, "IRR", flows, kBases[0]).status, kRefused);
 }
 
 // (1 + rate)^n - 1 by 200 bits, rounded to 64.

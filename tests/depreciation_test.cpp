@@ -176,8 +176,9 @@ TEST(Depreciation, EdgesAndLongWalks) {
     EXPECT_TRUE(same && refused == (got.status != 0) && got.marked == marked)
         << keyword.name << testing::PrintToString(values) << got;
   }
-  const Answer longest = both(kDdb, {1e6, 0, most, most});
-  EXPECT_EQ(longest, modelled(kDdb, {1e6, 0, most, most}));
+  const std::pair<Keyword, Values> loops[] = {{kDdb, {1e6, 0, most, most}},
+                                              {kVdb, {1e6, 0, 3000, 700, 720, 150}}};
+  for (const auto& [keyword, v] : loops) EXPECT_EQ(both(keyword, v), modelled(keyword, v));
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ Word lay_out(const Argument& argument, std::size_t size, Blocks& blocks) {
     return word(blocks.emplace_back(first, first + bytes).data());
   };
   if (argument.null) return 0;
-  if ((argument.type & 0xFB) != 2) return block(&argument.number, 8);
+  if ((argument.type & 0xFB) != 2 && argument.text.empty()) return block(&argument.number, 8);
   const auto stated = static_cast<Word>(std::llround(argument.number)),
              length = argument.text.size();
   std::string text;

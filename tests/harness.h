@@ -16,7 +16,7 @@ using Words = std::vector<Word>;
 enum class Width { wide, byte };  // FINANCE, FINANCE#
 
 struct Argument {
-  std::uint8_t type;    // 1 number, 2 string, else laid out as a number; its bit 4 becomes noise
+  std::uint8_t type;    // 1 number, 2 string, else a number without text; its bit 4 becomes noise
   bool null;            // the slot's value pointer is null
   double number;        // of a string: not 0 means this stated length and a null character pointer
   std::u32string text;  // a byte call takes the low bytes; empty text is at address 8, unreadable

@@ -49,7 +49,7 @@ Word operation(Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h) {
 }
 Word fold(Word* self, Word c, Word one) {
   EXPECT_TRUE(self[31] == word(&fold) && c >= 128 && one == 1) << c;
-  return n << 32 | (c == 0xE9 ? U'S' : c == 0x10428 ? U'L' : c);
+  return n << 32 | (c == 0x80 ? U'S' : c == 0x10428 ? U'L' : c);
 }
 Word forwarded(Word self, Word first, Word second, va_list list) {
   Words handed = {self, first, second};
@@ -64,7 +64,7 @@ struct Interface : testing::Test {
 
 TEST_F(Interface, RecordsAndVersions) {
   Words copy(28, n), out(3, n);
-  EXPECT_EQ(run("vxvercn1", &copy[1]), 0u);
+  EXPECT_EQ(run("vxvercn1", &copy[1]) + run("vxvercn1", nullptr), 0u);
   EXPECT_TRUE(copy[0] == n && copy[27] == n && peek(word(&copy[18]), 9) == Words(9));
   EXPECT_EQ(peek(word(&copy[1]), 26), peek(symbol("info"), 26));
   EXPECT_GT(static_cast<std::int64_t>(std::exchange(copy[4], word("seconds"))), 0);
@@ -102,7 +102,8 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
   promised['j'] = promised['c'] = {word(journal)};
   // The failing operation, whether the caller has a journal, the closing flag, then the order.
   for (const std::string row :
-       {"-10PAJjp", "-01PAJcjp", "J01PAJp", "P10PS", "P00P", "A10PASp", "A00PAp"}) {
+       {"-10PAJjp", "-01PAJcjp", "J01PAJp", "P10PS", "P00P", "A10PASp", "A00PAp", "J00PAp"}) {
+    services[5] = row.find('J', 3) < 9 ? word(&operation<'J', 4>) : 0;
     Words made(16, n);  // words that are not the module's stay as the pool left them
     answers = {{'P', word(pool)}, {'A', word(made.data())}, {'J', word(journal)}};
     answers[row[0]] = 0;
@@ -113,12 +114,14 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
       EXPECT_EQ(made, Words({n, n, n, symbol("VXU_EXTNAMEReqVersion"), symbol("VXU_EXTNAMEVersion"),
                              word(services), symbol("VXU_EXTNAMEDestroy"), n, n, n, n, word(pool),
                              answers['J'], 0, n, *at(symbol("funclist"))}));
-      made[13] = row[2] == '1';
+      made[13] = row[2] == '1' ? n : 0;
       EXPECT_EQ(run("VXU_EXTNAMEDestroy", instance), 0u);
     }
     EXPECT_EQ(std::exchange(order, ""), row.substr(3));
   }
-  EXPECT_EQ(run("vxufinan", Word{0}, Word{0}, n, n, n, n), 0u);  // neither services nor journal
+  services[6] = 0;  // services that make no pools, or none at all, and no journal
+  for (const Word none : {word(services), Word{0}})
+    EXPECT_EQ(run("vxufinan", none, Word{0}, n, n, n, n), 0u);
   const char* const names[] = {"vxlMessageToBuf", "vxlMessageToJnl", "vxlStatusToBuf",
                                "vxlStatusToJnl", "vxlGetLocale"};
   for (const std::size_t i : {0, 1, 2, 3, 4}) {
@@ -136,14 +139,23 @@ TEST_F(Interface, KeywordsAndNumbers) {
     expect(text(good), kPlain, stored(6000));
   for (const Argument& bad : {text(" SLN"), text(""), null(), Argument{2, false, 3, {}}, text("SL"),
                               text("SLNX"), text("SLN\t"), text(std::u32string(U"SLN\0", 4)),
-                              text(U"SLN\u00FF"), text("SLN             X")})
+                              text(U"SLN\u00FF"), text("COUPDAYXNC"), text("SLN             X")})
     expect(bad, kPlain, kNoKeyword);
   expect(text(std::string(4000, 'A')), kPlain, kNoKeyword);
-  expect(num(5), kPlain, kNoKeyword);
+  expect({1, false, 0, U"SLN"}, kPlain, kNoKeyword);
+  expect(text("coupdaysnc"), kPlain, {120836, kMissingBits, 2});
   expect(text("SLX"), {}, kUnmarked, -1);  // not even a keyword
   for (const int more : {-5, -4, -1, 1}) expect(text("SLN"), kPlain, kUnmarked, more);
   for (const Width width : {Width::wide, Width::byte})
     EXPECT_EQ(call(width, text("SLN"), kPlain, 4, false), (Answer{0, kUntouched, -1}));
+
+  const Word lacking[65]{}, key[] = {n, 3, word("SLN")};
+  for (const Word services : {Word{0}, word(lacking)}) {  // FINANCE# then reads no text
+    Word environment[11]{}, record[7] = {n, n, n, n, 4, n << 8 | 2, word(key)};
+    environment[10] = services;
+    EXPECT_EQ(run("fncfinS", record, nullptr, services ? environment : nullptr), 120836u);
+    EXPECT_EQ(record[5], n << 8 | 0x102);
+  }
 
   Word handle[28] = {0, 0, 0, 0, 0, 0, word(&operation<'P', 8>)}, cases[32]{};
   const auto wide = [](const std::u32string& s) { return call(Width::wide, text(s), kPlain, 4); };
@@ -156,7 +168,7 @@ TEST_F(Interface, KeywordsAndNumbers) {
     EXPECT_EQ(wide(U"\u017Fln"), stored(6000));
   }
   cases[31] = word(&fold);  // with it, it alone decides from 128 on
-  EXPECT_EQ(wide(U"\u00E9\U00010428n"), stored(6000));
+  for (const char32_t* s : {U"\u0080ln", U"s\U00010428n"}) EXPECT_EQ(wide(s), stored(6000));
   EXPECT_EQ(wide(U"\u017Fln"), kNoKeyword);
 
   for (const Argument& bad : {null(), missing(), num(std::bit_cast<double>(Word{0x7FF8} << 48))})
@@ -166,7 +178,7 @@ TEST_F(Interface, KeywordsAndNumbers) {
   const auto start = [](double x, Answer want) {
     expect(text("VDB"), {num(9), num(5), num(5), num(x), num(5)}, want);
   };
-  for (double x : {0.0, -0.0, 0x1p53, -0x1p62}) start(x, stored(4));
+  for (double x : {0.0, -0.0, 0x1p53, -0x1p63}) start(x, stored(4));
   for (double x : {5 + 1e-13, 5 + 4e-12, 5 - 0x1p32, 0x1p53 - 0x1p32 + 5}) start(x, stored(0));
   for (double x : {5 - 1e-13, 5 + 6e-12, 1e-300, 0x1p53 + 2, -0x1p63 - 2048, -1 / 0.0, 1 / 0.0})
     start(x, {120836, kMissingBits, 4});
@@ -175,6 +187,9 @@ TEST_F(Interface, KeywordsAndNumbers) {
   for (int i = 0; i < 10000; ++i)
     call(i % 2 ? Width::wide : Width::byte, "SYD", Args{num(i), num(1), num(i % 5), num(2)});
   EXPECT_TRUE(order.empty() && mallinfo2().uordblks < before + 10000);  // no pool, no storage
+  run("vxextent", nullptr);
+  for (int i = 0; i < 10000; ++i) call(Width::wide, "IRR", Args{num(-1), num(2)});
+  EXPECT_LT(mallinfo2().uordblks, before + 10000);  // from the heap, and given back
 }
 
 }  // namespace

@@ -31,6 +31,7 @@ TEST(Elementary, KeepsItsDigitsNearZero) {
   EXPECT_EQ(zln1px(1e-20), 1e-20);
   EXPECT_EQ(zexpm1(0.0100001), std::exp(0.0100001) - 1.0);
   EXPECT_NE(zexpm1(0.01), std::exp(0.01) - 1.0);
+  EXPECT_NE(zln1px(0.03125), std::log(1.03125));
   EXPECT_EQ(zln1px(0.0312501), std::log(1.0312501));
   EXPECT_EQ(zln1px(-1.0), -HUGE_VAL);
   EXPECT_EQ(zlnSumOfExp(1000.0, 1000.0), 1000.0 + 0.6931471805599453);
@@ -116,8 +117,8 @@ TEST(Newton, CountsItsStepsAndSaysHowItEnded) {
       {{-HUGE_VAL}, 0, kStepTooLong, 1},     {{-1e3, 0.0}, 0, kConverged, 2},
       {{-0.0953101798043249, 2e-9, 9.0}, 0, kConvergedAtZero, 2},
       {repeated(99, {0.0}), 0, kConverged, 100},      {repeated(100, {0.0}), 0, kExhausted, 101},
-      {repeated(100, {0.0}), 1, kSmallResidual, 101}, {{0.01}, 1e3, kExhausted, 101},
-      {{0.01}, 1e17, kSmallResidual, 101},
+      {repeated(100, {0.0}), 1, kSmallResidual, 101}, {{0.01}, 1e13, kExhausted, 101},
+      {{0.01}, 1e14, kSmallResidual, 101},
   };
   // clang-format on
   for (const auto& row : rows) {

@@ -26,7 +26,7 @@ inline const Basis kBases[] = {
     {{}, 0}, {num(0), 0}, {num(1), 1}, {num(2), 2}, {num(3), 3}, {num(4), 4}, {text("30/360"), 0},
     {text("actual"), 1}, {text(" A c t/3 60"), 2}, {text("Act/365 "), 3}, {text("eu 30/360"), 4},
     {text(kPad + "ACTUAL"), 1}, {text(kPad + "ACTUAL "), -1}, {text(kPad), -1}, {text(""), -1},
-    {text("30/3600"), -1}, {{2, true, 0, {}}, -1}, {{2, false, 6, {}}, -1}, {{3, false, 0, {}}, -1},
+    {text("30/3600"), -1}, {{2, true, 0, {}}, -1}, {{2, false, 6, {}}, -1}, {{3, false, 0, U"ACTUAL"}, -1},
     {harness::null(), 1}, {num(NAN), 1}, {num(-0.5), 0}, {num(2.7), 2}, {num(4.9), 4}, {num(5), -1},
     {num(-1), -1}, {num(0x1p32), -1}, {num(0x1p64), -1}, {num(-HUGE_VAL), -1}};
 // clang-format on

@@ -87,7 +87,8 @@ struct Calls : Generator {
     if (size == 6) {
       const double cost = of({8.0 * below(99999), 1.0 + below(999999), std::exp(below(200) / 10.)});
       const double salvage = cost * of({0.1, 0.1, below(99) / 99., below(1999) / 1e3, 0, 1, 1e-3});
-      const double rate = near() * of({0.4, 0.25, 0.2, 0.1, 1 / 3., 1 / 6., below(51) / 50., 1e-9});
+      const double rate =
+          near() * of({0.4, 0.25, 0.2, 0.1, 1 / 3., 1 / 6., below(51) / 50., 4e-10});
       const double n = 3 + below(1 + static_cast<int>(std::min(1 / rate, 60.0)));
       v = {cost, early, late, salvage, of({0, 1, 2, n, n - 1, n - 2, n - 3, odd()}), rate};
     }
@@ -109,6 +110,11 @@ TEST(Schedule, RandomCallsMatchPlainLoops) {
         ASSERT_EQ(answered(width, keyword, v, basis), want)
             << keyword << testing::PrintToString(v) << " basis row " << &basis - kBases;
       good += want.status == 0;
+      if (want.status != 0 || size != 3 || keyword.ends_with("CD")) continue;
+      const double later = 146097 * 0x1p22;  // the calendar repeats itself every 400 years
+      const Values far = {v[0] + later, v[1] + later, v[2]};
+      ASSERT_EQ(answered(Width::wide, keyword, far, basis), want)
+          << keyword << testing::PrintToString(v) << " basis row " << &basis - kBases;
     }
     EXPECT_NEAR(good, 6000, 1500) << keyword;
   }
