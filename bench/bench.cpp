@@ -1,123 +1,34 @@
-// Speed of one evaluation through the loaded module, as a multiple of libm's pow timed in the same
-// run: these ratios, unlike nanoseconds, mean the same on any machine.
+// Speed of one evaluation through the loaded module, as a multiple of libm's pow and of a minimal
+// computation of the same answer, both timed in the same run: these ratios, unlike nanoseconds,
+// mean the same on any machine. --table=FILE also writes the report to a file.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <map>
+#include <memory>
+#include <sstream>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
 #include "frame/kernel_records.h"
+#include "frame/keywords.h"
+#include "rows.h"
 #include "services.h"
+#include "table.h"
 
 namespace {
 
-struct Row {
-  const char* keyword;
-  const char* what;
-  std::vector<double> arguments;
-  double limit;  // what we hold ourselves to, in multiples of pow
-
-  std::string name() const { return std::string(keyword) + ' ' + what; }
-};
-
-// Date values: 2008-08-19 and 2008-12-31; 2024-03-11 and 2035-11-15.
-constexpr double kBought = 17763, kYearEnd = 17897, kSettlement = 23446, kMaturity = 27712;
-// 2033-11-15 and 2053-11-15; 2024-01-15 and 2024-08-15; 2023-10-15 and 2024-06-15.
-constexpr double kTenYears = 26982, kThirtyYears = 34287, kIssued = 23390, kFirstInterest = 23603,
-                 kLastInterest = 23298, kSummer = 23542;
-
-// An investment and what it brings; a date for each, three months apart.
-std::vector<double> flows(int n) {
-  std::vector<double> amounts(static_cast<std::size_t>(n), 1000.0);
-  amounts[0] = -900.0 * (n - 1);
-  return amounts;
-}
-
-std::vector<double> days(int n) {
-  std::vector<double> dates;
-  for (int i = 0; i < n; ++i) dates.push_back(kSettlement + 91 * i);
-  return dates;
-}
-
-std::vector<double> with(std::vector<double> head, const std::vector<double>& tail) {
-  head.insert(head.end(), tail.begin(), tail.end());
-  return head;
-}
-
-const Row kRows[] = {
-    {"SLN", "", {10000, 1000, 5}, 2.5},
-    {"SYD", "", {10000, 1000, 10, 5}, 2.5},
-    {"DDB", "period 5 of 10", {10000, 1000, 10, 5}, 4},
-    {"DB", "period 5 of 10", {10000, 1000, 10, 5}, 6},
-    {"VDB", "periods 0 to 5 of 10", {10000, 1000, 10, 0, 5}, 8},
-    {"AMORLINC", "period 5", {2400, kBought, kYearEnd, 300, 5, 0.15, 1}, 5},
-    {"AMORDEGRC", "period 3", {2400, kBought, kYearEnd, 300, 3, 0.15, 1}, 6},
-    {"YEARFRAC", "30/360", {kSettlement, kMaturity, 0}, 4},
-    {"YEARFRAC", "ACTUAL", {kSettlement, kMaturity, 1}, 4},
-    {"YEARFRAC", "ACT/360", {kSettlement, kMaturity, 2}, 4},
-    {"YEARFRAC", "ACT/365", {kSettlement, kMaturity, 3}, 4},
-    {"YEARFRAC", "EU30/360", {kSettlement, kMaturity, 4}, 4},
-    {"COUPNUM", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 5},
-    {"COUPNCD", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
-    {"COUPPCD", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
-    {"COUPDAYBS", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
-    {"COUPDAYSNC", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 7},
-    {"COUPDAYS", "semiannual, 30/360", {kSettlement, kMaturity, 2, 0}, 4},
-    {"COUPDAYS", "semiannual, ACTUAL", {kSettlement, kMaturity, 2, 1}, 4},
-    {"PRICE", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 100, 2, 0}, 9},
-    {"PRICE", "30 years, semiannual", {kSettlement, kThirtyYears, 0.0575, 0.065, 100, 2, 0}, 16},
-    {"YIELD", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 94.6, 100, 2, 0}, 30},
-    {"YIELD", "30 years, semiannual", {kSettlement, kThirtyYears, 0.0575, 90.2, 100, 2, 0}, 65},
-    {"DURATION", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 2, 0}, 8},
-    {"MDURATION", "10 years, semiannual", {kSettlement, kTenYears, 0.0575, 0.065, 2, 0}, 8},
-    {"ODDLPRICE", "", {kSettlement, kSummer, kLastInterest, 0.0375, 0.0405, 100, 2, 0}, 12},
-    {"ODDLYIELD", "", {kSettlement, kSummer, kLastInterest, 0.0375, 99.9, 100, 2, 0}, 12},
-    {"ODDFPRICE",
-     "10 years, semiannual",
-     {kSettlement, kTenYears + 92, kIssued, kFirstInterest, 0.0575, 0.065, 100, 2, 0},
-     16},
-    {"ODDFYIELD",
-     "10 years, semiannual",
-     {kSettlement, kTenYears + 92, kIssued, kFirstInterest, 0.0575, 94.6, 100, 2, 0},
-     36},
-    {"ACCRINT", "", {kIssued, kFirstInterest, kSettlement, 0.0575, 1000, 2, 0}, 12},
-    {"ACCRINTM", "", {kIssued, kSettlement, 0.0575, 1000, 0}, 5},
-    {"DISC", "", {kSettlement, kSummer, 97.9, 100, 0}, 5},
-    {"INTRATE", "", {kSettlement, kSummer, 1000000, 1014420, 0}, 5},
-    {"RECEIVED", "", {kSettlement, kSummer, 1000000, 0.0575, 0}, 5},
-    {"PRICEDISC", "", {kSettlement, kSummer, 0.0525, 100, 0}, 5},
-    {"YIELDDISC", "", {kSettlement, kSummer, 99.8, 100, 0}, 5},
-    {"PRICEMAT", "", {kSettlement, kSummer, kIssued, 0.061, 0.061, 0}, 5},
-    {"YIELDMAT", "", {kSettlement, kSummer, kIssued, 0.0625, 100.0123, 0}, 5},
-    {"TBILLEQ", "half a year and more", {kSettlement, kSettlement + 190, 0.0914}, 3},
-    {"TBILLPRICE", "", {kSettlement, kSummer, 0.09}, 3},
-    {"TBILLYIELD", "", {kSettlement, kSummer, 98.45}, 3},
-    {"PMT", "", {0.005, 360, 200000}, 4},
-    {"FV", "", {0.005, 120, -200, -500}, 4},
-    {"PV", "", {0.005, 240, 500}, 4},
-    {"NPER", "", {0.01, -100, -1000, 10000, 1}, 3.5},
-    {"RATE", "", {48, -200, 8000}, 32},
-    {"IPMT", "period 13 of 360", {0.005, 13, 360, 200000}, 6},
-    {"PPMT", "period 13 of 360", {0.005, 13, 360, 200000}, 6},
-    {"ISPMT", "", {0.005, 13, 360, 200000}, 4},
-    {"CUMIPMT", "12 of 360", {0.0075, 360, 125000, 1, 12}, 8},
-    {"CUMPRINC", "12 of 360", {0.0075, 360, 125000, 1, 12}, 8},
-    {"EFFECT", "", {0.0525, 4}, 4},
-    {"NOMINAL", "", {0.053543, 4}, 4},
-    {"FVSCHEDULE", "3 rates", {1, 0.09, 0.11, 0.1}, 4},
-    {"DOLLARDE", "", {1.02, 16}, 4},
-    {"DOLLARFR", "", {1.125, 16}, 4},
-    {"NPV", "12 flows", with({0.08}, flows(12)), 4},
-    {"MIRR", "12 flows", with(flows(12), {0.1, 0.12}), 8},
-    {"IRR", "12 flows", flows(12), 20},
-    {"IRR", "1000 flows", flows(1000), 2000},
-    {"XNPV", "12 flows", with(with({0.08}, flows(12)), days(12)), 16},
-    {"XIRR", "12 flows", with(flows(12), days(12)), 90},
-};
 constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
 
 // A filled call record, its keyword in one of the two widths.
@@ -125,8 +36,7 @@ template <class Char>
 class Record {
  public:
   explicit Record(const Row& row)
-      : characters_(row.keyword, row.keyword + std::char_traits<char>::length(row.keyword)),
-        numbers_(row.arguments) {
+      : characters_(row.keyword.begin(), row.keyword.end()), numbers_(row.arguments) {
     string_ = {0, static_cast<std::int32_t>(characters_.size()), characters_.data()};
     storage_.resize(vxfnc::kFirstSlotOffset + sizeof(vxfnc::ArgumentSlot) * (numbers_.size() + 1));
     call()->count = static_cast<std::int32_t>(numbers_.size() + 1);
@@ -135,6 +45,8 @@ class Record {
       call()->slots()[i + 1] = {vxfnc::kNumberArgument, 0, &numbers_[i]};
     }
   }
+  Record(const Record&) = delete;
+  Record& operator=(const Record&) = delete;
   vxfnc::FinanceCall* call() { return reinterpret_cast<vxfnc::FinanceCall*>(storage_.data()); }
 
  private:
@@ -155,6 +67,16 @@ void evaluate(benchmark::State& state, const Row& row, vxfnc::Dispatcher* dispat
   }
 }
 
+void calculate(benchmark::State& state, const Row& row) {
+  const std::vector<double> arguments = row.arguments;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(arguments.data());
+    benchmark::ClobberMemory();
+    double result = row.least(arguments);
+    benchmark::DoNotOptimize(result);
+  }
+}
+
 void libm_pow(benchmark::State& state) {
   double base = 1.0525;
   double exponent = 12.75;
@@ -164,6 +86,11 @@ void libm_pow(benchmark::State& state) {
     double power = std::pow(base, exponent);
     benchmark::DoNotOptimize(power);
   }
+}
+
+double median_of(std::vector<double> values) {
+  std::ranges::sort(values);
+  return values.empty() ? NAN : values[values.size() / 2];
 }
 
 // Keeps the median of every benchmark.
@@ -177,16 +104,120 @@ class Medians : public benchmark::ConsoleReporter {
     }
   }
   // NaN for a benchmark that was filtered out.
-  double operator[](const std::string& name) {
-    std::vector<double>& times = times_[name];
-    std::ranges::sort(times);
-    return times.empty() ? NAN : times[times.size() / 2];
-  }
+  double operator[](const std::string& name) { return median_of(times_[name]); }
   bool failed = false;
 
  private:
   std::map<std::string, std::vector<double>> times_;
 };
+
+// Every keyword has a row, and every minimal computation gives the answer it is timed for.
+bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
+#define VXFNC_NAME(keyword, minimum, maximum, family) #keyword,
+  for (const char* const keyword : {VXFNC_KEYWORDS(VXFNC_NAME)}) {
+#undef VXFNC_NAME
+    if (std::ranges::find(kRows, keyword, &Row::keyword) != std::end(kRows)) continue;
+    std::fprintf(stderr, "%s has no row\n", keyword);
+    return false;
+  }
+  for (const Row& row : kRows) {
+    if (row.least == nullptr) continue;
+    double answer = NAN;
+    dispatcher(Record<char32_t>(row).call(), &answer, vxkernel::call_environment());
+    const double least = row.least(row.arguments);
+    if (std::fabs(least - answer) <= 1e-12 * std::fabs(answer)) continue;
+    std::fprintf(stderr, "%s: %.17g, with the least work %.17g\n", row.name().c_str(), answer,
+                 least);
+    return false;
+  }
+  return true;
+}
+
+// Seconds that so many threads take, each of which makes all the calls with records of its own.
+double seconds_of(int threads, int rounds, const std::vector<Row>& mix, vxfnc::Dispatcher* wide) {
+  const auto work = [&] {
+    std::vector<std::unique_ptr<Record<char32_t>>> records;
+    for (const Row& row : mix) records.push_back(std::make_unique<Record<char32_t>>(row));
+    double result = 0.0;
+    for (int i = 0; i < rounds; ++i) {
+      for (const auto& record : records) {
+        wide(record->call(), &result, vxkernel::call_environment());
+        benchmark::DoNotOptimize(result);
+      }
+    }
+  };
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<std::jthread> running;
+  for (int i = 0; i < threads; ++i) running.emplace_back(work);
+  running.clear();  // joins them
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Fastest of a few, as other work on the machine only adds.
+double fastest(int repetitions, const auto& timed) {
+  double seconds = HUGE_VAL;
+  for (int i = 0; i < repetitions; ++i) seconds = std::min(seconds, timed());
+  return seconds;
+}
+
+std::string threads_table(vxfnc::Dispatcher* wide) {
+  constexpr int kRounds = 50000;
+  constexpr int kRepetitions = 11;
+  std::vector<Row> mix;
+  for (const char* const keyword : {"PRICE", "PMT", "YEARFRAC", "IRR"}) {
+    mix.push_back(*std::ranges::find(kRows, keyword, &Row::keyword));
+  }
+  const auto timed = [&](int threads) {
+    return fastest(kRepetitions, [&] { return seconds_of(threads, kRounds, mix, wide); });
+  };
+  const double calls = kRounds * static_cast<double>(mix.size());
+  const double alone = calls / timed(1);
+  const double together = 2 * calls / timed(2);
+  Table table({"threads", "million calls a second", "x one thread"}, 0);
+  table.add({"1", figure(alone / 1e6, 2), figure(1, 2)});
+  table.add({"2", figure(together / 1e6, 2), figure(together / alone, 2)});
+  return table.text();
+}
+
+std::string longest_table(vxfnc::Dispatcher* wide) {
+  std::vector<std::pair<double, Row>> timed;
+  for (const Row& row : longest_rows()) {
+    timed.emplace_back(fastest(5, [&] { return seconds_of(1, 1, {row}, wide); }), row);
+  }
+  std::ranges::sort(timed, std::greater{}, [](const auto& entry) { return entry.first; });
+  Table table({"keyword", "arguments", "ms"}, 2);
+  for (const auto& [seconds, row] : timed) {
+    std::ostringstream numbers;
+    for (const double number : row.arguments) numbers << number << ' ';
+    table.add({row.keyword, row.what.empty() ? numbers.str() : row.what, figure(1e3 * seconds, 1)});
+  }
+  return table.text();
+}
+
+std::string report(Medians& median, vxfnc::Dispatcher* wide) {
+  const double pow = median["pow"];
+  Table rows({"keyword", "arguments", "ns", "x pow", "at most", "x least", "# / wide"}, 2);
+  for (const Row& row : kRows) {
+    const double time = median[row.name()];
+    if (std::isnan(time)) continue;
+    rows.add({row.keyword, row.what, figure(time, 1), figure(time / pow, 2), figure(row.limit, 1),
+              figure(time / median[row.name() + " least"], 2),
+              figure(median[row.name() + '#'] / time, 2)});
+  }
+  Table scaling({"keyword", "length", "ns", "ns each"}, 2);
+  for (const auto& [row, length] : scaling_rows()) {
+    const double time = median[row.name()];
+    if (std::isnan(time)) continue;
+    scaling.add({row.keyword, row.what, figure(time, 1), figure(time / length, 2)});
+  }
+  return heading() + "\nOne evaluation, medians of one run; pow takes " + figure(pow, 1) +
+         " ns. \"x least\" compares with a minimal\ncomputation of the same answer, \"# / wide\" "
+         "FINANCE# with FINANCE (at most " +
+         figure(kByteLimit, 1) + ").\n\n" + rows.text() + "\nLonger and longer calls:\n\n" +
+         scaling.text() + "\nPRICE, PMT, YEARFRAC and IRR in turn, on one kernel handle:\n\n" +
+         threads_table(wide) + "\nThe longest calls found, a thread's start included:\n\n" +
+         longest_table(wide);
+}
 
 }  // namespace
 
@@ -199,11 +230,21 @@ int main(int argc, char** argv) {
                                                        version + 1);
   auto* const wide = reinterpret_cast<vxfnc::Dispatcher*>(dlsym(module, "fncfin"));
   auto* const byte = reinterpret_cast<vxfnc::Dispatcher*>(dlsym(module, "fncfinS"));
+  if (!are_rows_sound(wide)) return 1;
 
   std::vector<std::string> defaults = {argv[0], "--benchmark_repetitions=11",
                                        "--benchmark_enable_random_interleaving=true",
                                        "--benchmark_min_time=0.05"};
-  defaults.insert(defaults.end(), argv + 1, argv + argc);
+  constexpr std::string_view kTable = "--table=";
+  std::string file;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument.starts_with(kTable)) {
+      file = argument.substr(kTable.size());
+    } else {
+      defaults.emplace_back(argument);
+    }
+  }
   std::vector<char*> arguments;
   for (std::string& argument : defaults) arguments.push_back(argument.data());
   int count = static_cast<int>(arguments.size());
@@ -214,21 +255,21 @@ int main(int argc, char** argv) {
     const std::string name = row.name();
     benchmark::RegisterBenchmark(name.c_str(), evaluate<char32_t>, row, wide);
     benchmark::RegisterBenchmark((name + '#').c_str(), evaluate<char>, row, byte);
+    if (row.least == nullptr) continue;
+    benchmark::RegisterBenchmark((name + " least").c_str(), calculate, row);
+  }
+  for (const ScalingRow& scaling : scaling_rows()) {
+    const std::string name = scaling.row.name();
+    benchmark::RegisterBenchmark(name.c_str(), evaluate<char32_t>, scaling.row, wide);
   }
   Medians median;
   benchmark::RunSpecifiedBenchmarks(&median);
   if (median.failed) return 1;
 
-  const double pow = median["pow"];
-  std::printf("One evaluation, medians of one run; pow takes %.1f ns.\n\n", pow);
-  std::printf("%-10s %8s %8s %8s   %8s %8s   %s\n", "keyword", "ns", "x pow", "at most", "# / wide",
-              "at most", "of");
-  for (const Row& row : kRows) {
-    const double time = median[row.name()];
-    if (std::isnan(time)) continue;
-    const double byte_time = median[row.name() + '#'];
-    std::printf("%-10s %8.1f %8.2f %8.1f   %8.2f %8.1f   %s\n", row.keyword, time, time / pow,
-                row.limit, byte_time / time, kByteLimit, row.what);
+  const std::string text = report(median, wide);
+  std::fputs(text.c_str(), stdout);
+  if (!file.empty() && !(std::ofstream(file) << text << std::flush)) {
+    return std::fprintf(stderr, "%s cannot be written\n", file.c_str()), 1;
   }
   return 0;
 }
