@@ -275,25 +275,6 @@ TEST(CashFlow, RandomCallsMatchThePlainModel) {
   }
 }
 
-// Long lists, each request refused in turn and every fifth call with a bad date or amount: no pool
-// is left, and a call is refused when its storage is.
-TEST(CashFlow, ReturnsTheStorageOfLongLists) {
-  harness::Word handle[28] = {0, 0, 0, 0, 0, 0, harness::word(&create)};
-  const auto record = reinterpret_cast<void (*)(harness::Word*)>(harness::entry("vxextent"));
-  for (int i = 0; i < 20000; ++i) {
-    Values v(150, 10);
-    v[0] = -1000 - i % 90;
-    if (i % 2)
-      for (int day = 0; day < 150; ++day) v.push_back(30 * day);
-    if (i % 5 == 0) v.back() = i % 2 ? 0.5 : NAN;
-    requests = 0, refused = i % 3, record(i % 7 ? handle : nullptr);
-    const Answer got = answered(Width::wide, i % 2 ? "XIRR" : "IRR", v, kBases[0]);
-    record(nullptr);
-    const bool fails = i % 5 == 0 || (i % 7 && refused > 0);
-    ASSERT_TRUE(pools == 0 && (got.status != 0) == fails) << i << got;
-  }
-}
-
 // 32,767 flows are the most.
 TEST(CashFlow, CountsManyFlows) {
   Values flows(32767);

@@ -149,19 +149,4 @@ TEST(Schedule, CouponDaysAreTheWrittenOnes) {
   EXPECT_EQ(std::pair(still, gone), std::pair(5 * (23 + 24), 5 * (7 + 6)));  // a day a year
 }
 
-// Up to the ends of whole numbers, odd frequencies, thousands of millions of periods: an answer.
-TEST(Schedule, FarDaysAndOddFrequenciesEnd) {
-  Calls g;
-  const Values far = {-0x1p63, -9e15, -1e12, -0x1p31, -3e6, -1, 0, 3e5, 0x1p31, 1e12, 9e15, 0x1p53};
-  for (int i = 0; i < 4000; ++i) {
-    const auto& [keyword, size] = kKeywords[g.random() % kKeywords.size()];
-    const auto [start, end] = std::minmax({g.of(far), g.of(far)});
-    Values v = {start, end, g.of({1, 2, 12, 3, 5, 7, 13, 24, 0x1p31 - 1, 0x1p31 + 2, 0x1p32 + 3})};
-    if (size == 6) v = {1e9, start, end, 1, g.of({0, 9, 9, 9, 2e9}), g.of({0.1, 0.1, 4e-10})};
-    v.resize(size);
-    const Answer got = answered(Width::wide, keyword, v, kBases[1 + g.below(5)]);
-    EXPECT_TRUE(got.status == 0 || got.status == 120836) << keyword << testing::PrintToString(v);
-  }
-}
-
 }  // namespace

@@ -285,19 +285,4 @@ TEST(Securities, PricesAreSumsOfFlowsAndYieldsLeadBack) {
   EXPECT_LT(back, 1e-12);
 }
 
-// Up to the ends of whole numbers, odd frequencies, thousands of millions of periods: an answer.
-TEST(Securities, FarDaysAndOddFrequenciesEnd) {
-  Calls g;
-  const Values often = {1, 3, 5, 7, 12, 13, 24, 0x1p31 - 1, 0x1p31 + 2, 0x1p32 + 3};
-  for (std::size_t i = 0; i < 60; ++i) {
-    const auto& [keyword, kinds] = kKeywords[i % kKeywords.size()];
-    Values v = g.call(kinds);
-    const double scale = g.of({1, 1, 1e4, 1e7, 1e10});
-    for (std::size_t j = 0; j < v.size(); ++j)
-      v[j] = kinds[j] == 'f' ? g.of(often) : v[j] * (kinds[j] < 'T' ? scale : 1);
-    const Answer got = answered(Width::wide, keyword, v, kBases[kinds[0] == 's' ? 0 : i % 6]);
-    EXPECT_TRUE(got.status == 0 || got.status == kRefused) << keyword << testing::PrintToString(v);
-  }
-}
-
 }  // namespace
