@@ -1,102 +1,56 @@
 #include "catalog.h"
 
+#include <charconv>
+#include <utility>
+
+#include "depreciation.h"
+#include "flows.h"
+#include "loans.h"
+#include "securities.h"
+
 namespace catalog {
 namespace {
 
-using enum ResultKind;
+constexpr std::span<const Keyword> kFamilies[] = {rows::kSecurities, rows::kLoans, rows::kFlows,
+                                                  rows::kDepreciation};
+constexpr std::size_t kCount = std::size(rows::kSecurities) + std::size(rows::kLoans) +
+                               std::size(rows::kFlows) + std::size(rows::kDepreciation);
+static_assert(kCount == 54);
 
-constexpr Argument number(std::string_view name) { return {name, ArgumentKind::kNumber}; }
-constexpr Argument whole(std::string_view name) { return {name, ArgumentKind::kWhole}; }
-constexpr Argument date(std::string_view name) { return {name, ArgumentKind::kDate}; }
-constexpr Argument optional(Argument argument) {
-  return {argument.name, argument.kind, Presence::kOptional};
-}
-constexpr Argument repeated(Argument argument) {
-  return {argument.name, argument.kind, Presence::kRepeated};
-}
-constexpr Argument any_number(Argument argument) {
-  return {argument.name, argument.kind, Presence::kAnyNumber};
+constexpr const Keyword& row(std::size_t i) {
+  const auto* family = std::begin(kFamilies);
+  for (; i >= family->size(); ++family) i -= family->size();
+  return (*family)[i];
 }
 
-// Arguments that several keywords share, by the field's standard terms.
-constexpr Argument settlement = date("settlement"), maturity = date("maturity"),
-                   issue = date("issue"), last_interest = date("last_interest"),
-                   first_coupon = date("first_coupon"), purchased = date("date_purchased"),
-                   first_period = date("first_period"),
-                   bill_settlement = {"settlement", ArgumentKind::kDateTime},
-                   bill_maturity = {"maturity", ArgumentKind::kDateTime};
-constexpr Argument rate = number("rate"), yld = number("yld"), pr = number("pr"),
-                   redemption = number("redemption"), par = number("par"),
-                   investment = number("investment"), discount = number("discount"),
-                   pv = number("pv"), fv = number("fv"), pmt = number("pmt"), cost = number("cost"),
-                   salvage = number("salvage"), life = number("life"), amount = number("amount");
-constexpr Argument frequency = {"frequency", ArgumentKind::kFrequency}, nper = whole("nper"),
-                   per = whole("per"), npery = whole("npery"), period = whole("period"),
-                   fraction = whole("fraction"), start_period = whole("start_period"),
-                   end_period = whole("end_period");
-constexpr Argument basis = optional({"basis", ArgumentKind::kBasis}),
-                   type = optional(whole("type"));
+// The rows of all families, sorted by word.
+constexpr std::array<Keyword, kCount> kKeywords = []<std::size_t... I>(std::index_sequence<I...>) {
+  std::array<Keyword, kCount> joined{row(I)...};
+  std::ranges::sort(joined, {}, &Keyword::word);
+  return joined;
+}
+(std::make_index_sequence<kCount>{});
+static_assert(std::ranges::adjacent_find(kKeywords, {}, &Keyword::word) == kKeywords.end());
 
-// clang-format off
-constexpr Keyword kKeywords[] = {
-  {"ACCRINT",    kAmount, {issue, date("first_interest"), settlement, rate, par, frequency, basis}},
-  {"ACCRINTM",   kAmount, {issue, settlement, rate, par, basis}},
-  {"AMORDEGRC",  kAmount, {cost, purchased, first_period, salvage, period, rate, basis}},
-  {"AMORLINC",   kAmount, {cost, purchased, first_period, salvage, period, rate, basis}},
-  {"COUPDAYBS",  kDays,   {settlement, maturity, frequency, basis}},
-  {"COUPDAYS",   kDays,   {settlement, maturity, frequency, basis}},
-  {"COUPDAYSNC", kDays,   {settlement, maturity, frequency, basis}},
-  {"COUPNCD",    kDate,   {settlement, maturity, frequency, basis}},
-  {"COUPNUM",    kCount,  {settlement, maturity, frequency, basis}},
-  {"COUPPCD",    kDate,   {settlement, maturity, frequency, basis}},
-  {"CUMIPMT",    kAmount, {rate, nper, pv, start_period, end_period, type}},
-  {"CUMPRINC",   kAmount, {rate, nper, pv, start_period, end_period, type}},
-  {"DB",         kAmount, {cost, salvage, whole("life"), period, optional(whole("month"))}},
-  {"DDB",        kAmount, {cost, salvage, life, period, optional(number("factor"))}},
-  {"DISC",       kRate,   {settlement, maturity, pr, redemption, basis}},
-  {"DOLLARDE",   kAmount, {number("fractional_dollar"), fraction}},
-  {"DOLLARFR",   kAmount, {number("decimal_dollar"), fraction}},
-  {"DURATION",   kYears,  {settlement, maturity, number("coupon"), yld, frequency, basis}},
-  {"EFFECT",     kRate,   {number("nominal_rate"), npery}},
-  {"FV",         kAmount, {rate, nper, pmt, optional(pv), type}},
-  {"FVSCHEDULE", kAmount, {number("principal"), any_number(number("schedule"))}},
-  {"INTRATE",    kRate,   {settlement, maturity, investment, redemption, basis}},
-  {"IPMT",       kAmount, {rate, per, nper, pv, optional(fv), type}},
-  {"IRR",        kRate,   {repeated(amount)}},
-  {"ISPMT",      kAmount, {rate, per, nper, pv}},
-  {"MDURATION",  kYears,  {settlement, maturity, number("coupon"), yld, frequency, basis}},
-  {"MIRR",       kRate,   {repeated(amount), number("finance_rate"), number("reinvest_rate")}},
-  {"NOMINAL",    kRate,   {number("effect_rate"), npery}},
-  {"NPER",       kCount,  {rate, pmt, pv, optional(fv), type}},
-  {"NPV",        kAmount, {rate, any_number(amount)}},
-  {"ODDFPRICE",  kAmount, {settlement, maturity, issue, first_coupon, rate, yld, redemption, frequency, basis}},
-  {"ODDFYIELD",  kRate,   {settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency, basis}},
-  {"ODDLPRICE",  kAmount, {settlement, maturity, last_interest, rate, yld, redemption, frequency, basis}},
-  {"ODDLYIELD",  kRate,   {settlement, maturity, last_interest, rate, pr, redemption, frequency, basis}},
-  {"PMT",        kAmount, {rate, nper, pv, optional(fv), type}},
-  {"PPMT",       kAmount, {rate, per, nper, pv, optional(fv), type}},
-  {"PRICE",      kAmount, {settlement, maturity, rate, yld, redemption, frequency, basis}},
-  {"PRICEDISC",  kAmount, {settlement, maturity, discount, redemption, basis}},
-  {"PRICEMAT",   kAmount, {settlement, maturity, issue, rate, yld, basis}},
-  {"PV",         kAmount, {rate, nper, pmt, optional(fv), type}},
-  {"RATE",       kRate,   {nper, pmt, pv, optional(fv), type}},
-  {"RECEIVED",   kAmount, {settlement, maturity, investment, discount, basis}},
-  {"SLN",        kAmount, {cost, salvage, life}},
-  {"SYD",        kAmount, {cost, salvage, whole("life"), period}},
-  {"TBILLEQ",    kRate,   {bill_settlement, bill_maturity, discount}},
-  {"TBILLPRICE", kAmount, {bill_settlement, bill_maturity, discount}},
-  {"TBILLYIELD", kRate,   {bill_settlement, bill_maturity, pr}},
-  {"VDB",        kAmount, {cost, salvage, life, start_period, end_period, optional(number("factor")), optional(whole("no_switch"))}},
-  {"XIRR",       kRate,   {repeated(amount), repeated(date("date")), optional(number("guess"))}},
-  {"XNPV",       kAmount, {rate, repeated(amount), repeated(date("date"))}},
-  {"YEARFRAC",   kYears,  {date("start_date"), date("end_date"), basis}},
-  {"YIELD",      kRate,   {settlement, maturity, rate, pr, redemption, frequency, basis}},
-  {"YIELDDISC",  kRate,   {settlement, maturity, pr, redemption, basis}},
-  {"YIELDMAT",   kRate,   {settlement, maturity, issue, rate, pr, basis}},
+constexpr Task kTasks[] = {
+    {"Bonds", "PRICE YIELD DURATION MDURATION"},
+    {"Bonds with an odd first or last period", "ODDFPRICE ODDFYIELD ODDLPRICE ODDLYIELD"},
+    {"Coupon schedules and day counts",
+     "COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD YEARFRAC"},
+    {"Accrued interest", "ACCRINT ACCRINTM"},
+    {"Discount securities, interest at maturity",
+     "DISC INTRATE PRICEDISC RECEIVED YIELDDISC PRICEMAT YIELDMAT"},
+    {"Treasury bills", "TBILLEQ TBILLPRICE TBILLYIELD"},
+    {"Loans and annuities", "PMT IPMT PPMT CUMIPMT CUMPRINC ISPMT PV FV NPER RATE"},
+    {"Cash flows", "NPV IRR MIRR XNPV XIRR"},
+    {"Rates, prices in fractions", "EFFECT NOMINAL FVSCHEDULE DOLLARDE DOLLARFR"},
+    {"Depreciation", "SLN SYD DB DDB VDB AMORDEGRC AMORLINC"},
 };
-// clang-format on
-static_assert(std::size(kKeywords) == 54);
-static_assert(std::ranges::is_sorted(kKeywords, {}, &Keyword::word));
+static_assert([] {  // as many words as keywords
+  std::ptrdiff_t words = 0;
+  for (const Task& task : kTasks) words += 1 + std::ranges::count(task.words, ' ');
+  return words == kCount;
+}());
 
 constexpr char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
@@ -138,6 +92,8 @@ const Argument* Keyword::argument_at(std::size_t position, std::size_t count) co
 
 std::span<const Keyword> keywords() noexcept { return kKeywords; }
 
+std::span<const Task> tasks() noexcept { return kTasks; }
+
 const Keyword* find(std::string_view word) noexcept {
   word = word.substr(0, word.find_last_not_of(' ') + 1);
   const auto same = [word](const Keyword& keyword) {
@@ -145,6 +101,77 @@ const Keyword* find(std::string_view word) noexcept {
   };
   const auto* const keyword = std::ranges::find_if(kKeywords, same);
   return keyword == std::end(kKeywords) ? nullptr : keyword;
+}
+
+namespace {
+
+std::string digits(double value) {
+  char text[32];
+  return {text, std::to_chars(std::begin(text), std::end(text), value).ptr};
+}
+
+// "greater than 0", "not before settlement": what follows "must be" or "must".
+std::string phrase(const Bound& bound, ArgumentKind kind) {
+  const bool is_date =
+      kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime || !bound.subject.empty();
+  std::string limit(bound.other);
+  if (limit.empty()) {
+    limit = is_date ? "1960-01-01" : digits(bound.value);  // no date is compared with another day
+  } else if (bound.value != 0.0) {
+    limit += " + " + digits(bound.value);
+  }
+  switch (bound.comparison) {
+    case Comparison::kAbove:
+      return (is_date ? "after " : "greater than ") + limit;
+    case Comparison::kAtLeast:
+      return (is_date ? "not before " : "at least ") + limit;
+    case Comparison::kBelow:
+      return (is_date ? "before " : "less than ") + limit;
+    case Comparison::kAtMost:
+      break;
+  }
+  if (is_date) return "not after " + limit;
+  if (bound.other.empty()) return "at most " + limit;
+  return (kind == ArgumentKind::kWhole ? "not beyond " : "not above ") + limit;
+}
+
+bool is_yes_or_no(const Argument& argument) {
+  const auto bounds = argument.bounds();
+  return argument.kind == ArgumentKind::kWhole && bounds.size() == 2 &&
+         phrase(bounds[0], argument.kind) == "at least 0" &&
+         phrase(bounds[1], argument.kind) == "at most 1";
+}
+
+}  // namespace
+
+std::string words_of(const Bound& bound, ArgumentKind kind) {
+  const std::string condition = phrase(bound, kind);
+  const bool denies = condition.starts_with("not ");
+  const std::string must = denies ? "must not be " + condition.substr(4) : "must be " + condition;
+  return bound.subject.empty() ? must : std::string(bound.subject) + ' ' + must;
+}
+
+std::string range_of(const Argument& argument) {
+  using enum ArgumentKind;
+  if (argument.kind == kBasis) return "0 to 4, 30/360, ACTUAL, ACT/360, ACT/365 or EU30/360";
+  if (is_yes_or_no(argument)) return "0 or 1";
+  std::string range;
+  const auto add = [&range](std::string_view text) {
+    if (!range.empty()) range += ", ";
+    range += text;
+  };
+  if (argument.kind == kFrequency) add("1, 2, 4, 6 or 12");
+  if (argument.kind == kWhole) add("whole number");
+  if (argument.kind == kDate) add("date");
+  if (argument.kind == kDateTime) add("date, with or without a fraction of a day");
+  for (const Bound& bound : argument.bounds()) {
+    if (!bound.subject.empty()) {
+      range += "; " + words_of(bound, argument.kind);
+    } else if (argument.kind != kFrequency) {  // its list says more
+      add(phrase(bound, argument.kind));
+    }
+  }
+  return range.empty() ? "any" : range;
 }
 
 }  // namespace catalog

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace catalog {
@@ -36,22 +37,117 @@ enum class Presence : std::uint8_t {
   kAnyNumber,  // a list that may be empty
 };
 
+// A condition that the module holds an argument to. Hosts say it in words; see words_of.
+enum class Comparison : std::uint8_t { kAbove, kAtLeast, kBelow, kAtMost };
+
+struct Bound {
+  Comparison comparison;
+  double value = 0.0;             // what the argument is compared with,
+  std::string_view other = {};    // plus the argument of this name
+  std::string_view subject = {};  // the date compared in its place, where the module marks another
+  bool marks = true;              // false: the call fails with no argument marked
+
+  [[nodiscard]] constexpr bool holds(double compared, double limit) const noexcept {
+    switch (comparison) {
+      case Comparison::kAbove:
+        return compared > limit;
+      case Comparison::kAtLeast:
+        return compared >= limit;
+      case Comparison::kBelow:
+        return compared < limit;
+      case Comparison::kAtMost:
+        break;
+    }
+    return compared <= limit;
+  }
+};
+
+// One argument, as a phrase of the fluent words below: date("maturity", "...").after("settlement").
 struct Argument {
-  std::string_view name;
+  std::string_view name;  // the market's standard term
   ArgumentKind kind;
+  std::string_view meaning;  // a phrase, with the unit: "yearly coupon rate, a fraction of par"
   Presence presence = Presence::kRequired;
+  std::string_view fallback = {};  // of an optional one: what holds when it is left out
+  std::array<Bound, 3> held_to{};
+  std::size_t bound_count = 0;
+
+  // In the order in which the module looks at them.
+  [[nodiscard]] constexpr std::span<const Bound> bounds() const noexcept {
+    return {held_to.data(), bound_count};
+  }
+
+  [[nodiscard]] constexpr Argument bound(const Bound& condition) const {
+    Argument argument = *this;
+    argument.held_to[argument.bound_count++] = condition;
+    return argument;
+  }
+  [[nodiscard]] constexpr Argument above(double value) const {
+    return bound({Comparison::kAbove, value});
+  }
+  [[nodiscard]] constexpr Argument at_least(double value) const {
+    return bound({Comparison::kAtLeast, value});
+  }
+  [[nodiscard]] constexpr Argument below(double value) const {
+    return bound({Comparison::kBelow, value});
+  }
+  [[nodiscard]] constexpr Argument at_most(double value) const {
+    return bound({Comparison::kAtMost, value});
+  }
+  [[nodiscard]] constexpr Argument after(std::string_view other) const {
+    return bound({Comparison::kAbove, 0.0, other});
+  }
+  [[nodiscard]] constexpr Argument not_before(std::string_view other) const {
+    return bound({Comparison::kAtLeast, 0.0, other});
+  }
+  [[nodiscard]] constexpr Argument not_after(std::string_view other) const {
+    return bound({Comparison::kAtMost, 0.0, other});
+  }
+  [[nodiscard]] constexpr Argument not_beyond(std::string_view other, double plus = 0.0) const {
+    return bound({Comparison::kAtMost, plus, other});
+  }
+  [[nodiscard]] constexpr Argument optional(std::string_view otherwise) const {
+    Argument argument = *this;
+    argument.presence = Presence::kOptional;
+    argument.fallback = otherwise;
+    return argument;
+  }
+  [[nodiscard]] constexpr Argument with(Presence how_often) const {
+    Argument argument = *this;
+    argument.presence = how_often;
+    return argument;
+  }
+  [[nodiscard]] constexpr Argument named(std::string_view other, std::string_view phrase) const {
+    Argument argument = *this;
+    argument.name = other;
+    argument.meaning = phrase;
+    return argument;
+  }
+};
+
+// What people read of a keyword.
+struct Description {
+  std::string_view title;    // one line, no full stop: "price of a bond with coupons"
+  std::string_view summary;  // a paragraph: what it computes, and what may surprise
+  std::string_view result;   // a phrase, with the unit: "price per 100 of face value"
+  std::string_view formula;  // plain text, lines ended by \n
+  std::string_view example;  // the arguments of a call as the command takes them
+  std::string_view value;    // the example's result, to ten digits or all it has, or a date
+  std::string_view fails;    // when the calculation cannot be carried out, a phrase; may be empty
+  std::string_view related;  // keywords to see also, with blanks between
 };
 
 class Keyword {
  public:
   constexpr Keyword(std::string_view name, ResultKind result_kind,
-                    std::initializer_list<Argument> list)
-      : word(name), result(result_kind), size_(list.size()) {
+                    std::initializer_list<Argument> list, const Description& text)
+      : word(name), result(result_kind), description(text), size_(list.size()) {
     std::ranges::copy(list, arguments_.begin());
   }
 
   std::string_view word;
   ResultKind result;
+  Description description;
 
   // The values of a list stand side by side; lists are of one length; optional arguments come last.
   [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
@@ -84,7 +180,22 @@ constexpr bool is_frequency(double value) noexcept {
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;
 
+// What people set out to do, and the keywords for it, with blanks between. Each keyword has one.
+struct Task {
+  std::string_view title;
+  std::string_view words;
+};
+std::span<const Task> tasks() noexcept;
+
 // The keyword of this name, whatever its case and its trailing blanks; null when there is none.
 const Keyword* find(std::string_view word) noexcept;
+
+// A bound as an error says it after the argument's name and value: "must be at least 1", "must not
+// be before settlement"; "settlement must be before maturity" where another is compared in its
+// place. The kind is that of the argument with the bound.
+std::string words_of(const Bound& bound, ArgumentKind kind);
+
+// All that an argument may be: "greater than 0", "whole number, at least 1, not beyond nper".
+std::string range_of(const Argument& argument);
 
 }  // namespace catalog

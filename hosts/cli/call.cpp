@@ -143,14 +143,41 @@ std::optional<std::string> complaint_before(const catalog::Keyword* keyword,
   return std::nullopt;
 }
 
+// The value of the argument of this name; NaN when the call has none.
+double value_of(const catalog::Keyword& keyword, std::string_view name, Arguments arguments) {
+  for (std::size_t i = 1; i <= arguments.size(); ++i) {
+    const catalog::Argument* const argument = keyword.argument_at(i, arguments.size());
+    if (argument != nullptr && argument->name == name) return arguments[i - 1].number;
+  }
+  return vxkernel::Argument::missing().number;
+}
+
+// The bound that the argument at a position breaks; null when it breaks none.
+const catalog::Bound* broken_bound(const catalog::Keyword& keyword, std::size_t position,
+                                   Arguments arguments) {
+  const catalog::Argument* const argument = keyword.argument_at(position, arguments.size());
+  if (argument == nullptr) return nullptr;
+  for (const catalog::Bound& bound : argument->bounds()) {
+    const double limit =
+        bound.value + (bound.other.empty() ? 0.0 : value_of(keyword, bound.other, arguments));
+    const double compared = bound.subject.empty() ? arguments[position - 1].number
+                                                  : value_of(keyword, bound.subject, arguments);
+    if (!bound.holds(compared, limit)) return &bound;
+  }
+  return nullptr;
+}
+
 // Why an argument was refused, in the order in which the module looks at it.
-std::string_view reason(catalog::ArgumentKind kind, const vxkernel::Argument& argument) noexcept {
+std::string reason(const catalog::Keyword& keyword, std::size_t position, Arguments arguments) {
   using enum catalog::ArgumentKind;
-  if (kind == kBasis) return expected(kind);
-  if (std::isnan(argument.number)) return "must not be missing";
+  const auto kind = kind_at(keyword, position, arguments);
+  const double value = arguments[position - 1].number;
+  if (kind == kBasis) return std::string(expected(kind));
+  if (std::isnan(value)) return "must not be missing";
   const bool needs_whole = kind == kWhole || kind == kDate;
-  if (needs_whole && argument.number != std::trunc(argument.number)) return expected(kind);
-  return "outside the allowed range";
+  if (needs_whole && value != std::trunc(value)) return std::string(expected(kind));
+  const catalog::Bound* const bound = broken_bound(keyword, position, arguments);
+  return bound == nullptr ? "outside the allowed range" : words_of(*bound, kind);
 }
 
 // What went wrong with an evaluation that failed.
@@ -158,21 +185,26 @@ std::string complaint_after(const vxkernel::Evaluation& answer, const catalog::K
                             std::span<const std::string> words, Arguments arguments) {
   if (answer.marked >= 1) {
     const auto position = static_cast<std::size_t>(answer.marked);
-    const std::string_view complaint =
-        answer.status == vxkernel::kTextTooLong
-            ? "too long"
-            : reason(kind_at(keyword, position, arguments), arguments[position - 1]);
-    return refused(keyword, position, words, complaint);
+    return refused(keyword, position, words,
+                   answer.status == vxkernel::kTextTooLong ? "too long"
+                                                           : reason(keyword, position, arguments));
   }
   const std::string name = std::string(keyword.word) + ": ";
-  switch (answer.status) {
-    case vxkernel::kUnknownFunction:
-      return name + "the module has no function FINANCE";
-    case vxkernel::kOutOfStorage:
-      return name + "not enough storage for so many arguments";
-    default:
-      return name + "the calculation cannot be carried out";
+  if (answer.status == vxkernel::kUnknownFunction) {
+    return name + "the module has no function FINANCE";
   }
+  if (answer.status == vxkernel::kOutOfStorage) {
+    return name + "not enough storage for so many arguments";
+  }
+  for (std::size_t i = 1; i <= arguments.size(); ++i) {  // some bounds are held without a mark
+    const catalog::Bound* const bound = broken_bound(keyword, i, arguments);
+    if (bound != nullptr && !bound->marks) {
+      return refused(keyword, i, words, reason(keyword, i, arguments));
+    }
+  }
+  const std::string_view when = keyword.description.fails;
+  return name + "the calculation cannot be carried out" +
+         (when.empty() ? "" : ", as happens when " + std::string(when));
 }
 
 // A date as YYYY-MM-DD; nothing for one that this form cannot write.

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "call.h"
+#include "page.h"
 
 namespace {
 
@@ -75,6 +76,26 @@ int evaluate(const vxkernel::Kernel& kernel, const std::vector<std::string>& wor
   return evaluate_lines(kernel, file, calls);
 }
 
+std::string described(const std::string& word) {
+  const catalog::Keyword* const keyword = catalog::find(word);
+  if (keyword == nullptr) throw std::runtime_error(word + ": no such keyword");
+  return page_of(*keyword);
+}
+
+// The keyword and its arguments, which stand behind the options; none with --calls.
+std::vector<std::string> call_of(const CLI::App& app) {
+  std::vector<std::string> words = app.remaining();
+  if (!words.empty() && words[0] == "--") {
+    words.erase(words.begin());
+  } else if (!words.empty() && words[0].starts_with('-')) {
+    throw CLI::ExtrasError({words[0]});
+  }
+  if ((app.count("--calls") == 0) == words.empty()) {
+    throw CLI::RequiredError("either a keyword or --calls FILE");
+  }
+  return words;
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Financial calculations: bonds, loans, cash flows, depreciation.", "finance");
   app.formatter(std::make_shared<Help>());
@@ -87,11 +108,16 @@ int run(int argc, char** argv) {
   app.prefix_command();
   std::string calls;
   std::string module = default_module();
-  const CLI::Option* const calls_option =
-      app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
-          ->type_name("FILE");
+  app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
+      ->type_name("FILE");
   app.add_option("--module", module, "Load this module instead of the one beside the command")
       ->type_name("FILE");
+  std::string word;
+  bool lists = false;
+  app.add_flag("--list", lists, "Print every keyword and what it computes");
+  const CLI::Option* const describe_option =
+      app.add_option("--describe", word, "Print what there is to know of a keyword")
+          ->type_name("KEYWORD");
   app.set_version_flag("--version", "finance " VXFNC_VERSION);
 
   try {
@@ -99,17 +125,13 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   }
-  std::vector<std::string> words = app.remaining();
-  if (!words.empty() && words[0] == "--") {
-    words.erase(words.begin());
-  } else if (!words.empty() && words[0].starts_with('-')) {
-    throw CLI::ExtrasError({words[0]});
+  int exit_code = kAllWell;
+  if (lists || *describe_option) {
+    std::cout << (lists ? catalog::list_by_task() : "")
+              << (*describe_option ? described(word) : "");
+  } else {
+    exit_code = evaluate(vxkernel::Kernel(module), call_of(app), calls);
   }
-  if ((calls_option->count() == 0) == words.empty()) {
-    throw CLI::RequiredError("either a keyword or --calls FILE");
-  }
-
-  const int exit_code = evaluate(vxkernel::Kernel(module), words, calls);
   if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");
   return exit_code;
 }

@@ -1,0 +1,110 @@
+#include "page.h"
+
+namespace catalog {
+namespace {
+
+constexpr std::size_t kColumns = 96;
+
+bool is_list(const Argument& argument) noexcept {
+  return argument.presence == Presence::kRepeated || argument.presence == Presence::kAnyNumber;
+}
+
+// The text broken at blanks; lines after the first are indented.
+std::string wrapped(std::string_view text, std::string_view indent = "") {
+  std::string lines;
+  for (std::size_t room = kColumns; text.size() > room; room = kColumns - indent.size()) {
+    const std::size_t blank = text.rfind(' ', room);
+    if (blank == text.npos) break;
+    lines.append(text.substr(0, blank)).append("\n").append(indent);
+    text.remove_prefix(blank + 1);
+  }
+  return lines.append(text).append("\n");
+}
+
+std::string sentence(std::string_view phrase) {
+  std::string text(phrase);
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
+  return text + '.';
+}
+
+std::string item(const Argument& argument) {
+  std::string text = "- `" + std::string(argument.name) + (is_list(argument) ? " ..." : "") +
+                     "`: " + std::string(argument.meaning) + "; " + range_of(argument);
+  if (argument.presence == Presence::kAnyNumber) text += "; may be left out";
+  if (argument.presence == Presence::kOptional) {
+    text.append("; when left out: ").append(argument.fallback);
+  }
+  return wrapped(text, "  ");
+}
+
+// Lines as they stand, set apart.
+std::string block(std::string_view lines) {
+  std::string text;
+  while (!lines.empty()) {
+    const std::size_t end = std::min(lines.find('\n'), lines.size());
+    text.append("    ").append(lines.substr(0, end)).append("\n");
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+  }
+  return text;
+}
+
+std::string listed(std::string_view words) {
+  std::string text;
+  for (const char c : words) text += c == ' ' ? std::string(", ") : std::string(1, c);
+  return text;
+}
+
+}  // namespace
+
+std::string signature_of(const Keyword& keyword) {
+  std::string text;
+  std::string closing;
+  for (const Argument& argument : keyword.arguments()) {
+    const bool may_be_absent =
+        argument.presence == Presence::kOptional || argument.presence == Presence::kAnyNumber;
+    const std::string_view comma = text.empty() ? "" : ", ";
+    if (may_be_absent) {
+      text.append(text.empty() ? "[" : " [");
+      closing += ']';
+    }
+    text.append(comma).append(argument.name).append(is_list(argument) ? " ..." : "");
+  }
+  return std::string(keyword.word) + '(' + text + closing + ')';
+}
+
+std::string page_of(const Keyword& keyword) {
+  const Description& text = keyword.description;
+  const std::string word(keyword.word);
+  std::string page = "# " + word + ": " + std::string(text.title) + "\n\n" +
+                     block(signature_of(keyword)) + '\n' + wrapped(text.summary) +
+                     "\n## Arguments\n\n";
+  for (const Argument& argument : keyword.arguments()) page += item(argument);
+  page += "\n## Result\n\n" + wrapped(sentence(text.result));
+  if (!text.fails.empty()) {
+    page += '\n' +
+            wrapped("The calculation cannot be carried out when " + std::string(text.fails) + '.');
+  }
+  page += "\n## Formula\n\n" + block(text.formula) + "\n## Example\n\n" +
+          block("$ finance " + word + ' ' + std::string(text.example) + '\n' +
+                std::string(text.value)) +
+          "\nSee also: " + listed(text.related) + ".\n";
+  return page;
+}
+
+std::string list_by_task() {
+  std::string list;
+  for (const Task& task : tasks()) {
+    list.append(list.empty() ? "" : "\n").append(task.title).append("\n");
+    for (std::size_t at = 0; at < task.words.size();) {
+      const std::size_t end = std::min(task.words.find(' ', at), task.words.size());
+      std::string word(task.words.substr(at, end - at));
+      const Keyword& keyword = *find(word);
+      word.resize(12, ' ');
+      list.append("  ").append(word).append(keyword.description.title).append("\n");
+      at = end + 1;
+    }
+  }
+  return list;
+}
+
+}  // namespace catalog

@@ -1,0 +1,75 @@
+// The catalogue against the loaded module: its examples come out, and its bounds are the module's.
+#include "catalog.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "call.h"
+
+namespace {
+
+using enum catalog::ArgumentKind;
+
+// A call that gives all arguments of its keyword.
+struct Trial {
+  const vxkernel::Kernel& kernel;
+  const catalog::Keyword& keyword;
+  std::vector<vxkernel::Argument> call;
+
+  // Counted from 1; 0 when the call has no such argument.
+  [[nodiscard]] std::size_t position(std::string_view name) const {
+    for (std::size_t i = 1; i <= call.size(); ++i)
+      if (keyword.argument_at(i, call.size())->name == name) return i;
+    return 0;
+  }
+  [[nodiscard]] double limit(const catalog::Bound& bound) const {
+    return bound.value + (bound.other.empty() ? 0 : call.at(position(bound.other) - 1).number);
+  }
+  // With the value in a place, the argument is marked just when one of its bounds is broken.
+  void expect(const catalog::Argument& argument, std::string_view place, double value) const {
+    const catalog::Bound* broken = nullptr;
+    for (const catalog::Bound& bound : argument.bounds()) {
+      const double over = value - limit(bound);
+      const bool holds[] = {over > 0, over >= 0, over < 0, over <= 0};
+      const bool is_meant = (bound.subject.empty() ? argument.name : bound.subject) == place;
+      if (is_meant && !holds[static_cast<int>(bound.comparison)]) broken = &bound;
+    }
+    auto other = call;
+    other.at(position(place) - 1) = value;
+    const auto [status, result, marked] = kernel.evaluate("FINANCE", keyword.word, other);
+    const int own = static_cast<int>(position(argument.name));
+    EXPECT_TRUE(broken == nullptr ? marked != own
+                                  : status == 120836 && marked == (broken->marks ? own : -1))
+        << argument.name << ", " << place << " is " << value << ": marks " << marked;
+  }
+};
+
+TEST(Catalog, TellsTheTruthOfTheModule) {
+  const vxkernel::Kernel kernel(VXFNC_MODULE);
+  for (const catalog::Keyword& keyword : catalog::keywords()) {
+    const catalog::Description& text = keyword.description;
+    SCOPED_TRACE(keyword.word);
+    EXPECT_FALSE(text.title.empty() || text.summary.empty() || text.formula.empty());
+    EXPECT_FALSE(text.result.empty() || text.title.ends_with('.'));
+    for (const auto& word : cli::words_of(text.related)) EXPECT_TRUE(catalog::find(word)) << word;
+    Trial trial{kernel, keyword, {}};
+    for (const auto& word : cli::words_of(text.example))
+      trial.call.push_back(cli::argument_of(word));
+    const double value = cli::argument_of(text.value).number;
+    EXPECT_NEAR(kernel.evaluate("FINANCE", keyword.word, trial.call).value / value, 1, 1e-9);
+    if (keyword.most() != catalog::kNoBound) trial.call.resize(keyword.most(), 1.0);
+    for (const catalog::Argument& argument : keyword.arguments()) {
+      EXPECT_FALSE(argument.meaning.empty() || argument.meaning.ends_with('.')) << argument.name;
+      if (argument.kind == kBasis || trial.position(argument.name) == 0) continue;
+      const bool is_whole = argument.kind != kNumber && argument.kind != kDateTime;
+      for (const double far_out : {-1e6, 0.0, 1e6}) trial.expect(argument, argument.name, far_out);
+      for (const catalog::Bound& bound : argument.bounds())
+        for (const double at = trial.limit(bound); const double side : {-1.0, 0.0, 1.0})
+          trial.expect(argument, bound.subject.empty() ? argument.name : bound.subject,
+                       is_whole ? at + side : std::nextafter(at, at + side));
+    }
+  }
+}
+
+}  // namespace
