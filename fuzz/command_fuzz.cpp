@@ -35,6 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (words.empty()) return 0;
   const cli::Outcome outcome = cli::evaluate(kernel, words);
+  demand(json_of(outcome, words).starts_with("{\"keyword\":"));
   demand(!outcome.text.empty() &&
          std::ranges::none_of(outcome.text, [](unsigned char c) { return c < ' ' || c == 127; }));
   return 0;

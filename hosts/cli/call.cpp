@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 
@@ -230,8 +231,14 @@ vxkernel::Argument argument_of(std::string_view word) {
   return word;
 }
 
-std::string digits_of(double value) {
+std::string digits_of(double value, int decimals) {
   if (std::isnan(value)) return std::string(kMissingWord);
+  if (decimals != kAllDigits && std::isfinite(value)) {
+    char text[400];  // the largest double has 309 digits before the point
+    return {text, std::to_chars(std::begin(text), std::end(text), value, std::chars_format::fixed,
+                                decimals)
+                      .ptr};
+  }
   // Plain digits in the range of amounts, days and rates; powers of ten beyond.
   constexpr double kPlainFrom = 1e-6;
   constexpr double kPlainBelow = 1e17;
@@ -260,20 +267,36 @@ std::vector<std::string> words_of(std::string_view line) {
   return words;
 }
 
-Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> words) {
+Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> words, int decimals) {
   std::vector<vxkernel::Argument> arguments;
   arguments.reserve(words.size());
   for (const std::string& word : words.subspan(1)) arguments.push_back(argument_of(word));
   const catalog::Keyword* const keyword = catalog::find(words[0]);
   if (const auto complaint = complaint_before(keyword, words, arguments))
-    return {false, *complaint};
+    return {false, *complaint, false};
   const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", keyword->word, arguments);
   if (answer.ok()) {
     const auto date =
         keyword->result == catalog::ResultKind::kDate ? iso_date(answer.value) : std::nullopt;
-    return {true, date ? *date : digits_of(answer.value)};
+    return {true, date ? *date : digits_of(answer.value, decimals),
+            !date && std::isfinite(answer.value)};
   }
-  return {false, complaint_after(answer, *keyword, words, arguments)};
+  return {false, complaint_after(answer, *keyword, words, arguments), false};
+}
+
+std::string json_of(const Outcome& outcome, std::span<const std::string> words) {
+  using Json = nlohmann::ordered_json;
+  Json line;
+  if (!words.empty()) line["keyword"] = words[0];
+  const char* const member = outcome.ok ? "value" : "error";
+  if (outcome.is_number) {
+    line[member] = Json::parse(outcome.text);
+  } else if (outcome.ok && outcome.text == kMissingWord) {
+    line[member] = nullptr;
+  } else {
+    line[member] = outcome.text;
+  }
+  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 }  // namespace cli

@@ -32,48 +32,60 @@ std::string default_module() {
   return std::filesystem::canonical(command).parent_path().parent_path() / "lib" / "vxfnc.so";
 }
 
-int evaluate_one(const vxkernel::Kernel& kernel, const std::vector<std::string>& words) {
-  const cli::Outcome outcome = cli::evaluate(kernel, words);
-  if (!outcome.ok) {
-    std::cerr << "finance: " << outcome.text << '\n';
-    return kCalculationFailed;
-  }
-  std::cout << outcome.text << '\n';
-  return kAllWell;
+// What the options ask for.
+struct Options {
+  std::string calls;  // the file of --calls
+  int decimals = cli::kAllDigits;
+  bool as_json = false;
+};
+
+// One result a call on standard output, so that results and calls stay side by side: a full stop,
+// or the error as JSON, where it failed.
+ExitCode print(const cli::Outcome& outcome, const std::vector<std::string>& words,
+               const std::string& place, const Options& options) {
+  if (!outcome.ok) std::cerr << "finance: " << place << outcome.text << '\n';
+  const std::string text = outcome.ok ? outcome.text : ".";
+  std::cout << (options.as_json ? json_of(outcome, words) : text) << '\n';
+  return outcome.ok ? kAllWell : kCalculationFailed;
 }
 
-// One result a call, a full stop where it failed, so that results and calls stay side by side.
 // Empty lines and comments are no calls.
-int evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines, const std::string& name) {
-  int exit_code = kAllWell;
+ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
+                        const Options& options) {
+  ExitCode exit_code = kAllWell;
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
     if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
-    cli::Outcome outcome{false, {}};
+    cli::Outcome outcome{};
+    std::vector<std::string> words;
     try {
-      const std::vector<std::string> words = cli::words_of(line);
+      words = cli::words_of(line);
       if (words.empty()) continue;
-      outcome = cli::evaluate(kernel, words);
+      outcome = cli::evaluate(kernel, words, options.decimals);
     } catch (const std::invalid_argument& error) {
       outcome.text = error.what();
     }
-    std::cout << (outcome.ok ? outcome.text : ".") << '\n';
-    if (!outcome.ok) {
-      std::cerr << "finance: " << name << ':' << number << ": " << outcome.text << '\n';
-      exit_code = kCalculationFailed;
-    }
+    const std::string place = options.calls + ':' + std::to_string(number) + ": ";
+    if (print(outcome, words, place, options) != kAllWell) exit_code = kCalculationFailed;
   }
-  if (lines.bad()) throw std::runtime_error("cannot read " + name);
+  if (lines.bad()) throw std::runtime_error("cannot read " + options.calls);
   return exit_code;
 }
 
-int evaluate(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
-             const std::string& calls) {
-  if (!words.empty()) return evaluate_one(kernel, words);
-  if (calls == "-") return evaluate_lines(kernel, std::cin, calls);
-  std::ifstream file(calls);
-  if (!file) throw std::runtime_error("cannot read " + calls);
-  return evaluate_lines(kernel, file, calls);
+ExitCode evaluate(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
+                  const Options& options) {
+  if (!words.empty()) {
+    const cli::Outcome outcome = cli::evaluate(kernel, words, options.decimals);
+    // A single call that fails prints nothing but its error, unless the result is asked for as
+    // JSON.
+    if (outcome.ok || options.as_json) return print(outcome, words, "", options);
+    std::cerr << "finance: " << outcome.text << '\n';
+    return kCalculationFailed;
+  }
+  if (options.calls == "-") return evaluate_lines(kernel, std::cin, options);
+  std::ifstream file(options.calls);
+  if (!file) throw std::runtime_error("cannot read " + options.calls);
+  return evaluate_lines(kernel, file, options);
 }
 
 std::string described(const std::string& word) {
@@ -106,12 +118,18 @@ int run(int argc, char** argv) {
       "Exit status: 0 all well, 1 a calculation failed, 2 the command line or a file is "
       "at\nfault.");
   app.prefix_command();
-  std::string calls;
+  Options options;
   std::string module = default_module();
-  app.add_option("--calls", calls, "Evaluate one call a line from FILE, - for standard input")
+  app.add_option("--calls", options.calls,
+                 "Evaluate one call a line from FILE, - for standard input")
       ->type_name("FILE");
   app.add_option("--module", module, "Load this module instead of the one beside the command")
       ->type_name("FILE");
+  app.add_flag("--json", options.as_json, "Print each result or error as a line of JSON");
+  app.add_option("--digits", options.decimals,
+                 "Print results with N decimals instead of all digits")
+      ->type_name("N")
+      ->check(CLI::Range(0, 17));
   std::string word;
   bool lists = false;
   app.add_flag("--list", lists, "Print every keyword and what it computes");
@@ -125,12 +143,12 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   }
-  int exit_code = kAllWell;
+  ExitCode exit_code = kAllWell;
   if (lists || *describe_option) {
     std::cout << (lists ? catalog::list_by_task() : "")
               << (*describe_option ? described(word) : "");
   } else {
-    exit_code = evaluate(vxkernel::Kernel(module), call_of(app), calls);
+    exit_code = evaluate(vxkernel::Kernel(module), call_of(app), options);
   }
   if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");
   return exit_code;

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 apply_only=
 if [ "${1:-}" = --apply ]; then apply_only=yes && shift; fi
-original=$PWD tree=$(mktemp -d) planted=0 bad=0
+tree=$(mktemp -d) planted=0 bad=0
 trap 'rm -rf "$tree"' EXIT
 mistakes=$(cat tests/mistakes/*.txt | grep -v '^ *\(#\|$\)' | grep -e "${1:-}")
 git ls-files -z | xargs -0 cp --parents -t "$tree"
@@ -16,7 +16,7 @@ cd "$tree"
 build() { cmake --build build --target vxfnc finance unit_tests module_tests >log 2>&1; }
 pass() { ctest --test-dir build -E mistakes --stop-on-failure --timeout 60 >log 2>&1; }
 fate() { # FILE: what becomes of a mistake in it
-  if [ "$(diff "$original/$1" "$1" | grep -c '^<')" != 1 ]; then echo "does not change one line"
+  if [ "$(diff saved "$1" | grep -c '^<')" != 1 ]; then echo "does not change one line"
   elif [ $apply_only ]; then echo applies
   elif ! build; then echo "does not build"
   elif pass; then echo survives
@@ -29,11 +29,12 @@ if [ ! $apply_only ]; then
   if ! build || ! pass; then cat log && exit 2; fi
 fi
 while read -r file command; do
+  cp "$file" saved
   sed -i "${command% # *}" "$file"
   result=$(fate "$file")
   planted=$((planted + 1))
   case $result in applies | fails*) ;; *) bad=$((bad + 1)) && echo "$result: $file $command" ;; esac
-  cp "$original/$file" "$file"
+  cp saved "$file"
 done <<<"$mistakes"
 echo "$planted mistakes planted, $bad unnoticed or broken"
 [ $bad = 0 ]
