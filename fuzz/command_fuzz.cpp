@@ -1,6 +1,7 @@
-// Feeds lines to the command: its words, numbers and dates, and whole calls of its kernel. Digits
-// must read back to the same value; nothing but an unclosed quotation may throw; a line of a result
-// or of an error stays one line without control characters.
+// Feeds texts to the command: its words, numbers and dates, whole calls of its kernel, tables and
+// expressions. Digits must read back to the same value, cells to the same text; nothing but what a
+// parser is meant to throw may leave it, with a place inside the text; a line of a result or of an
+// error stays one line without control characters.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -8,6 +9,10 @@
 #include <stdexcept>
 
 #include "call.h"
+#include "expression.h"
+#include "lines.h"
+#include "output.h"
+#include "records.h"
 
 namespace {
 
@@ -15,11 +20,11 @@ void demand(bool holds) { holds ? void() : std::abort(); }
 
 bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-}  // namespace
+bool is_one_line(const std::string& text) {
+  return std::ranges::none_of(text, [](unsigned char c) { return c < ' ' || c == 127; });
+}
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const vxkernel::Kernel kernel(VXFNC_MODULE);
-  const std::string line(data, data + size);
+void try_call(const vxkernel::Kernel& kernel, const std::string& line) {
   std::vector<std::string> words;
   try {
     words = cli::words_of(line);
@@ -27,16 +32,65 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     demand(line.find_first_of("'\"") != line.npos);
   }
   for (const std::string& word : words) {
-    const vxkernel::Argument argument = cli::argument_of(word);
-    const bool is_text = argument.kind == vxkernel::Argument::Kind::kText;
-    const std::string digits = cli::digits_of(argument.number);
-    demand(is_text ? argument.text == word
-                   : same(cli::argument_of(digits).number, argument.number));
+    const cli::Value value = cli::value_of(word);
+    std::string text;
+    append_value(text, value);
+    demand(value.is_text() ? text == word : same(cli::value_of_cell(text).number, value.number));
   }
-  if (words.empty()) return 0;
+  if (words.empty()) return;
   const cli::Outcome outcome = cli::evaluate(kernel, words);
   demand(json_of(outcome, words).starts_with("{\"keyword\":"));
-  demand(!outcome.text.empty() &&
-         std::ranges::none_of(outcome.text, [](unsigned char c) { return c < ' ' || c == 127; }));
+  demand(!outcome.text.empty() && is_one_line(outcome.text));
+}
+
+// What is written of a table's cells is read back as the same cells, one record each.
+void try_table(const std::string& text) {
+  std::string tsv;
+  std::vector<std::string> back;
+  std::size_t end = 0;
+  cli::CsvParser parser(text, ',');
+  while (parser.next()) {
+    const cli::Record& record = parser.record();
+    demand(record.end > end && record.end <= text.size());
+    end = record.end;
+    const cli::RowFormat format(cli::Format::kCsv, ',', cli::kAllDigits,
+                                std::vector<std::string>(record.cells.size()));
+    std::string row;
+    tsv.clear();
+    for (std::size_t i = 0; i < record.cells.size(); ++i) {
+      format.cell(row, i, record.cells[i]);
+      if (i > 0) tsv += '\t';
+      cli::append_escaped(tsv, record.cells[i]);
+    }
+    format.end(row);
+    cli::CsvParser again(row, ',');
+    demand(again.next() && again.is_complete() && again.record().cells == record.cells);
+    demand(!again.next());
+    split_line(tsv, cli::Escape::kBackslash, back);
+    demand(std::ranges::equal(back, record.cells));
+  }
+}
+
+void try_expression(const vxkernel::Kernel& kernel, const std::string& text) {
+  try {
+    cli::Evaluator evaluator{.kernel = kernel,
+                             .values = {{.number = 2.5}, cli::value_of("2031-05-15")}};
+    const cli::Expression expression = parse(text, cli::Columns({"a", "b"}));
+    evaluator.begin(true);
+    expression.root->evaluate(evaluator);
+    demand(evaluator.failed || evaluator.complaint.empty());
+  } catch (const cli::SyntaxError& error) {
+    demand(error.at <= text.size() && error.length > 0);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const vxkernel::Kernel kernel(VXFNC_MODULE);
+  const std::string text(data, data + size);
+  try_call(kernel, text);
+  try_table(text);
+  try_expression(kernel, text);
   return 0;
 }

@@ -55,8 +55,8 @@ TEST(Catalog, TellsTheTruthOfTheModule) {
     for (const auto& word : cli::words_of(text.related)) EXPECT_TRUE(catalog::find(word)) << word;
     Trial trial{kernel, keyword, {}};
     for (const auto& word : cli::words_of(text.example))
-      trial.call.push_back(cli::argument_of(word));
-    const double value = cli::argument_of(text.value).number;
+      trial.call.push_back(cli::value_of(word).argument());
+    const double value = cli::value_of(text.value).number;
     EXPECT_NEAR(kernel.evaluate("FINANCE", keyword.word, trial.call).value / value, 1, 1e-9);
     if (keyword.most() != catalog::kNoBound) trial.call.resize(keyword.most(), 1.0);
     for (const catalog::Argument& argument : keyword.arguments()) {

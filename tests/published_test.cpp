@@ -26,7 +26,7 @@ std::vector<Example> examples() {
     std::ranges::replace(e.words, ';', ' ');
     e.arguments.clear();  // none is a text that would have to outlive its word
     for (const std::string& word : cli::words_of(e.words))
-      e.arguments.push_back(cli::argument_of(word));
+      e.arguments.push_back(cli::value_of(word).argument());
     all.push_back(e);
   }
   return all;
@@ -47,7 +47,7 @@ TEST(Published, WorkedExamplesComeOutOnManyThreads) {
   ASSERT_EQ(alone.size(), 2 * 301u);
   for (std::size_t i = 0; i < alone.size(); ++i) {
     const Example& e = all[i / 2];
-    EXPECT_NEAR(std::bit_cast<double>(alone[i]), cli::argument_of(e.value).number,
+    EXPECT_NEAR(std::bit_cast<double>(alone[i]), cli::value_of(e.value).number,
                 std::stod(e.tolerance))
         << e.keyword << ' ' << e.words;
   }

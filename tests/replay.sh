@@ -1,20 +1,29 @@
 #!/bin/sh
 # Replays transcripts: every line that begins with "$ " is run, and what it prints must be what
 # stands below it; [N] below that is an exit status other than 0, which documents may leave out.
-# usage: replay.sh FOLDER-OF-THE-COMMAND TRANSCRIPT DOCUMENT...
-PATH=$1:$PATH
+# Files named in transcripts are those of the folder that this is run in; files they write belong
+# in $TMPDIR.
+# usage: replay.sh FOLDER-OF-THE-COMMAND TRANSCRIPT... [-- DOCUMENT...]
+PATH=$(cd "$1" && pwd):$PATH
+TMPDIR=$(mktemp -d)
+export PATH TMPDIR
+trap 'rm -r "$TMPDIR"' EXIT
 replay() {
   grep '^\$ ' "$1" | while IFS= read -r line; do
     printf '%s\n' "$line"
     sh -c "${line#??}" 2>&1 </dev/null || echo "[$?]"
   done
 }
+shift
 failed=0
-replay "$2" | diff "$2" - || failed=1
-shift 2
+while [ $# -gt 0 ] && [ "$1" != -- ]; do
+  replay "$1" >"$TMPDIR/replayed"
+  diff "$1" "$TMPDIR/replayed" || failed=1
+  shift
+done
+[ $# -eq 0 ] || shift
 for document; do
-  replay "$document" | grep -v '^\[[0-9]*\]$' >"replay.$$"
-  sed -n '/^\$ /,/^```/{/^```/!p}' "$document" | diff - "replay.$$" || failed=1
-  rm "replay.$$"
+  replay "$document" | grep -v '^\[[0-9]*\]$' >"$TMPDIR/replayed"
+  sed -n '/^\$ /,/^```/{/^```/!p}' "$document" | diff - "$TMPDIR/replayed" || failed=1
 done
 exit $failed

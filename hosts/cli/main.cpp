@@ -1,5 +1,5 @@
-// The command `finance`: evaluates calls of the host function FINANCE.
-// Results go to standard output, everything else to standard error.
+// The command `finance`: evaluates calls of the host function FINANCE, one by one, over tables and
+// in the pipes of engines. Results go to standard output, everything else to standard error.
 #include <sys/auxv.h>
 
 #include <CLI/CLI.hpp>
@@ -8,23 +8,50 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 
 #include "call.h"
+#include "definitions.h"
+#include "filter.h"
 #include "page.h"
+#include "table.h"
 
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2 };
-
 class Help : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App*, std::string) const override {
     return "Usage: finance [OPTIONS] KEYWORD [ARGUMENT...]\n"
-           "       finance [OPTIONS] --calls FILE\n\n";
+           "       finance [OPTIONS] [-i FILE] -e EXPRESSION...\n"
+           "       finance [OPTIONS] --calls FILE\n"
+           "       finance [OPTIONS] --filter [KEYWORD]\n\n";
   }
 };
+
+constexpr const char* kFooter =
+    "An argument is a number, a date (YYYY-MM-DD), a full stop for the missing value, or text.\n"
+    "Options stand before the keyword, so that numbers may be negative.\n"
+    "\n"
+    "An expression names a new column: 'price = PRICE(settle, maturity, coupon/100, yld, 100, "
+    "2)'.\n"
+    "It knows calls, columns (\"two words\" in double quotes), numbers, dates, 'text', a full "
+    "stop\n"
+    "for the missing value, + - * / and parentheses. Among a call's arguments, cf0..cf12 stands "
+    "for\n"
+    "the columns from one to the other, and amount[] for a column's values in a group of rows: "
+    "then\n"
+    "the output has one row for each group.\n"
+    "\n"
+    "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n"
+    "  finance --describe PRICE        what there is to know of a keyword\n"
+    "  finance -i bonds.csv -e 'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)'\n"
+    "  finance -i flows.csv --by fund -e 'rate = XIRR(amount[], date[])'\n"
+    "\n"
+    "Exit status: 0 all well, 1 the calculation failed (or a row, with --errors fail), 2 the "
+    "command\n"
+    "line or a file is at fault, 3 some rows or calls failed.";
 
 // The module beside this command: ../lib/vxfnc.so from the folder it stands in.
 std::string default_module() {
@@ -32,27 +59,33 @@ std::string default_module() {
   return std::filesystem::canonical(command).parent_path().parent_path() / "lib" / "vxfnc.so";
 }
 
-// What the options ask for.
 struct Options {
   std::string calls;  // the file of --calls
-  int decimals = cli::kAllDigits;
+  std::string module = default_module();
+  std::string described;    // the keyword of --describe
+  std::string definitions;  // the engine of --definitions
+  bool lists = false;
   bool as_json = false;
+  int decimals = cli::kAllDigits;
+  unsigned workers = std::max(std::thread::hardware_concurrency(), 1U);
+  cli::OnError on_error = cli::OnError::kNull;
+  cli::TableJob table;
+  cli::FilterJob filter;
 };
 
 // One result a call on standard output, so that results and calls stay side by side: a full stop,
 // or the error as JSON, where it failed.
-ExitCode print(const cli::Outcome& outcome, const std::vector<std::string>& words,
-               const std::string& place, const Options& options) {
+void print(const cli::Outcome& outcome, const std::vector<std::string>& words,
+           const std::string& place, const Options& options) {
   if (!outcome.ok) std::cerr << "finance: " << place << outcome.text << '\n';
-  const std::string text = outcome.ok ? outcome.text : ".";
+  const std::string text = outcome.ok ? outcome.text : std::string(cli::kMissingWord);
   std::cout << (options.as_json ? json_of(outcome, words) : text) << '\n';
-  return outcome.ok ? kAllWell : kCalculationFailed;
 }
 
 // Empty lines and comments are no calls.
-ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
-                        const Options& options) {
-  ExitCode exit_code = kAllWell;
+cli::ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
+                             const Options& options) {
+  cli::ExitCode exit_code = cli::kAllWell;
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
     if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
@@ -65,27 +98,30 @@ ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
     } catch (const std::invalid_argument& error) {
       outcome.text = error.what();
     }
-    const std::string place = options.calls + ':' + std::to_string(number) + ": ";
-    if (print(outcome, words, place, options) != kAllWell) exit_code = kCalculationFailed;
+    print(outcome, words, options.calls + ':' + std::to_string(number) + ": ", options);
+    if (!outcome.ok) exit_code = cli::kSomeFailed;
   }
   if (lines.bad()) throw std::runtime_error("cannot read " + options.calls);
   return exit_code;
 }
 
-ExitCode evaluate(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
-                  const Options& options) {
-  if (!words.empty()) {
-    const cli::Outcome outcome = cli::evaluate(kernel, words, options.decimals);
-    // A single call that fails prints nothing but its error, unless the result is asked for as
-    // JSON.
-    if (outcome.ok || options.as_json) return print(outcome, words, "", options);
-    std::cerr << "finance: " << outcome.text << '\n';
-    return kCalculationFailed;
-  }
+cli::ExitCode evaluate_calls(const vxkernel::Kernel& kernel, const Options& options) {
   if (options.calls == "-") return evaluate_lines(kernel, std::cin, options);
   std::ifstream file(options.calls);
   if (!file) throw std::runtime_error("cannot read " + options.calls);
   return evaluate_lines(kernel, file, options);
+}
+
+// A single call that fails prints nothing but its error, unless the result is asked for as JSON.
+cli::ExitCode evaluate_call(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
+                            const Options& options) {
+  const cli::Outcome outcome = cli::evaluate(kernel, words, options.decimals);
+  if (outcome.ok || options.as_json) {
+    print(outcome, words, "", options);
+  } else {
+    std::cerr << "finance: " << outcome.text << '\n';
+  }
+  return outcome.ok ? cli::kAllWell : cli::kCalculationFailed;
 }
 
 std::string described(const std::string& word) {
@@ -94,62 +130,159 @@ std::string described(const std::string& word) {
   return page_of(*keyword);
 }
 
-// The keyword and its arguments, which stand behind the options; none with --calls.
-std::vector<std::string> call_of(const CLI::App& app) {
-  std::vector<std::string> words = app.remaining();
-  if (!words.empty() && words[0] == "--") {
-    words.erase(words.begin());
-  } else if (!words.empty() && words[0].starts_with('-')) {
-    throw CLI::ExtrasError({words[0]});
+// A delimiter is one character that can be no part of a quotation or a line end.
+char delimiter_of(const std::string& word) {
+  if (word == "tab" || word == "\\t") return '\t';
+  if (word.size() != 1 || std::string_view("\"\r\n").find(word[0]) != std::string_view::npos) {
+    throw CLI::ValidationError("-d", "must be one character, or tab");
   }
-  if ((app.count("--calls") == 0) == words.empty()) {
-    throw CLI::RequiredError("either a keyword or --calls FILE");
-  }
-  return words;
+  return word[0];
 }
 
-int run(int argc, char** argv) {
-  CLI::App app("Financial calculations: bonds, loans, cash flows, depreciation.", "finance");
-  app.formatter(std::make_shared<Help>());
-  app.footer(
-      "An argument is a number, a date (YYYY-MM-DD), a full stop for the missing value, or text.\n"
-      "Options stand before the keyword, so that numbers may be negative.\n\n"
-      "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n\n"
-      "Exit status: 0 all well, 1 a calculation failed, 2 the command line or a file is "
-      "at\nfault.");
-  app.prefix_command();
-  Options options;
-  std::string module = default_module();
+void add_options(CLI::App& app, Options& options) {
   app.add_option("--calls", options.calls,
                  "Evaluate one call a line from FILE, - for standard input")
       ->type_name("FILE");
-  app.add_option("--module", module, "Load this module instead of the one beside the command")
+  app.add_option("--module", options.module,
+                 "Load this module instead of the one beside the command")
       ->type_name("FILE");
   app.add_flag("--json", options.as_json, "Print each result or error as a line of JSON");
   app.add_option("--digits", options.decimals,
                  "Print results with N decimals instead of all digits")
       ->type_name("N")
       ->check(CLI::Range(0, 17));
-  std::string word;
-  bool lists = false;
-  app.add_flag("--list", lists, "Print every keyword and what it computes");
-  const CLI::Option* const describe_option =
-      app.add_option("--describe", word, "Print what there is to know of a keyword")
-          ->type_name("KEYWORD");
+  app.add_flag("--list", options.lists, "Print every keyword and what it computes");
+  app.add_option("--describe", options.described, "Print what there is to know of a keyword")
+      ->type_name("KEYWORD");
   app.set_version_flag("--version", "finance " VXFNC_VERSION);
 
+  const std::map<std::string, cli::OnError> on_error = {{"null", cli::OnError::kNull},
+                                                        {"text", cli::OnError::kText},
+                                                        {"skip", cli::OnError::kSkip},
+                                                        {"fail", cli::OnError::kFail}};
+  app.add_option_function<std::string>(
+         "--errors",
+         [&options, on_error](const std::string& word) { options.on_error = on_error.at(word); },
+         "What a row that fails becomes: null (default), text (of the error), skip or fail")
+      ->type_name("HOW")
+      ->check(CLI::IsMember({"null", "text", "skip", "fail"}));
+
+  constexpr const char* kTables = "Tables";
+  cli::TableJob& table = options.table;
+  app.add_option("-e", table.expressions, "Append a column with the value of an expression")
+      ->type_name("'NAME = EXPRESSION'")
+      ->allow_extra_args(false)
+      ->group(kTables);
+  app.add_option("-i", table.input, "Read CSV from FILE; standard input where it is left out, or -")
+      ->type_name("FILE")
+      ->group(kTables);
+  app.add_option("-o", table.output, "Write to FILE, which appears when all is well, whole")
+      ->type_name("FILE")
+      ->group(kTables);
+  const std::map<std::string, cli::Format> formats = {
+      {"csv", cli::Format::kCsv}, {"tsv", cli::Format::kTsv}, {"ndjson", cli::Format::kNdjson}};
+  app.add_option_function<std::string>(
+         "-t", [&table, formats](const std::string& word) { table.format = formats.at(word); },
+         "Write csv (default), tsv or ndjson")
+      ->type_name("TYPE")
+      ->check(CLI::IsMember({"csv", "tsv", "ndjson"}))
+      ->group(kTables);
+  app.add_option_function<std::string>(
+         "-d", [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
+         "What separates the cells of CSV, instead of a comma; tab for a tab")
+      ->type_name("CHARACTER")
+      ->group(kTables);
+  app.add_option("--by", table.keys, "Write one row for each group of rows that agree in COLUMN")
+      ->type_name("COLUMN,...")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->group(kTables);
+  app.add_option("-j", options.workers,
+                 "Work on N threads, instead of as many as there are processors")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024))
+      ->group(kTables);
+
+  constexpr const char* kEngines = "Engines";
+  app.add_option(
+         "--filter", options.filter.keyword,
+         "Answer rows of arguments separated by tabs, one result a row; without KEYWORD, each "
+         "row begins with one")
+      ->type_name("[KEYWORD]")
+      ->expected(0, 1)
+      ->group(kEngines);
+  app.add_option_function<std::string>(
+         "--escape",
+         [&options](const std::string& word) {
+           options.filter.escape = word == "none" ? cli::Escape::kNone : cli::Escape::kBackslash;
+         },
+         "How the rows of a filter escape characters: backslash (default) or none")
+      ->type_name("HOW")
+      ->check(CLI::IsMember({"backslash", "none"}))
+      ->group(kEngines);
+  app.add_flag("--chunk-header", options.filter.has_chunk_headers,
+               "A line with the number of its rows stands before each chunk of a filter's rows")
+      ->group(kEngines);
+  app.add_option("--definitions", options.definitions,
+                 "Print what an engine is told of the functions: clickhouse")
+      ->type_name("ENGINE")
+      ->check(CLI::IsMember({"clickhouse"}))
+      ->group(kEngines);
+}
+
+// What there is to do: exactly one of these.
+cli::ExitCode run(const CLI::App& app, Options& options) {
+  std::vector<std::string> words = app.remaining();  // the keyword and its arguments
+  if (!words.empty() && words[0] == "--") {
+    words.erase(words.begin());
+  } else if (!words.empty() && words[0].starts_with('-')) {
+    throw CLI::ExtrasError({words[0]});
+  }
+  const auto is_given = [&app](const char* option) { return app.count(option) > 0; };
+  const auto jobs = (words.empty() ? 0 : 1) + (is_given("--calls") ? 1 : 0) +
+                    (is_given("-e") ? 1 : 0) + (is_given("--filter") ? 1 : 0) +
+                    (options.lists ? 1 : 0) + (is_given("--describe") ? 1 : 0) +
+                    (is_given("--definitions") ? 1 : 0);
+  if (jobs == 0 && is_given("-i")) throw CLI::RequiredError("-e, an expression to evaluate,");
+  if (jobs != 1) {
+    throw CLI::RequiredError("one of a keyword, -e, --calls, --filter, --list or --describe");
+  }
+  if (options.lists) return std::cout << catalog::list_by_task(), cli::kAllWell;
+  if (is_given("--describe")) return std::cout << described(options.described), cli::kAllWell;
+  if (is_given("--definitions")) return std::cout << cli::clickhouse_definitions(), cli::kAllWell;
+
+  const vxkernel::Kernel kernel(options.module);
+  if (is_given("--calls")) return evaluate_calls(kernel, options);
+  if (is_given("-e")) {
+    options.table.decimals = options.decimals;
+    options.table.on_error = options.on_error;
+    options.table.workers = options.workers;
+    return evaluate_table(kernel, options.table);
+  }
+  if (is_given("--filter")) {
+    if (options.on_error == cli::OnError::kSkip) {
+      throw CLI::ValidationError("--errors", "a filter answers every row, and skips none");
+    }
+    options.filter.decimals = options.decimals;
+    options.filter.on_error = options.on_error;
+    return filter(kernel, options.filter);
+  }
+  return evaluate_call(kernel, words, options);
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Financial calculations: bonds, loans, cash flows, depreciation.", "finance");
+  app.formatter(std::make_shared<Help>());
+  app.footer(kFooter);
+  app.prefix_command();
+  Options options;
+  add_options(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   }
-  ExitCode exit_code = kAllWell;
-  if (lists || *describe_option) {
-    std::cout << (lists ? catalog::list_by_task() : "")
-              << (*describe_option ? described(word) : "");
-  } else {
-    exit_code = evaluate(vxkernel::Kernel(module), call_of(app), options);
-  }
+  const cli::ExitCode exit_code = run(app, options);
   if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");
   return exit_code;
 }
@@ -162,9 +295,9 @@ int main(int argc, char** argv) {
     return run(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::cerr << "finance: " << error.what() << "\nRun `finance --help` for what it takes.\n";
-    return kUsage;
+    return cli::kUsage;
   } catch (const std::exception& error) {
     std::cerr << "finance: " << error.what() << '\n';
-    return kUsage;
+    return cli::kUsage;
   }
 }

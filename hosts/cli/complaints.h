@@ -1,0 +1,52 @@
+// What is said on standard error of rows that fail: the first failures, then how many there are.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2, kSomeFailed = 3 };
+
+class Complaints {
+ public:
+  static constexpr std::size_t kMost = 5;
+
+  [[nodiscard]] bool are_enough() const noexcept { return told_ >= kMost; }
+
+  void tell(std::string_view complaint) {
+    if (are_enough()) return;
+    fmt::print(stderr, "finance: {}\n", complaint);
+    ++told_;
+  }
+
+  void count(std::uint64_t rows, std::uint64_t failed_rows) noexcept {
+    rows_ += rows;
+    failed_rows_ += failed_rows;
+  }
+
+  // Says how many of what failed, if any.
+  ExitCode finish(std::string_view input, std::string_view what) const {
+    if (failed_rows_ == 0) return kAllWell;
+    fmt::print(stderr, "finance: {}: {} of {} {} failed\n", input, failed_rows_, rows_, what);
+    return kSomeFailed;
+  }
+
+ private:
+  std::size_t told_ = 0;
+  std::uint64_t rows_ = 0;
+  std::uint64_t failed_rows_ = 0;
+};
+
+// What a row that fails is to become.
+enum class OnError : std::uint8_t {
+  kNull,  // the results that failed are missing
+  kText,  // they are the error's text
+  kSkip,  // the row is left out
+  kFail,  // the end: nothing of it and behind it is written
+};
+
+}  // namespace cli

@@ -1,0 +1,157 @@
+#include "filter.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "call.h"
+#include "output.h"
+#include "records.h"
+
+namespace cli {
+namespace {
+
+// A cell's value, or those of a list: [1,2], ['2026-11-23','2027-05-15'], with NULL for a missing
+// one.
+void append_values(std::string_view cell, std::vector<Value>& values) {
+  if (!cell.starts_with('[') || !cell.ends_with(']')) {
+    values.push_back(cell == kMissingCell ? Value{} : value_of_cell(cell));
+    return;
+  }
+  std::string_view list = cell.substr(1, cell.size() - 2);
+  while (!list.empty()) {
+    const std::size_t end = std::min(list.find(','), list.size());
+    std::string_view element = list.substr(0, end);
+    list.remove_prefix(std::min(end + 1, list.size()));
+    const std::size_t first = element.find_first_not_of(" '\"");
+    element = first == element.npos
+                  ? ""
+                  : element.substr(first, element.find_last_not_of(" '\"") + 1 - first);
+    const bool is_missing = element == kMissingCell || element == "NULL" || element == "null";
+    values.push_back(is_missing ? Value{} : value_of_cell(element));
+  }
+}
+
+class Filter {
+ public:
+  Filter(const vxkernel::Kernel& kernel, const FilterJob& job) : kernel_(kernel), job_(job) {
+    if (job.keyword.empty()) return;
+    keyword_ = catalog::find(job.keyword);
+    if (keyword_ == nullptr) throw std::runtime_error(job.keyword + ": no such keyword");
+  }
+
+  // Appends the answer to a row. False when it failed, for the reason in complaint().
+  bool answer(std::string_view row, std::string& out) {
+    complaint_ = complaint_of(row);
+    const std::size_t before = out.size();
+    if (complaint_.empty()) {
+      append_value(out, result_, job_.decimals);
+    } else if (job_.on_error == OnError::kText) {
+      append_escaped(out, complaint_);
+    }
+    if (out.size() == before) out += kMissingCell;
+    out += '\n';
+    return complaint_.empty();
+  }
+
+  [[nodiscard]] const std::string& complaint() const noexcept { return complaint_; }
+
+ private:
+  // Evaluates a row; what went wrong, or nothing.
+  std::string complaint_of(std::string_view row) {
+    split_line(row, job_.escape, cells_);
+    std::size_t first = 0;
+    const catalog::Keyword* keyword = keyword_;
+    if (keyword == nullptr) {
+      keyword = catalog::find(cells_[first++]);
+      if (keyword == nullptr)
+        return shown({.word = cells_[0], .kind = Value::Kind::kText}) + ": no such keyword";
+    }
+    values_.clear();
+    arguments_.clear();
+    for (; first < cells_.size(); ++first) append_values(cells_[first], values_);
+    for (const Value& value : values_) arguments_.push_back(value.argument());
+    if (keyword != last_keyword_ || values_.size() != last_count_) {
+      if (auto complaint = Callee::complaint_of_count(*keyword, values_.size())) return *complaint;
+      callee_.emplace(*keyword, values_.size());
+      last_keyword_ = keyword;
+      last_count_ = values_.size();
+    }
+    const vxkernel::Evaluation answer = callee_->evaluate(kernel_, arguments_);
+    if (!answer.ok()) return callee_->complaint(answer, values_);
+    result_ = callee_->result(answer);
+    return {};
+  }
+
+  const vxkernel::Kernel& kernel_;
+  const FilterJob& job_;
+  const catalog::Keyword* keyword_ = nullptr;
+  std::optional<Callee> callee_;  // of the last row that had the right number of arguments
+  const catalog::Keyword* last_keyword_ = nullptr;
+  std::size_t last_count_ = 0;
+  std::vector<std::string> cells_;
+  std::vector<Value> values_;
+  std::vector<vxkernel::Argument> arguments_;
+  Value result_;
+  std::string complaint_;
+};
+
+// The number of rows that a chunk's header announces; nothing where it is none.
+std::optional<std::uint64_t> rows_of_chunk(std::string_view header) {
+  std::uint64_t rows = 0;
+  const char* const last = header.data() + header.size();
+  const auto [end, error] = std::from_chars(header.data(), last, rows);
+  return error == std::errc() && end == last ? std::optional(rows) : std::nullopt;
+}
+
+}  // namespace
+
+ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
+  Filter filter(kernel, job);
+  InputFile input("-");
+  BlockReader reader(input, Framing::kLines, '\t');
+  OutputFile output("");
+  Complaints complaints;
+  Block block;
+  std::string out;
+  std::uint64_t left_of_chunk = 0;
+  std::uint64_t line = 1;
+  while (reader.next(block)) {
+    out.clear();
+    for (std::string_view rest = block.text; !rest.empty(); ++line) {
+      const std::size_t end = std::min(rest.find('\n'), rest.size());
+      std::string_view row = rest.substr(0, end);
+      rest.remove_prefix(std::min(end + 1, rest.size()));
+      if (row.ends_with('\r')) row.remove_suffix(1);
+      if (job.has_chunk_headers && left_of_chunk == 0) {
+        const auto rows = rows_of_chunk(row);
+        if (!rows) {
+          output.write(out);
+          throw std::runtime_error(
+              fmt::format("-:{}: a chunk's header must be its number of rows", line));
+        }
+        left_of_chunk = *rows;
+        continue;
+      }
+      if (left_of_chunk > 0) --left_of_chunk;
+      const std::size_t before = out.size();
+      const bool all_well = filter.answer(row, out);
+      complaints.count(1, all_well ? 0 : 1);
+      if (all_well) continue;
+      if (!complaints.are_enough())
+        complaints.tell(fmt::format("-:{}: {}", line, filter.complaint()));
+      if (job.on_error != OnError::kFail) continue;
+      output.write(std::string_view(out).substr(0, before));
+      return kCalculationFailed;
+    }
+    output.write(out);
+  }
+  complaints.finish("-", "rows");
+  return kAllWell;
+}
+
+}  // namespace cli

@@ -1,0 +1,31 @@
+// How far a long job has come, on standard error when that is a terminal.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace cli {
+
+class Progress {
+ public:
+  explicit Progress(std::uint64_t bytes_in_all);  // 0: not known
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void advance(std::uint64_t rows, std::uint64_t bytes_so_far);
+
+  // Takes the line away, so that something else can be written.
+  void clear();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  std::uint64_t bytes_in_all_;
+  std::uint64_t rows_ = 0;
+  bool is_wanted_;
+  bool is_shown_ = false;
+  Clock::time_point started_ = Clock::now();
+  Clock::time_point next_ = started_ + std::chrono::seconds(1);
+};
+
+}  // namespace cli
