@@ -20,7 +20,8 @@ constexpr Argument date(std::string_view name, std::string_view meaning) {
 
 // Dates. Where others are allowed to be in any order, the keyword starts from the plain one.
 inline constexpr Argument settlement = date("settlement", "date on which the buyer pays");
-inline constexpr Argument maturity_date = date("maturity", "date on which it is redeemed");
+inline constexpr Argument maturity_date =
+    date("maturity", "date on which the security is redeemed");
 inline constexpr Argument maturity = maturity_date.not_before("settlement");
 inline constexpr Argument issue = date("issue", "date of issue");
 inline constexpr Argument issue_before_settlement = issue.not_after("settlement");
@@ -49,16 +50,16 @@ inline constexpr Argument any_frequency = {"frequency", ArgumentKind::kFrequency
 inline constexpr Argument frequency = any_frequency.at_least(1);
 inline constexpr Argument basis =
     Argument{"basis", ArgumentKind::kBasis, "day-count basis"}.optional(
-        "30/360; one that is given but missing is ACTUAL");
+        "30/360; a missing value means ACTUAL");
 
 // Treasury bills: fractions of a day count.
 inline constexpr Argument bill_settlement =
     Argument{"settlement", ArgumentKind::kDateTime, "date on which the buyer pays"}.above(0);
 inline constexpr Argument bill_maturity =
-    Argument{"maturity", ArgumentKind::kDateTime, "date on which it is redeemed"}.above(0);
+    Argument{"maturity", ArgumentKind::kDateTime, "date on which the bill is redeemed"}.above(0);
 
 // Loans: money received is positive, money paid is negative, and the rate is one of a period.
-inline constexpr Argument any_rate = number("rate", "interest rate a period, a fraction");
+inline constexpr Argument any_rate = number("rate", "interest rate per period, a fraction");
 inline constexpr Argument rate = any_rate.above(0);
 inline constexpr Argument any_nper = whole("nper", "number of periods");
 inline constexpr Argument nper = any_nper.at_least(1);
@@ -66,10 +67,10 @@ inline constexpr Argument any_per = whole("per", "period asked for, the first is
 inline constexpr Argument per = any_per.not_beyond("nper");
 inline constexpr Argument pmt = number("pmt", "payment of each period");
 inline constexpr Argument pv = number("pv", "present value");
-inline constexpr Argument fv = number("fv", "future value").optional("0, also for a missing one");
+inline constexpr Argument fv = number("fv", "future value").optional("0, as for a missing one");
 inline constexpr Argument any_type =
     whole("type", "1: payments at the start of periods, otherwise at their end")
-        .optional("0, also for a missing one");
+        .optional("0, as for a missing one");
 inline constexpr Argument type = any_type.at_most(1);
 
 // Rates and prices.

@@ -153,7 +153,7 @@ std::string words_of(const Bound& bound, ArgumentKind kind) {
 
 std::string range_of(const Argument& argument) {
   using enum ArgumentKind;
-  if (argument.kind == kBasis) return "0 to 4, 30/360, ACTUAL, ACT/360, ACT/365 or EU30/360";
+  if (argument.kind == kBasis) return std::string(kBasisRange);
   if (is_yes_or_no(argument)) return "0 or 1";
   std::string range;
   const auto add = [&range](std::string_view text) {
@@ -163,7 +163,7 @@ std::string range_of(const Argument& argument) {
   if (argument.kind == kFrequency) add("1, 2, 4, 6 or 12");
   if (argument.kind == kWhole) add("whole number");
   if (argument.kind == kDate) add("date");
-  if (argument.kind == kDateTime) add("date, with or without a fraction of a day");
+  if (argument.kind == kDateTime) add("date, or days from 1960-01-01, which may have a fraction");
   for (const Bound& bound : argument.bounds()) {
     if (!bound.subject.empty()) {
       range += "; " + words_of(bound, argument.kind);

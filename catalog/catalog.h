@@ -177,6 +177,10 @@ constexpr bool is_frequency(double value) noexcept {
   return value == 1 || value == 2 || value == 4 || value == 6 || value == 12;
 }
 
+// What a day-count basis may be, in words.
+inline constexpr std::string_view kBasisRange =
+    "0 or 30/360, 1 or ACTUAL, 2 or ACT/360, 3 or ACT/365, 4 or EU30/360";
+
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;
 

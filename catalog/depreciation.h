@@ -13,13 +13,13 @@ inline constexpr Argument prorated_salvage = salvage.at_least(0);
 inline constexpr Argument prorated_period =
     whole("period", "period asked for, 0 is the prorated first").at_least(0);
 inline constexpr Argument prorated_rate =
-    number("rate", "yearly depreciation rate, a fraction of the cost").above(0);
+    number("rate", "yearly depreciation rate, a fraction").above(0);
 
 inline constexpr Keyword kDepreciation[] = {
     {"SLN",
      kAmount,
      {cost, salvage, life},
-     {.title = "straight-line depreciation of a period",
+     {.title = "straight-line depreciation for one period",
       .summary = "Spreads the loss of value evenly over the life, which need not be whole.",
       .result = "amount, in the currency of the cost",
       .formula = "(cost - salvage) / life",
@@ -30,9 +30,9 @@ inline constexpr Keyword kDepreciation[] = {
     {"SYD",
      kAmount,
      {cost, salvage, whole_life, period},
-     {.title = "sum-of-years'-digits depreciation of a period",
+     {.title = "sum-of-years'-digits depreciation for one period",
       .summary = "Charges each year in proportion to the years left. A period beyond the life is "
-                 "not refused: it gives 0 or turns the sign.",
+                 "not refused: the first gives 0, later ones an amount of the opposite sign.",
       .result = "amount, in the currency of the cost",
       .formula = "(cost - salvage) (life - period + 1) 2 / (life (life + 1))",
       .example = "35000 5000 5 1",
@@ -43,11 +43,12 @@ inline constexpr Keyword kDepreciation[] = {
      kAmount,
      {cost, salvage, whole_life, period.not_beyond("life", 1),
       whole("month", "months of the first year").at_least(1).optional("12")},
-     {.title = "fixed-declining-balance depreciation of a period",
-      .summary =
-          "Charges a fixed rate of what is left, rounded to three decimals. A first year of fewer "
-          "months leaves the rest to the year after the life, so that a period of life + 1 is "
-          "allowed. The months have no upper bound. A salvage of 0 makes a rate of 1.",
+     {.title = "fixed-declining-balance depreciation for one period",
+      .summary = "Charges a fixed rate, rounded to three decimals, on what is left. A first year "
+                 "of fewer months leaves its other months to period life + 1, which is 0 with 12 "
+                 "months. More than 12 months are not refused and make that period negative. A "
+                 "salvage of 0 makes a rate of 1; a cost of 0, or a salvage of the opposite sign, "
+                 "makes none, and the answer is the missing value.",
       .result = "amount, in the currency of the cost",
       .formula = "r = 1 - (salvage / cost)^(1 / life), rounded to three decimals\n"
                  "period 1: cost r month / 12\n"
@@ -61,7 +62,7 @@ inline constexpr Keyword kDepreciation[] = {
      kAmount,
      {cost, salvage, life, period.not_beyond("life"),
       factor.optional("2, also for one that is missing or not above 0")},
-     {.title = "double-declining-balance depreciation of a period",
+     {.title = "double-declining-balance depreciation for one period",
       .summary = "Charges a multiple of the straight-line rate on what is left, down to the "
                  "salvage. It never switches to straight line. A factor that is missing or not "
                  "above 0 is not refused but taken as 2. A salvage above the cost gives 0.",
@@ -82,9 +83,10 @@ inline constexpr Keyword kDepreciation[] = {
           .at_most(1)
           .optional("1, also for a missing one")},
      {.title = "declining-balance depreciation over a span of periods",
-      .summary = "Sums the charges from start to end period. Unless no_switch is given as 0, it "
-                 "does not switch to straight line. A start at or after the end gives 0; the whole "
-                 "life gives all of cost less salvage.",
+      .summary = "Sums the charges of the periods after start_period up to end_period. Unless "
+                 "no_switch is given as 0, it does not switch to straight line. A start at or "
+                 "after the end gives 0. The whole life in one span gives cost less salvage, even "
+                 "where its parts add up to less. A salvage above the cost gives negative amounts.",
       .result = "amount, in the currency of the cost",
       .formula = "charge = min((cost - taken) factor / life, cost - salvage - taken)\n"
                  "with no_switch 0, once it is more: (cost - salvage - taken) / periods left",
@@ -96,13 +98,15 @@ inline constexpr Keyword kDepreciation[] = {
      kAmount,
      {positive_cost, purchased, first_period, prorated_salvage, prorated_period,
       prorated_rate.below(0.5), basis},
-     {.title = "prorated declining depreciation, in whole amounts",
-      .summary = "Charges the rate times a coefficient on what is left: 1.5 for a life (1 / rate) "
-                 "of up to 4, 2 up to 6, 2.5 beyond. Period n - 1 takes half of what is left and "
-                 "period n all, n being the whole periods of the life. Every charge is rounded to "
-                 "a whole number, halves away from 0. A life below 3 gives 0, and so do a period "
-                 "beyond n and a purchase on the end of the first period. Under ACTUAL the first "
-                 "year has the days of the year of purchase.",
+     {.title = "prorated declining-balance depreciation, in whole amounts",
+      .summary =
+          "Charges the rate times a coefficient on what is left: 1.5 for a life (1 / rate) of up "
+          "to 4, 2 up to 6, 2.5 beyond. Period n - 1 takes half of what is left and period n the "
+          "rest, n being the whole periods of the life. The salvage is no floor: the charge that "
+          "crosses it is made in full (period 0 excepted), and only later ones are 0. Every charge "
+          "is rounded to a whole number, halves away from 0. A life below 3 gives 0, and so do a "
+          "period beyond n and a purchase on the day the first period ends. Under ACTUAL the first "
+          "year has the days of the year of purchase.",
       .result = "amount, a whole number in the currency of the cost",
       .formula =
           "period 0: min(cost r t, cost - salvage), t = years from date_purchased to first_period\n"
@@ -119,10 +123,12 @@ inline constexpr Keyword kDepreciation[] = {
       prorated_rate, basis},
      {.title = "prorated straight-line depreciation",
       .summary =
-          "Charges the rate of the cost each period, a part of it in the first, down to the "
-          "salvage. A purchase on the end of the first period has no prorated first one: period 0 "
-          "is then a full one. Periods beyond the life give 0. Under ACTUAL the first year has the "
-          "days of the year of purchase; under 30/360 an end on the 31st adds no day.",
+          "Charges cost times rate each period, a prorated part of that in period 0, until only "
+          "the salvage is left. Period 0 itself is not capped: after a long first period, or with "
+          "a high salvage, it may take more than cost less salvage. With a purchase on the day the "
+          "first period ends there is no prorated period: period 0 is then a full one. Periods "
+          "beyond the life give 0. Under ACTUAL the first year has the days of the year of "
+          "purchase; under 30/360 a first period that ends on the 31st counts no extra day.",
       .result = "amount, in the currency of the cost",
       .formula = "period 0: cost rate t, t = years from date_purchased to first_period\n"
                  "later: max(0, min(cost rate, cost - salvage - taken))",

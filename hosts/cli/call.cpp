@@ -14,7 +14,7 @@ using catalog::ArgumentKind;
 
 constexpr int kNotTried = -4;  // status of a call that was refused before it was made
 
-std::string_view expected(ArgumentKind kind) noexcept {
+std::string expected(ArgumentKind kind) {
   switch (kind) {
     case ArgumentKind::kNumber:
       return "must be a number";
@@ -28,7 +28,7 @@ std::string_view expected(ArgumentKind kind) noexcept {
     case ArgumentKind::kBasis:
       break;
   }
-  return "must be 0 to 4, 30/360, ACTUAL, ACT/360, ACT/365 or EU30/360";
+  return fmt::format("must be {}", catalog::kBasisRange);
 }
 
 std::string counted(std::size_t least, std::size_t most) {
@@ -118,10 +118,10 @@ std::string Callee::reason(std::size_t position, std::span<const Value> values) 
   using enum ArgumentKind;
   const auto kind = described_[position - 1]->kind;
   const double value = values[position - 1].number;
-  if (kind == kBasis) return std::string(expected(kind));
+  if (kind == kBasis) return expected(kind);
   if (std::isnan(value)) return "must not be missing";
   const bool needs_whole = kind == kWhole || kind == kDate;
-  if (needs_whole && value != std::trunc(value)) return std::string(expected(kind));
+  if (needs_whole && value != std::trunc(value)) return expected(kind);
   const catalog::Bound* const bound = broken_bound(position, values);
   return bound == nullptr ? "outside the allowed range" : words_of(*bound, kind);
 }

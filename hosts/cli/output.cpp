@@ -163,7 +163,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path), descriptor_(STDOU
   }
   ::fchmod(descriptor_, exists ? status.st_mode & 07777 : 0666 & ~mask);
   if (temporary_.size() < sizeof interrupted_file) {
-    std::strcpy(interrupted_file, temporary_.c_str());
+    interrupted_file[temporary_.copy(interrupted_file, temporary_.size())] = '\0';
     for (const int signal : kEndingSignals) {
       if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
     }

@@ -301,7 +301,7 @@ auto explained(const std::string& text, auto&& read) {
 // Sorts and leaves each once.
 std::vector<std::size_t> each_once(std::vector<std::size_t> indices) {
   std::ranges::sort(indices);
-  indices.erase(std::ranges::unique(indices).begin(), indices.end());
+  indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
   return indices;
 }
 
