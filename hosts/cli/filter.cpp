@@ -46,6 +46,11 @@ class Filter {
 
   // Appends the answer to a row. False when it failed, for the reason in complaint().
   bool answer(std::string_view row, std::string& out) {
+    for (std::size_t i = 0; i < job_.kept; ++i) {
+      const std::size_t end = std::min(row.find('\t'), row.size());
+      out.append(row.substr(0, end)).append(1, '\t');
+      row.remove_prefix(std::min(end + 1, row.size()));
+    }
     complaint_ = complaint_of(row);
     const std::size_t before = out.size();
     if (complaint_.empty()) {

@@ -13,6 +13,7 @@ namespace cli {
 struct FilterJob {
   std::string keyword;  // empty: each row begins with one
   Escape escape = Escape::kBackslash;
+  std::size_t kept = 0;  // the first cells of a row stand before its answer, and are no arguments
   bool has_chunk_headers = false;  // a line with the number of its rows stands before each chunk
   int decimals = kAllDigits;
   OnError on_error = OnError::kNull;  // not kSkip

@@ -24,9 +24,9 @@ class Help : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App*, std::string) const override {
     return "Usage: finance [OPTIONS] KEYWORD [ARGUMENT...]\n"
-           "       finance [OPTIONS] [-i FILE] -e EXPRESSION...\n"
-           "       finance [OPTIONS] --calls FILE\n"
-           "       finance [OPTIONS] --filter [KEYWORD]\n\n";
+           "  or:  finance [OPTIONS] [-i FILE] -e EXPRESSION...\n"
+           "  or:  finance [OPTIONS] --calls FILE\n"
+           "  or:  finance [OPTIONS] --filter [KEYWORD]\n\n";
   }
 };
 
@@ -45,8 +45,8 @@ constexpr const char* kFooter =
     "the output has one row for each group.\n"
     "\n"
     "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n"
-    "  finance --describe PRICE        what there is to know of a keyword\n"
-    "  finance -i bonds.csv -e 'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)'\n"
+    "  finance --describe PRICE        what there is to know of a keyword\n\n"
+    "  finance -i bonds.csv -e 'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)'\n\n"
     "  finance -i flows.csv --by fund -e 'rate = XIRR(amount[], date[])'\n"
     "\n"
     "Exit status: 0 all well, 1 the calculation failed (or a row, with --errors fail), 2 the "
@@ -150,7 +150,7 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("--digits", options.decimals,
                  "Print results with N decimals instead of all digits")
       ->type_name("N")
-      ->check(CLI::Range(0, 17));
+      ->check(CLI::Range(0, 17).description(""));
   app.add_flag("--list", options.lists, "Print every keyword and what it computes");
   app.add_option("--describe", options.described, "Print what there is to know of a keyword")
       ->type_name("KEYWORD");
@@ -163,9 +163,9 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option_function<std::string>(
          "--errors",
          [&options, on_error](const std::string& word) { options.on_error = on_error.at(word); },
-         "What a row that fails becomes: null (default), text (of the error), skip or fail")
+         "What a row that fails becomes: null (default), text, skip or fail")
       ->type_name("HOW")
-      ->check(CLI::IsMember({"null", "text", "skip", "fail"}));
+      ->check(CLI::IsMember({"null", "text", "skip", "fail"}).description(""));
 
   constexpr const char* kTables = "Tables";
   cli::TableJob& table = options.table;
@@ -185,7 +185,7 @@ void add_options(CLI::App& app, Options& options) {
          "-t", [&table, formats](const std::string& word) { table.format = formats.at(word); },
          "Write csv (default), tsv or ndjson")
       ->type_name("TYPE")
-      ->check(CLI::IsMember({"csv", "tsv", "ndjson"}))
+      ->check(CLI::IsMember({"csv", "tsv", "ndjson"}).description(""))
       ->group(kTables);
   app.add_option_function<std::string>(
          "-d", [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
@@ -193,14 +193,14 @@ void add_options(CLI::App& app, Options& options) {
       ->type_name("CHARACTER")
       ->group(kTables);
   app.add_option("--by", table.keys, "Write one row for each group of rows that agree in COLUMN")
-      ->type_name("COLUMN,...")
+      ->type_name("COLUMN")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->group(kTables);
   app.add_option("-j", options.workers,
                  "Work on N threads, instead of as many as there are processors")
       ->type_name("N")
-      ->check(CLI::Range(1, 1024))
+      ->check(CLI::Range(1, 1024).description(""))
       ->group(kTables);
 
   constexpr const char* kEngines = "Engines";
@@ -218,7 +218,12 @@ void add_options(CLI::App& app, Options& options) {
          },
          "How the rows of a filter escape characters: backslash (default) or none")
       ->type_name("HOW")
-      ->check(CLI::IsMember({"backslash", "none"}))
+      ->check(CLI::IsMember({"backslash", "none"}).description(""))
+      ->group(kEngines);
+  app.add_option(
+         "--keep", options.filter.kept,
+         "Write the first N cells of a filter's row before its result; they are no arguments")
+      ->type_name("N")
       ->group(kEngines);
   app.add_flag("--chunk-header", options.filter.has_chunk_headers,
                "A line with the number of its rows stands before each chunk of a filter's rows")
@@ -226,7 +231,7 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("--definitions", options.definitions,
                  "Print what an engine is told of the functions: clickhouse")
       ->type_name("ENGINE")
-      ->check(CLI::IsMember({"clickhouse"}))
+      ->check(CLI::IsMember({"clickhouse"}).description(""))
       ->group(kEngines);
 }
 

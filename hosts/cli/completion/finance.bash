@@ -1,0 +1,27 @@
+# bash completion for finance                              -*- shell-script -*-
+
+_finance_keywords() { "$1" --list 2>/dev/null | awk '/^  / { print $1 }'; }
+
+_finance() {
+  local cur prev words cword
+  _init_completion || return
+  local choices=
+  case $prev in
+    -i | -o | --calls | --module) _filedir; return ;;
+    -e | -d | -j | --by | --digits) return ;;
+    -t) choices='csv tsv ndjson' ;;
+    --errors) choices='null text skip fail' ;;
+    --escape) choices='backslash none' ;;
+    --definitions) choices='clickhouse' ;;
+    --describe | --filter) choices=$(_finance_keywords "$1") ;;
+    *)
+      if [[ $cur == -* ]]; then
+        choices=$(_parse_help "$1")
+      elif ((cword == 1)) || [[ $prev == -- ]]; then
+        choices=$(_finance_keywords "$1")
+      fi
+      ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$choices" -- "${cur^^}" | grep . || compgen -W "$choices" -- "$cur")
+} &&
+  complete -F _finance finance

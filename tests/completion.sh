@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# What the completion for bash offers.
+# usage: completion.sh COMMAND COMPLETION
+source /usr/share/bash-completion/bash_completion
+source "$2"
+expect() { # OFFERED WORD...: what is offered for the last word
+  local offered=$1
+  shift
+  COMP_WORDS=(finance "$@") COMP_CWORD=$# COMP_LINE="finance $*" COMPREPLY=()
+  COMP_POINT=${#COMP_LINE}
+  _finance "${command_path:?}" "${*: -1}" "${COMP_WORDS[COMP_CWORD - 1]}"
+  [ "${COMPREPLY[*]}" = "$offered" ] || { echo "$*: offers ${COMPREPLY[*]}"; exit 1; }
+}
+command_path=$1
+expect 'PRICE PRICEDISC PRICEMAT' pri
+expect XIRR --describe XI
+expect 'null text skip fail' --errors ''
+expect '--describe --definitions' --de
+expect ndjson -i bonds.csv -t nd
+expect '' PRICE 20
