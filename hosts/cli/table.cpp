@@ -67,7 +67,7 @@ struct Work {
         result = plan.expressions[i].root->evaluate(evaluator);
         if (!evaluator.failed) continue;
         complain(line, evaluator.complaint);
-        errors[i] = std::move(evaluator.complaint);
+        errors[i].swap(evaluator.complaint);
       } else {
         errors[i] = complaint;
       }
