@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <numeric>
 #include <stdexcept>
 #include <unordered_map>
 
