@@ -42,12 +42,6 @@ std::vector<Read> records_of(std::string_view text, std::uint64_t* lines = nullp
   return all;
 }
 
-bool ends_open(std::string_view text) {
-  cli::CsvParser parser(text, ',');
-  while (parser.next()) continue;
-  return parser.record().is_open;
-}
-
 std::string contents(const fs::path& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
@@ -75,9 +69,10 @@ TEST(Csv, CellsAreTheWrittenOnes) {
       {"\"a,b\",\"c\nd\"\ne", {{0, {"a,b", "c\nd"}}, {2, {"e"}}}},
       {"\"say \"\"hi\"\"\",\"\"\n\"\"\"\"", {{0, {"say \"hi\"", ""}}, {1, {"\""}}}},
       {"5\" disk,a\"\"b\n", {{0, {"5\" disk", "a\"\"b"}}}},  // they do not open a cell
-      {"\"a\" b,c\",d\n", {{0, {"a\" b,c", "d"}}}},          // nor does this one close it
+      {"\"a,b\" c,d\"\n\"a\"b\"", {{0, {"\"a,b\" c", "d\""}}, {1, {"\"a\"b\""}}}},  // nor do these
+      {"1,\"a\n2,\"b\"\n", {{0, {"1", "a"}}, {1, {"2", "b"}}}},  // one that is not closed
       {" \"a\" , b\n", {{0, {" \"a\" ", " b"}}}},
-      {"\"a\nb,c\n", {{0, {"a\nb,c"}}}},
+      {"\"a\nb,c\n", {{0, {"a"}}, {1, {"b", "c"}}}},
       {"", {}},
   };
   for (const auto& [text, records] : rows) EXPECT_EQ(records_of(text), records) << text;
@@ -95,7 +90,7 @@ TEST_F(Folder, BlocksHoldTheSameRecordsAsTheWhole) {
   for (int round = 0; round < 300; ++round) {
     std::string text = "head,er\n";
     for (int i = 0; i < 400; ++i) text += alphabet[random() % alphabet.size()];
-    text += "\"\n";  // closes what may be open
+    if (round % 2 == 0) text += ",\"x\ny\"";  // the last line may lack its end
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_DIRECT), 0);  // a read gives what one write gave
     std::jthread writer([&text, &random, out = ends[1]] {
@@ -123,7 +118,6 @@ TEST_F(Folder, BlocksHoldTheSameRecordsAsTheWhole) {
     }
     writer.join();
     ::close(ends[0]);
-    if (ends_open(text)) continue;  // blocks then give up a line, and go on
     const std::vector<Read> whole = records_of(text);
     ASSERT_EQ(all.size(), whole.size());
     for (std::size_t i = 0; i < all.size(); ++i) ASSERT_EQ(all[i], whole[i]) << i;
@@ -155,7 +149,8 @@ TEST(InOrder, WritesAsItReadAndStopsAtTheFirstError) {
           [&](const Item& item) {
             if (item.number == write_fails) throw std::runtime_error("write");
             written.push_back(item.number);
-          });
+          },
+          [] {});
     };
     const auto expect_first = [&](int count) {
       ASSERT_EQ(written.size(), static_cast<std::size_t>(count));
@@ -237,7 +232,8 @@ TEST(Expressions, FollowTheUsualRules) {
   for (const auto& [text, value] : rows) {
     evaluator.begin(true);
     std::string got;
-    append_value(got, parse("r = " + std::string(text), columns).root->evaluate(evaluator));
+    const std::string named = "r = " + std::string(text);
+    append_value(got, parse(named, columns).root->evaluate(evaluator));
     EXPECT_EQ(got, value) << text;
     EXPECT_FALSE(evaluator.failed) << evaluator.complaint;
   }

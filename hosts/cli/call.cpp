@@ -89,8 +89,11 @@ Value Callee::result(const vxkernel::Evaluation& answer) const noexcept {
 // Names an argument, its value and what is wrong with it.
 std::string Callee::refused(std::size_t position, std::span<const Value> values,
                             std::string_view complaint) const {
-  return fmt::format("{}: argument {} ({}) is {}: {}", keyword_->word, position,
-                     described_[position - 1]->name, shown(values[position - 1]), complaint);
+  const Value& value = values[position - 1];
+  const bool is_missing = !value.is_text() && std::isnan(value.number);
+  const std::string what = is_missing ? "missing" : fmt::format("{}: {}", shown(value), complaint);
+  return fmt::format("{}: argument {} ({}) is {}", keyword_->word, position,
+                     described_[position - 1]->name, what);
 }
 
 // The value of the argument of this name; NaN when the call has none.
@@ -119,7 +122,6 @@ std::string Callee::reason(std::size_t position, std::span<const Value> values) 
   const auto kind = described_[position - 1]->kind;
   const double value = values[position - 1].number;
   if (kind == kBasis) return expected(kind);
-  if (std::isnan(value)) return "must not be missing";
   const bool needs_whole = kind == kWhole || kind == kDate;
   if (needs_whole && value != std::trunc(value)) return expected(kind);
   const catalog::Bound* const bound = broken_bound(position, values);
@@ -141,13 +143,19 @@ std::string Callee::complaint(const vxkernel::Evaluation& answer,
   if (answer.status == vxkernel::kOutOfStorage) {
     return fmt::format("{}: not enough storage for so many arguments", keyword_->word);
   }
-  for (std::size_t i = 1; i <= values.size(); ++i) {  // some bounds are held without a mark
+  for (std::size_t i = 1; i <= values.size(); ++i) {  // what is held without a mark
+    const bool is_in_list = described_[i - 1]->presence == catalog::Presence::kRepeated;
+    if (is_in_list && std::isnan(values[i - 1].number)) return refused(i, values, "");
     const catalog::Bound* const bound = broken_bound(i, values);
     if (bound != nullptr && !bound->marks) return refused(i, values, reason(i, values));
   }
   const std::string_view when = keyword_->description.fails;
   return fmt::format("{}: the calculation cannot be carried out{}{}", keyword_->word,
                      when.empty() ? "" : ", as happens when ", when);
+}
+
+std::string no_such_keyword(std::string_view word) {
+  return shown({.word = word, .kind = Value::Kind::kText}) + ": no such keyword";
 }
 
 std::vector<std::string> words_of(std::string_view line) {
@@ -172,8 +180,7 @@ Outcome evaluate(const vxkernel::Kernel& kernel, std::span<const std::string> wo
     return Outcome{false, std::move(complaint), false};
   };
   const catalog::Keyword* const keyword = catalog::find(words[0]);
-  if (keyword == nullptr)
-    return failed(shown({.word = words[0], .kind = Value::Kind::kText}) + ": no such keyword");
+  if (keyword == nullptr) return failed(no_such_keyword(words[0]));
   std::vector<Value> values;
   std::vector<vxkernel::Argument> arguments;
   for (const std::string& word : words.subspan(1)) {

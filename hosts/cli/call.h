@@ -53,6 +53,9 @@ class Callee {
   std::vector<const catalog::Argument*> described_;  // by position, from 0
 };
 
+// What is said of a word that names no keyword.
+std::string no_such_keyword(std::string_view word);
+
 // The words of a line: separated by blanks, quoted with ' or " where they hold some. A word that
 // begins with # opens a comment. Throws std::invalid_argument when a quotation is not closed.
 std::vector<std::string> words_of(std::string_view line);

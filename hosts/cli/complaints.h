@@ -4,12 +4,18 @@
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace cli {
 
 enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2, kSomeFailed = 3 };
+
+// Writes to standard error. Where that cannot be written, the data still can.
+inline void say(std::string_view text) noexcept {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
 
 class Complaints {
  public:
@@ -19,7 +25,7 @@ class Complaints {
 
   void tell(std::string_view complaint) {
     if (are_enough()) return;
-    fmt::print(stderr, "finance: {}\n", complaint);
+    say(fmt::format("finance: {}\n", complaint));
     ++told_;
   }
 
@@ -31,7 +37,7 @@ class Complaints {
   // Says how many of what failed, if any.
   ExitCode finish(std::string_view input, std::string_view what) const {
     if (failed_rows_ == 0) return kAllWell;
-    fmt::print(stderr, "finance: {}: {} of {} {} failed\n", input, failed_rows_, rows_, what);
+    say(fmt::format("finance: {}: {} of {} {} failed\n", input, failed_rows_, rows_, what));
     return kSomeFailed;
   }
 

@@ -11,6 +11,9 @@ namespace {
 // Deeper nesting is refused: every parenthesis takes a frame of the parser's stack.
 constexpr int kDeepest = 200;
 
+// So does every operator of the evaluation's stack.
+constexpr std::size_t kMostTokens = 5000;
+
 struct Token {
   enum class Kind : std::uint8_t { kEnd, kValue, kText, kName, kQuotedName, kSymbol };
   Kind kind;
@@ -28,6 +31,19 @@ bool is_letter(char c) noexcept {
 }
 bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// The length of four digits, -, one or two digits, -, one or two digits; 0 for anything else.
+std::size_t like_a_date(std::string_view text) noexcept {
+  std::size_t at = 0;
+  const auto digits = [&](std::size_t most) {
+    std::size_t count = 0;
+    while (count < most && at < text.size() && is_digit(text[at])) ++at, ++count;
+    return count;
+  };
+  const auto dash = [&] { return at < text.size() && text[at] == '-' ? ++at, true : false; };
+  constexpr std::size_t kYear = 4;
+  return digits(kYear) == kYear && dash() && digits(2) > 0 && dash() && digits(2) > 0 ? at : 0;
+}
 
 std::vector<Token> tokens_of(std::string_view text) {
   using enum Token::Kind;
@@ -63,6 +79,8 @@ std::vector<Token> tokens_of(std::string_view text) {
       tokens.back().text = text.substr(at + 1, end - at - 1);
     } else if (value_of(text.substr(at, kDateLength)).is_date()) {
       add(kValue, at, kDateLength);
+    } else if (const std::size_t length = like_a_date(text.substr(at)); length > 0) {
+      throw SyntaxError("no such date (YYYY-MM-DD); to subtract, put blanks around -", at, length);
     } else if (begins_number) {
       add(kValue, at, number(at));
     } else if (is_letter(c)) {
@@ -77,6 +95,7 @@ std::vector<Token> tokens_of(std::string_view text) {
       throw SyntaxError("this belongs to no expression", at, 1);
     }
   }
+  if (tokens.size() > kMostTokens) throw SyntaxError("the expression is too long", 0, 1);
   add(kEnd, text.size(), 0);
   return tokens;
 }
@@ -107,11 +126,10 @@ class Column : public Node {
   std::size_t column_;
 };
 
-class ColumnRange : public Node {
+class ColumnRange : public Operand {
  public:
   ColumnRange(std::string_view text, std::size_t first, std::size_t last)
-      : Node(text), first_(first), last_(last) {}
-  Value evaluate(Evaluator&) const override { return {}; }
+      : Operand(text), first_(first), last_(last) {}
   void push(Evaluator& in) const override {
     for (std::size_t i = first_; i <= last_; ++i) {
       in.stack.push_back(Column::value_of_column(in, i));
@@ -123,10 +141,9 @@ class ColumnRange : public Node {
   std::size_t last_;
 };
 
-class ColumnList : public Node {
+class ColumnList : public Operand {
  public:
-  ColumnList(std::string_view name, std::size_t column) : Node(name), column_(column) {}
-  Value evaluate(Evaluator&) const override { return {}; }
+  ColumnList(std::string_view name, std::size_t column) : Operand(name), column_(column) {}
   void push(Evaluator& in) const override {
     for (const double number : in.lists[column_]) {
       in.stack.push_back({.number = number});
@@ -199,17 +216,22 @@ class Call : public Node {
  public:
   // Without a count, it depends on the lists of a group.
   Call(std::string_view text, const catalog::Keyword& keyword,
-       std::vector<std::unique_ptr<Node>> arguments, std::optional<std::size_t> count)
+       std::vector<std::unique_ptr<Operand>> arguments, std::optional<std::size_t> count)
       : Node(text), keyword_(keyword), arguments_(std::move(arguments)) {
     if (count) callee_.emplace(keyword, *count);
+    for (const auto& argument : arguments_) {
+      if (const auto* const node = dynamic_cast<const Node*>(argument.get())) {
+        nodes_.push_back(node);
+      }
+    }
   }
 
   Value evaluate(Evaluator& in) const override {
     const std::size_t base = in.stack.size();
-    if (callee_ && callee_->size() == arguments_.size()) {  // no range: the quick way
-      in.stack.resize(base + arguments_.size());
-      for (std::size_t i = 0; i < arguments_.size(); ++i) {
-        const Value value = arguments_[i]->evaluate(in);  // may move the stack
+    if (nodes_.size() == arguments_.size()) {  // the quick way
+      in.stack.resize(base + nodes_.size());
+      for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        const Value value = nodes_[i]->evaluate(in);  // may move the stack
         in.stack[base + i] = value;
       }
     } else {
@@ -239,7 +261,8 @@ class Call : public Node {
   }
 
   const catalog::Keyword& keyword_;
-  std::vector<std::unique_ptr<Node>> arguments_;
+  std::vector<std::unique_ptr<Operand>> arguments_;
+  std::vector<const Node*> nodes_;  // those of the arguments that have one value
   std::optional<Callee> callee_;
 };
 
@@ -273,6 +296,7 @@ class Parser {
 
  private:
   using NodePointer = std::unique_ptr<Node>;
+  using OperandPointer = std::unique_ptr<Operand>;
 
   [[nodiscard]] const Token& token() const noexcept { return tokens_[at_]; }
 
@@ -372,15 +396,16 @@ class Parser {
     const catalog::Keyword* const keyword = catalog::find(word.text);
     if (keyword == nullptr) refuse("no such keyword; `finance --list` shows all");
     at_ += 2;
-    std::vector<NodePointer> arguments;
+    std::vector<OperandPointer> arguments;
     std::size_t count = 0;
-    const std::size_t lists_before = lists_.size();
+    bool has_lists = false;
     if (!token().is(")")) {
-      do arguments.push_back(argument(count));
-      while (take(","));
+      do {
+        has_lists |= tokens_[at_ + 1].is("[]");
+        arguments.push_back(argument(count));
+      } while (take(","));
     }
     expect(")");
-    const bool has_lists = lists_.size() > lists_before;
     const std::string_view source = source_from(word.at);
     if (!has_lists) {
       if (const auto complaint = Callee::complaint_of_count(*keyword, count)) {
@@ -392,7 +417,7 @@ class Parser {
   }
 
   // Counts what it stands for among the arguments of the call.
-  NodePointer argument(std::size_t& count) {
+  OperandPointer argument(std::size_t& count) {
     const Token first = token();
     const bool is_name = first.kind == Token::Kind::kName || first.kind == Token::Kind::kQuotedName;
     ++count;
@@ -405,23 +430,55 @@ class Parser {
       lists_.push_back(index);
       return std::make_unique<ColumnList>(first.text, index);
     }
-    if (is_name && tokens_[at_ + 1].is("..")) {
-      const std::size_t from = column();
-      ++at_;
-      const Token second = token();
-      const bool ends_in_name =
-          second.kind == Token::Kind::kName || second.kind == Token::Kind::kQuotedName;
-      if (!ends_in_name) refuse("a column is missing here");
-      const std::size_t to = column();
-      if (to < from) {
-        throw SyntaxError(fmt::format("column {} stands before {}", second.text, first.text),
-                          first.at, second.at + second.length - first.at);
-      }
-      for (std::size_t i = from; i <= to; ++i) use_value(i, first);
-      count += to - from;
-      return std::make_unique<ColumnRange>(source_from(first.at), from, to);
-    }
+    if (is_name && tokens_[at_ + 1].is("..")) return range(count);
     return sum();
+  }
+
+  OperandPointer range(std::size_t& count) {
+    const Token first = token();
+    const std::size_t from = column();
+    ++at_;
+    const Token last = token();
+    if (last.kind != Token::Kind::kName && last.kind != Token::Kind::kQuotedName) {
+      refuse("a column is missing here");
+    }
+    const std::size_t to = column();
+    const Token whole{first.kind, source_from(first.at), first.at,
+                      last.at + last.length - first.at};
+    const auto refuse_range = [&whole](const std::string& complaint) {
+      throw SyntaxError(complaint, whole.at, whole.length);
+    };
+    if (to < from) refuse_range(fmt::format("column {} stands before {}", last.text, first.text));
+    // Numbered columns must stand in the order of their numbers: sorted as text, they do not.
+    const auto start = numbered(first.text);
+    for (std::size_t i = from; i <= to; ++i) {
+      const auto here = numbered(columns_.names()[i]);
+      if (start && numbered(last.text) &&
+          (!here || here->stem != start->stem || here->number != start->number + (i - from))) {
+        refuse_range(fmt::format("column {} stands in this range", columns_.names()[i]));
+      }
+      use_value(i, whole);
+    }
+    count += to - from;
+    return std::make_unique<ColumnRange>(whole.text, from, to);
+  }
+
+  struct Numbered {
+    std::string_view stem;
+    std::uint64_t number;
+  };
+
+  // A name that ends in a number, such as cf12.
+  static std::optional<Numbered> numbered(std::string_view name) {
+    std::size_t digits = 0;
+    while (digits < name.size() && is_digit(name[name.size() - 1 - digits])) ++digits;
+    constexpr std::size_t kMostDigits = 9;
+    if (digits == 0 || digits > kMostDigits) return {};
+    std::uint64_t number = 0;
+    for (const char c : name.substr(name.size() - digits)) {
+      number = 10 * number + static_cast<std::uint64_t>(c - '0');
+    }
+    return Numbered{name.substr(0, name.size() - digits), number};
   }
 
   // Takes the name of a column.
@@ -464,11 +521,17 @@ std::size_t Columns::find(std::string_view name) const {
   const auto found = std::ranges::find(names_, name);
   if (found == names_.end()) {
     constexpr std::size_t kMostNamed = 20;
-    const std::size_t named = std::min(names_.size(), kMostNamed);
-    throw std::invalid_argument(fmt::format(
-        "no column {}; there are {}{}", name,
-        fmt::join(names_.begin(), names_.begin() + static_cast<std::ptrdiff_t>(named), ", "),
-        named < names_.size() ? ", ..." : ""));
+    std::vector<std::string> shown_names;
+    for (const std::string& each : names_) {
+      if (shown_names.size() == kMostNamed) break;
+      const bool is_plain =
+          !each.empty() && is_letter(each[0]) &&
+          std::ranges::all_of(each, [](char c) { return is_letter(c) || is_digit(c); });
+      shown_names.push_back(is_plain ? each : '"' + each + '"');
+    }
+    throw std::invalid_argument(fmt::format("no column {}; there are {}{}", name,
+                                            fmt::join(shown_names, ", "),
+                                            shown_names.size() < names_.size() ? ", ..." : ""));
   }
   if (std::find(found + 1, names_.end(), name) != names_.end()) {
     throw std::invalid_argument(fmt::format("there are two columns {}", name));

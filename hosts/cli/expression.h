@@ -32,7 +32,7 @@ struct Evaluator {
   std::vector<Value> values{};               // a row's, by column; those in use need be there
   std::vector<std::vector<double>> lists{};  // a group's, by column; those in use need be there
 
-  // Sticky: set by the first failure, which ends the evaluation.
+  // Sticky: set by the first failure, after which no call is made.
   bool failed = false;
   bool wants_complaint = false;
   std::string complaint{};
@@ -83,20 +83,29 @@ class Columns {
   std::vector<std::size_t> keys_;
 };
 
-class Node {
+// What can stand among the arguments of a call.
+class Operand {
  public:
-  explicit Node(std::string_view text) : source(text) {}
-  Node(const Node&) = delete;
-  Node& operator=(const Node&) = delete;
-  virtual ~Node() = default;
+  explicit Operand(std::string_view text) : source(text) {}
+  Operand(const Operand&) = delete;
+  Operand& operator=(const Operand&) = delete;
+  virtual ~Operand() = default;
+
+  // Puts the arguments that it stands for on the stack.
+  virtual void push(Evaluator& in) const = 0;
+
+  std::string_view source;  // as it was written
+};
+
+// An operand with one value.
+class Node : public Operand {
+ public:
+  using Operand::Operand;
 
   // When the evaluator says that it failed, the value means nothing.
   virtual Value evaluate(Evaluator& in) const = 0;
 
-  // Puts on the stack what the node stands for among the arguments of a call.
-  virtual void push(Evaluator& in) const { in.stack.push_back(evaluate(in)); }
-
-  std::string source;  // as it was written
+  void push(Evaluator& in) const final { in.stack.push_back(evaluate(in)); }
 };
 
 struct Expression {
@@ -106,7 +115,7 @@ struct Expression {
   std::vector<std::size_t> lists;   // columns in use as lists
 };
 
-// Throws SyntaxError.
+// Refers to the text. Throws SyntaxError.
 Expression parse(std::string_view text, const Columns& columns);
 
 // Whether an expression speaks of lists, as in amount[]: then rows stand in groups. Throws

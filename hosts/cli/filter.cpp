@@ -22,15 +22,13 @@ void append_values(std::string_view cell, std::vector<Value>& values) {
     values.push_back(cell == kMissingCell ? Value{} : value_of_cell(cell));
     return;
   }
-  std::string_view list = cell.substr(1, cell.size() - 2);
-  while (!list.empty()) {
-    const std::size_t end = std::min(list.find(','), list.size());
-    std::string_view element = list.substr(0, end);
-    list.remove_prefix(std::min(end + 1, list.size()));
-    const std::size_t first = element.find_first_not_of(" '\"");
-    element = first == element.npos
-                  ? ""
-                  : element.substr(first, element.find_last_not_of(" '\"") + 1 - first);
+  const std::string_view list = without_blanks(cell.substr(1, cell.size() - 2));
+  for (std::size_t at = 0, end = 0; !list.empty() && end < list.size(); at = end + 1) {
+    end = std::min(list.find(',', at), list.size());
+    std::string_view element = without_blanks(list.substr(at, end - at));
+    const bool is_quoted = element.size() > 1 && element.front() == element.back() &&
+                           (element.front() == '\'' || element.front() == '"');
+    if (is_quoted) element = element.substr(1, element.size() - 2);
     const bool is_missing = element == kMissingCell || element == "NULL" || element == "null";
     values.push_back(is_missing ? Value{} : value_of_cell(element));
   }
@@ -41,7 +39,7 @@ class Filter {
   Filter(const vxkernel::Kernel& kernel, const FilterJob& job) : kernel_(kernel), job_(job) {
     if (job.keyword.empty()) return;
     keyword_ = catalog::find(job.keyword);
-    if (keyword_ == nullptr) throw std::runtime_error(job.keyword + ": no such keyword");
+    if (keyword_ == nullptr) throw std::runtime_error(no_such_keyword(job.keyword));
   }
 
   // Appends the answer to a row. False when it failed, for the reason in complaint().
@@ -73,8 +71,7 @@ class Filter {
     const catalog::Keyword* keyword = keyword_;
     if (keyword == nullptr) {
       keyword = catalog::find(cells_[first++]);
-      if (keyword == nullptr)
-        return shown({.word = cells_[0], .kind = Value::Kind::kText}) + ": no such keyword";
+      if (keyword == nullptr) return no_such_keyword(cells_[0]);
     }
     values_.clear();
     arguments_.clear();
@@ -119,7 +116,7 @@ ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
   Filter filter(kernel, job);
   InputFile input("-");
   BlockReader reader(input, Framing::kLines, '\t');
-  OutputFile output("");
+  OutputFile output("-");
   Complaints complaints;
   Block block;
   std::string out;
@@ -156,6 +153,9 @@ ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
     output.write(out);
   }
   complaints.finish("-", "rows");
+  if (left_of_chunk > 0) {
+    throw std::runtime_error(fmt::format("-: the last chunk lacks {} rows", left_of_chunk));
+  }
   return kAllWell;
 }
 

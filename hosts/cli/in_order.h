@@ -14,10 +14,10 @@ namespace cli {
 
 // Each of the threads has an item of its own and goes round: read(item) one thread at a time, until
 // it returns false; work(item) many at once; write(item) one at a time, in the order of the reads.
-// So memory holds one item a thread, and whoever waits for more input has written all before it.
-// The first exception ends all of it and is rethrown, except that what was read before read threw
-// is written first. Runs on fewer threads where the system gives no more.
-void in_order(auto& items, auto&& read, auto&& work, auto&& write) {
+// So memory holds one item a thread, and no answer waits for more input. The first exception ends
+// all of it and is rethrown, except that what was read before read threw is written first; stop()
+// then makes a read that still waits return. Runs on fewer threads where the system gives no more.
+void in_order(auto& items, auto&& read, auto&& work, auto&& write, auto&& stop) {
   std::mutex reading;
   std::mutex writing;
   std::condition_variable turn;
@@ -58,6 +58,7 @@ void in_order(auto& items, auto&& read, auto&& work, auto&& write) {
       } catch (...) {
         error = std::current_exception();
         stopped = at_end = true;
+        stop();
       }
       ++blocks_written;
       lock.unlock();

@@ -1,6 +1,8 @@
 // The command `finance`: evaluates calls of the host function FINANCE, one by one, over tables and
 // in the pipes of engines. Results go to standard output, everything else to standard error.
+#include <fcntl.h>
 #include <sys/auxv.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -126,15 +128,19 @@ cli::ExitCode evaluate_call(const vxkernel::Kernel& kernel, const std::vector<st
 
 std::string described(const std::string& word) {
   const catalog::Keyword* const keyword = catalog::find(word);
-  if (keyword == nullptr) throw std::runtime_error(word + ": no such keyword");
+  if (keyword == nullptr) throw std::runtime_error(cli::no_such_keyword(word));
   return page_of(*keyword);
 }
 
-// A delimiter is one character that can be no part of a quotation or a line end.
+// A delimiter is one character that can be no part of a quotation, a line end or a number.
 char delimiter_of(const std::string& word) {
   if (word == "tab" || word == "\\t") return '\t';
-  if (word.size() != 1 || std::string_view("\"\r\n").find(word[0]) != std::string_view::npos) {
-    throw CLI::ValidationError("-d", "must be one character, or tab");
+  const auto is_part_of_values = [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+           std::string_view("\"\r\n+-.").find(c) != std::string_view::npos;
+  };
+  if (word.size() != 1 || is_part_of_values(word[0])) {
+    throw CLI::ValidationError("-d", "must be tab, or one character that stands in no number");
   }
   return word[0];
 }
@@ -176,8 +182,9 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("-i", table.input, "Read CSV from FILE; standard input where it is left out, or -")
       ->type_name("FILE")
       ->group(kTables);
-  app.add_option("-o", table.output, "Write to FILE, which appears when all is well, whole")
+  app.add_option("-o", table.output, "Write to FILE, which appears whole or not at all")
       ->type_name("FILE")
+      ->check([](const std::string& file) { return file.empty() ? "must name a file" : ""; })
       ->group(kTables);
   const std::map<std::string, cli::Format> formats = {
       {"csv", cli::Format::kCsv}, {"tsv", cli::Format::kTsv}, {"ndjson", cli::Format::kNdjson}};
@@ -235,6 +242,22 @@ void add_options(CLI::App& app, Options& options) {
       ->group(kEngines);
 }
 
+// An option that the job has no use for is a mistake.
+void demand_fitting_options(const CLI::App& app) {
+  const auto is_given = [&app](const char* option) { return app.count(option) > 0; };
+  const auto demand = [&](const char* option, bool fits, const char* job) {
+    if (is_given(option) && !fits) throw CLI::RequiresError(option, job);
+  };
+  for (const char* const option : {"-i", "-o", "-t", "-d", "--by", "-j"}) {
+    demand(option, is_given("-e"), "-e");
+  }
+  for (const char* const option : {"--escape", "--keep", "--chunk-header"}) {
+    demand(option, is_given("--filter"), "--filter");
+  }
+  demand("--errors", is_given("-e") || is_given("--filter"), "-e or --filter");
+  demand("--json", !is_given("-e") && !is_given("--filter"), "a call, or --calls");
+}
+
 // What there is to do: exactly one of these.
 cli::ExitCode run(const CLI::App& app, Options& options) {
   std::vector<std::string> words = app.remaining();  // the keyword and its arguments
@@ -248,9 +271,11 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
                     (is_given("-e") ? 1 : 0) + (is_given("--filter") ? 1 : 0) +
                     (options.lists ? 1 : 0) + (is_given("--describe") ? 1 : 0) +
                     (is_given("--definitions") ? 1 : 0);
-  if (jobs == 0 && is_given("-i")) throw CLI::RequiredError("-e, an expression to evaluate,");
-  if (jobs != 1) {
-    throw CLI::RequiredError("one of a keyword, -e, --calls, --filter, --list or --describe");
+  demand_fitting_options(app);
+  constexpr const char* kJobs = "a keyword, -e, --calls, --filter, --list, --describe";
+  if (jobs == 0) throw CLI::RequiredError(std::string("one of ") + kJobs);
+  if (jobs > 1) {
+    throw CLI::ParseError(std::string("only one can be given of ") + kJobs, cli::kUsage);
   }
   if (options.lists) return std::cout << catalog::list_by_task(), cli::kAllWell;
   if (is_given("--describe")) return std::cout << described(options.described), cli::kAllWell;
@@ -295,11 +320,18 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Where a standard stream is closed, a file would get its number, and what is said there.
+  int null = 0;
+  while (null >= 0 && null <= STDERR_FILENO) null = ::open("/dev/null", O_RDWR);
+  if (null >= 0) ::close(null);
   std::ios::sync_with_stdio(false);
   try {
     return run(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::cerr << "finance: " << error.what() << "\nRun `finance --help` for what it takes.\n";
+    return cli::kUsage;
+  } catch (const std::bad_alloc&) {
+    std::cerr << "finance: not enough memory\n";
     return cli::kUsage;
   } catch (const std::exception& error) {
     std::cerr << "finance: " << error.what() << '\n';

@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,8 +23,11 @@ std::string json_string(std::string_view text) {
   return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-// A cell that JSON would read as a number.
+// A cell that JSON reads as a number, with no more digits than its readers keep.
 bool is_json_number(std::string_view text) {
+  constexpr std::size_t kMostKept = 16;
+  if (text.size() > kMostKept) return false;
+  if (text.find_first_not_of("0123456789+-.eE") != text.npos) return false;
   const std::string_view digits = text.starts_with('-') ? text.substr(1) : text;
   if (digits.empty() || digits[0] < '0' || digits[0] > '9') return false;
   if (digits.size() > 1 && digits[0] == '0' && digits[1] >= '0' && digits[1] <= '9') return false;
@@ -38,6 +42,13 @@ void remove_and_end(int signal) {
   ::unlink(interrupted_file);
   std::signal(signal, SIG_DFL);
   std::raise(signal);
+}
+
+// Signals that are ignored, as under nohup, stay so.
+void on_ending_signals(void (*action)(int)) {
+  for (const int signal : kEndingSignals) {
+    if (std::signal(signal, action) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
 }
 
 }  // namespace
@@ -91,8 +102,10 @@ void RowFormat::header(std::string& out) const {
 void RowFormat::cell(std::string& out, std::size_t column, std::string_view text) const {
   if (format_ == Format::kNdjson && column >= members_.size()) return;  // it has no name
   begin_cell(out, column);
-  if (format_ == Format::kNdjson && (text.empty() || is_json_number(text))) {
-    out += text.empty() ? "null" : text;
+  if (format_ == Format::kNdjson && (text.empty() || text == kMissingWord)) {
+    out += "null";
+  } else if (format_ == Format::kNdjson && is_json_number(text)) {
+    out += text;
   } else {
     text_cell(out, text);
   }
@@ -109,12 +122,11 @@ void RowFormat::value(std::string& out, std::size_t column, const Value& value) 
     if (out.size() == before) text_cell(out, {});
   } else if (std::isnan(number)) {
     out += "null";
-  } else if (value.is_date() || std::isinf(number)) {
-    out += '"';
-    append_value(out, value, decimals_);
-    out += '"';
   } else {
-    append_digits(out, number, decimals_);
+    std::string text;
+    const bool is_date = value.is_date() && append_date(text, number);
+    if (!is_date) append_digits(text, number, decimals_);
+    out += is_date || std::isinf(number) ? '"' + text + '"' : text;
   }
 }
 
@@ -143,7 +155,7 @@ void append_escaped(std::string& out, std::string_view text) {
 
 OutputFile::OutputFile(const std::string& path) : path_(path), descriptor_(STDOUT_FILENO) {
   namespace fs = std::filesystem;
-  if (path_.empty()) return;
+  if (path_ == "-") return;
   std::error_code ignored;
   struct stat status {};
   const bool exists = ::stat(path_.c_str(), &status) == 0;
@@ -152,10 +164,13 @@ OutputFile::OutputFile(const std::string& path) : path_(path), descriptor_(STDOU
     if (descriptor_ < 0) fail();
     return;
   }
-  if (exists) path_ = fs::canonical(path_, ignored);  // a link stays a link
+  if (exists) path_ = fs::canonical(path_, ignored);  // a link stays a link,
+  if (!exists && fs::is_symlink(path_, ignored)) {    // one that leads nowhere, too
+    path_ = fs::path(path_).parent_path() / fs::read_symlink(path_, ignored);
+  }
   const mode_t mask = ::umask(0);
   ::umask(mask);
-  temporary_ = path_ + ".XXXXXX";
+  temporary_ = fs::path(path_).parent_path() / ".finance-XXXXXX";
   descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
   if (descriptor_ < 0) {
     temporary_.clear();
@@ -164,28 +179,31 @@ OutputFile::OutputFile(const std::string& path) : path_(path), descriptor_(STDOU
   ::fchmod(descriptor_, exists ? status.st_mode & 07777 : 0666 & ~mask);
   if (temporary_.size() < sizeof interrupted_file) {
     interrupted_file[temporary_.copy(interrupted_file, temporary_.size())] = '\0';
-    for (const int signal : kEndingSignals) {
-      if (std::signal(signal, remove_and_end) == SIG_IGN) std::signal(signal, SIG_IGN);
-    }
+    on_ending_signals(remove_and_end);
   }
 }
 
 OutputFile::~OutputFile() {
   if (!temporary_.empty()) {
-    for (const int signal : kEndingSignals) std::signal(signal, SIG_DFL);
     ::unlink(temporary_.c_str());
+    on_ending_signals(SIG_DFL);
   }
   if (descriptor_ > STDOUT_FILENO) ::close(descriptor_);
 }
 
 void OutputFile::fail() const {
-  const std::string what = path_.empty() ? "standard output" : path_;
+  const std::string what = path_ == "-" ? "standard output" : path_;
   throw std::runtime_error("cannot write " + what + ": " + std::strerror(errno));
 }
 
 void OutputFile::write(std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(descriptor_, text.data(), text.size());
+    if (written < 0 && errno == EAGAIN) {  // a descriptor that does not block: wait for room
+      pollfd room{descriptor_, POLLOUT, 0};
+      ::poll(&room, 1, -1);
+      continue;
+    }
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) fail();
     text.remove_prefix(static_cast<std::size_t>(written));
@@ -195,7 +213,7 @@ void OutputFile::write(std::string_view text) {
 void OutputFile::commit() {
   if (temporary_.empty()) return;
   if (::fsync(descriptor_) != 0 || ::rename(temporary_.c_str(), path_.c_str()) != 0) fail();
-  for (const int signal : kEndingSignals) std::signal(signal, SIG_DFL);
+  on_ending_signals(SIG_DFL);
   temporary_.clear();
 }
 

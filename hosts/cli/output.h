@@ -46,7 +46,7 @@ void append_escaped(std::string& out, std::string_view text);
 
 class OutputFile {
  public:
-  // Standard output where the path is empty. A regular file is replaced by commit, with its
+  // Standard output where the path is -. A regular file is replaced by commit, with its
   // permissions; until then it stays as it is, even when the process is interrupted. Throws
   // std::runtime_error, as all others do.
   explicit OutputFile(const std::string& path);

@@ -1,10 +1,12 @@
 #include "progress.h"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+
+#include "complaints.h"
 
 namespace cli {
 namespace {
@@ -18,13 +20,15 @@ std::string rounded(double count) {
 
 }  // namespace
 
-Progress::Progress(std::uint64_t bytes_in_all)
-    : bytes_in_all_(bytes_in_all), is_wanted_(::isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(std::uint64_t bytes_in_all, bool shares_terminal)
+    : bytes_in_all_(bytes_in_all),
+      is_wanted_(::isatty(STDERR_FILENO) != 0 &&
+                 !(shares_terminal && ::isatty(STDOUT_FILENO) != 0)) {}
 
 Progress::~Progress() { clear(); }
 
 void Progress::clear() {
-  if (is_shown_) fmt::print(stderr, "\r\033[K");
+  if (is_shown_) say("\r\033[K");
   is_shown_ = false;
 }
 
@@ -47,8 +51,11 @@ void Progress::advance(std::uint64_t rows, std::uint64_t bytes_so_far) {
     line = fmt::format("[{:=<{}}{: <{}}] {:3.0f} %, {}, {}:{:02} left", "", filled, "",
                        kWidth - filled, 100 * share, line, left / 60, left % 60);
   }
-  fmt::print(stderr, "\r{}\033[K", line);
-  std::fflush(stderr);
+  winsize window{};  // a line that is wrapped could not be taken away
+  if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0) {
+    line.resize(std::min<std::size_t>(line.size(), window.ws_col - 1U));
+  }
+  say(fmt::format("\r{}\033[K", line));
 }
 
 }  // namespace cli

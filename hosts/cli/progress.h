@@ -8,7 +8,9 @@ namespace cli {
 
 class Progress {
  public:
-  explicit Progress(std::uint64_t bytes_in_all);  // 0: not known
+  // Of bytes in all, 0 if that is not known. Rows that go to standard output may share the
+  // terminal: then nothing is shown.
+  Progress(std::uint64_t bytes_in_all, bool shares_terminal);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

@@ -2,6 +2,8 @@
 
 #include <emmintrin.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,27 +23,34 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 }  // namespace
 
 InputFile::InputFile(const std::string& path)
-    : path_(path),
-      descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : name_(path == "-" ? "standard input" : path),
+      descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      interruption_(::eventfd(0, EFD_CLOEXEC)) {
   struct stat status {};
   if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) {
-    throw std::runtime_error("cannot read " + path + ": " + std::strerror(errno));
+    throw std::runtime_error("cannot read " + name_ + ": " + std::strerror(errno));
   }
   if (S_ISREG(status.st_mode)) size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
 InputFile::~InputFile() {
+  ::close(interruption_);
   if (descriptor_ != STDIN_FILENO) ::close(descriptor_);
 }
+
+void InputFile::interrupt() noexcept { ::eventfd_write(interruption_, 1); }
 
 bool InputFile::read(std::string& text) {
   const std::size_t before = text.size();
   text.resize(before + kReadSize);
   ssize_t got = 0;
-  do got = ::read(descriptor_, text.data() + before, kReadSize);
-  while (got < 0 && errno == EINTR);
+  do {
+    pollfd sources[] = {{descriptor_, POLLIN, 0}, {interruption_, POLLIN, 0}};
+    ::poll(sources, std::size(sources), -1);
+    got = sources[1].revents != 0 ? 0 : ::read(descriptor_, text.data() + before, kReadSize);
+  } while (got < 0 && (errno == EINTR || errno == EAGAIN));
   text.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-  if (got < 0) throw std::runtime_error("cannot read " + path_ + ": " + std::strerror(errno));
+  if (got < 0) throw std::runtime_error("cannot read " + name_ + ": " + std::strerror(errno));
   return got > 0;
 }
 
@@ -51,11 +60,13 @@ BlockReader::Ends BlockReader::record_ends() const {
   const std::string_view line_ends = framing_ == Framing::kCsv ? "\r\n" : "\n";
   if (framing_ == Framing::kLines || text.find('"') == text.npos) {
     const std::size_t first = text.find_first_of(line_ends);
-    return {first == text.npos ? 0 : first + 1, text.find_last_of(line_ends) + 1};
+    if (first == text.npos) return {};
+    const bool two = text.substr(first).starts_with("\r\n");
+    return {first + (two ? 2 : 1), text.find_last_of(line_ends) + 1};
   }
   Ends ends;
   CsvParser parser(text, delimiter_);
-  while (parser.next() && parser.is_complete()) {
+  while (parser.next() && (at_end_ || (parser.is_complete() && !parser.record().may_close))) {
     ends.last = parser.record().end;
     if (ends.first == 0) ends.first = ends.last;
   }
@@ -75,24 +86,31 @@ bool BlockReader::fill(Block& block, std::size_t Ends::*end) {
       take(block, size);
       return true;
     }
-    const bool too_long = pending_.size() > kLongestRecord;
-    if (at_end_ || too_long) {
-      if (pending_.empty()) return false;
-      // One record that does not end. If it has line ends, a quote is open.
+    if (pending_.size() > kLongestRecord) {  // a quote is open, or else a line is too long
       const std::size_t line_end = pending_.find('\n');
-      if (too_long && line_end == pending_.npos) {
-        throw std::runtime_error(input_.path() + " holds a line of more than 4 MiB");
+      if (line_end == pending_.npos) {
+        throw std::runtime_error(input_.name() + " holds a line of more than 4 MiB");
       }
-      take(block, line_end == pending_.npos ? pending_.size() : line_end + 1);
+      take(block, line_end + 1);
       return true;
     }
-    const bool is_first = taken_ == 0 && pending_.empty();
-    at_end_ = !input_.read(pending_);
-    if (is_first && pending_.starts_with(kByteOrderMark)) {
-      pending_.erase(0, kByteOrderMark.size());
-      taken_ = kByteOrderMark.size();
+    if (at_end_) {
+      take(block, pending_.size());
+      return !block.text.empty();
     }
+    read_more();
   }
+}
+
+// A byte order mark at the beginning of the input is no part of the text.
+void BlockReader::read_more() {
+  const bool is_first = taken_ == 0 && pending_.empty();
+  do at_end_ = !input_.read(pending_);
+  while (is_first && !at_end_ && pending_.size() < kByteOrderMark.size() &&
+         kByteOrderMark.starts_with(pending_));
+  if (!is_first || !pending_.starts_with(kByteOrderMark)) return;
+  pending_.erase(0, kByteOrderMark.size());
+  taken_ = kByteOrderMark.size();
 }
 
 bool BlockReader::next(Block& block) { return fill(block, &Ends::last); }
@@ -148,33 +166,51 @@ void CsvParser::end_of_line(std::size_t at) noexcept {
 // Takes the cell whose quote opens at a place, and returns where it ends.
 std::size_t CsvParser::quoted_cell(std::size_t at) {
   const std::size_t first = at + 1;
-  std::size_t doubled = 0;  // quotes that stand for themselves
-  std::size_t quote = first - 1;
-  std::size_t end = text_.size();
-  for (;;) {
-    quote = text_.find('"', quote + 1);
-    if (quote == text_.npos) break;
+  bool has_doubled = false;  // a quote that stands for itself
+  for (std::size_t from = first;;) {
+    const std::size_t quote = text_.find('"', from);
+    if (quote == text_.npos) {
+      record_.may_close = true;
+      return open_cell(at);
+    }
     const char next = quote + 1 < text_.size() ? text_[quote + 1] : '\n';
-    if (next == delimiter_ || next == '\n' || next == '\r') {
-      end = quote + 1;
-      break;
+    if (next == '"') {
+      has_doubled = true;
+      from = quote + 2;
+      continue;
     }
-    ++doubled;
-    if (next == '"') ++quote;
-  }
-  record_.is_open = quote == text_.npos;
-  std::string_view cell = text_.substr(first, (record_.is_open ? end : quote) - first);
-  line_ += static_cast<std::uint64_t>(std::ranges::count(cell, '\n'));
-  if (record_.is_open) cell = cell.substr(0, cell.find_last_not_of("\r\n") + 1);
-  if (doubled > 0) {
-    std::string& text = unquoted_.emplace_back();
-    for (std::size_t i = 0; i < cell.size(); ++i) {
-      text += cell[i];
-      if (cell.substr(i).starts_with("\"\"")) ++i;
+    const std::string_view cell = text_.substr(first, quote - first);
+    if (next != delimiter_ && next != '\n' && next != '\r') {
+      return cell.find_first_of("\r\n") == cell.npos ? plain_cell(at, quote + 1) : open_cell(at);
     }
-    cell = text;
+    line_ += static_cast<std::uint64_t>(std::ranges::count(cell, '\n'));
+    record_.cells.push_back(has_doubled ? unquoted(cell) : cell);
+    return quote + 1;
   }
-  record_.cells.push_back(cell);
+}
+
+std::string_view CsvParser::unquoted(std::string_view cell) {
+  std::string& text = unquoted_.emplace_back();
+  for (std::size_t i = 0; i < cell.size(); ++i) {
+    text += cell[i];
+    if (cell.substr(i).starts_with("\"\"")) ++i;
+  }
+  return text;
+}
+
+// The rest of the line is the cell whose quote is not closed.
+std::size_t CsvParser::open_cell(std::size_t at) {
+  const std::size_t end = std::min(text_.find_first_of("\r\n", at), text_.size());
+  record_.is_open = true;
+  record_.cells.push_back(text_.substr(at + 1, end - at - 1));
+  return end;
+}
+
+// Takes the cell that begins at a place and has no mark before another.
+std::size_t CsvParser::plain_cell(std::size_t at, std::size_t seen) {
+  std::size_t end = marks_.at_or_after(seen);
+  while (end < text_.size() && text_[end] == '"') end = marks_.at_or_after(end + 1);
+  record_.cells.emplace_back(text_.data() + at, end - at);
   return end;
 }
 
@@ -185,16 +221,10 @@ bool CsvParser::next() {
   record_.cells.clear();
   if (!unquoted_.empty()) unquoted_.clear();
   record_.line = line_;
-  record_.is_open = false;
+  record_.is_open = record_.may_close = false;
   std::size_t end = 0;
   for (std::size_t at = at_;; at = end + 1) {
-    if (at < text.size() && text[at] == '"') {
-      end = quoted_cell(at);
-    } else {
-      end = marks_.at_or_after(at);
-      while (end < text.size() && text[end] == '"') end = marks_.at_or_after(end + 1);
-      record_.cells.emplace_back(text.data() + at, end - at);
-    }
+    end = at < text.size() && text[at] == '"' ? quoted_cell(at) : plain_cell(at, at);
     if (end == text.size() || text[end] != delimiter_) break;
   }
   record_.text = text.substr(at_, end - at_);

@@ -10,7 +10,7 @@
 
 namespace cli {
 
-// The input: a file, or standard input for "-". Reads are counted for the progress bar.
+// The input: a file, or standard input for "-".
 class InputFile {
  public:
   explicit InputFile(const std::string& path);  // throws std::runtime_error
@@ -18,15 +18,19 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // Appends what one read gives; false at the end. Throws std::runtime_error.
+  // Appends what one read gives, waiting for it; false at the end. Throws std::runtime_error.
   bool read(std::string& text);
 
-  [[nodiscard]] const std::string& path() const noexcept { return path_; }
+  // From any thread: the read under way, and all others, are at the end.
+  void interrupt() noexcept;
+
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }  // for messages
   [[nodiscard]] std::uint64_t size() const noexcept { return size_; }  // 0 when it is not known
 
  private:
-  std::string path_;
+  std::string name_;
   int descriptor_;
+  int interruption_;  // readable once interrupted
   std::uint64_t size_ = 0;
 };
 
@@ -60,6 +64,7 @@ class BlockReader {
   };
   [[nodiscard]] Ends record_ends() const;
   void take(Block& block, std::size_t size);
+  void read_more();
   bool fill(Block& block, std::size_t Ends::*end);
 
   InputFile& input_;
@@ -101,15 +106,18 @@ class MarkFinder {
 // One record. Lives as long as the text and the parser, and until the next record.
 struct Record {
   std::vector<std::string_view> cells;  // without quotes
-  std::string_view text;                // as it was written, without its line end
+  std::string_view text;                // as it was written
   std::size_t end;                      // where the next one begins
   std::uint64_t line;                   // where it began, from 0
-  bool is_open;                         // a quote is not closed
+  bool is_open;                         // a quote is not closed,
+  bool may_close;                       // unless in text that is yet to come
 };
 
-// Takes CSV apart: quoted cells, doubled quotes, line ends within quotes, CRLF. Quotes open at the
-// beginning of a cell alone, and close before a delimiter or a line end alone; any other quote is a
-// character. Empty lines are no records.
+// Takes CSV apart: quoted cells, doubled quotes, line ends within quotes. Lines end with LF, CRLF
+// or CR; empty ones are no records. A quote opens at the beginning of a cell alone. Where its
+// partner has something behind it, as in "Alpha" fund, both are characters of a cell without
+// quotes; but if there is a line end between them, the quote is taken for one that is not closed,
+// which costs its line.
 class CsvParser {
  public:
   CsvParser(std::string_view text, char delimiter) noexcept
@@ -124,6 +132,9 @@ class CsvParser {
 
  private:
   std::size_t quoted_cell(std::size_t at);
+  std::size_t open_cell(std::size_t at);
+  std::size_t plain_cell(std::size_t at, std::size_t seen);
+  std::string_view unquoted(std::string_view cell);
   void end_of_line(std::size_t at) noexcept;
 
   std::string_view text_;

@@ -47,10 +47,13 @@ struct Work {
     is_stopped = false;
   }
 
-  // Keeps a complaint about a line, one of the first.
-  void complain(std::uint64_t line, std::string_view complaint) {
+  // Keeps a complaint about a line, one of the first. It names the expression where there are more.
+  void complain(std::uint64_t line, std::string_view complaint,
+                const Expression* expression = nullptr) {
     if (complaint.empty() || complaints.size() >= Complaints::kMost) return;
-    complaints.emplace_back(line, complaint);
+    const bool is_named = expression != nullptr && plan.expressions.size() > 1;
+    complaints.emplace_back(
+        line, fmt::format("{}{}{}", subject, is_named ? expression->name + ": " : "", complaint));
   }
 
   // Evaluates the expressions on the evaluator's values and lists; all fail if the complaint says
@@ -65,7 +68,7 @@ struct Work {
                         complaints.size() < Complaints::kMost);
         result = plan.expressions[i].root->evaluate(evaluator);
         if (!evaluator.failed) continue;
-        complain(line, evaluator.complaint);
+        complain(line, evaluator.complaint, &plan.expressions[i]);
         errors[i].swap(evaluator.complaint);
       } else {
         errors[i] = complaint;
@@ -87,7 +90,7 @@ struct Work {
   void append_results(std::size_t column) {
     for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
       Value value = evaluator.values[plan.header.size() + i];
-      if (value.is_failed() && plan.job.on_error == OnError::kText) {
+      if (value.is_failed() && plan.job.on_error == OnError::kText && !errors[i].empty()) {
         value = {.word = errors[i], .kind = Value::Kind::kText};
       }
       format.value(out, column + i, value);
@@ -98,6 +101,7 @@ struct Work {
   const RowFormat& format;
   Block block;
   Evaluator evaluator;
+  std::string subject;              // of the complaints: the keys of a group
   std::vector<std::string> errors;  // by expression
   std::string out;
   std::vector<std::pair<std::uint64_t, std::string>> complaints;  // with their lines
@@ -141,7 +145,8 @@ class Report {
 std::string complaint_of(const Plan& plan, const Record& record) {
   if (record.is_open) return "a quote that opens here is not closed";
   if (record.cells.size() == plan.header.size()) return {};
-  return fmt::format("has {} cells, the header has {}", record.cells.size(), plan.header.size());
+  return fmt::format("has {} cell{}, the header has {}", record.cells.size(),
+                     record.cells.size() == 1 ? "" : "s", plan.header.size());
 }
 
 // Evaluates the records of the work's block, each with its own results.
@@ -187,11 +192,13 @@ class Groups {
 
   [[nodiscard]] std::size_t size() const noexcept { return in_order_.size(); }
 
-  // Adds the records of a block.
-  void add(const Block& block) {
+  // Adds the records of a block, and says how many they are.
+  std::uint64_t add(const Block& block) {
+    std::uint64_t rows = 0;
     CsvParser parser(block.text, plan_.job.delimiter);
-    while (parser.next()) add(parser.record());
+    for (; parser.next(); ++rows) add(parser.record());
     lines_ += parser.lines();
+    return rows;
   }
 
   // Evaluates a range of groups, in the order in which they appeared.
@@ -207,6 +214,7 @@ class Groups {
       for (std::size_t i = 0; i < plan_.lists.size(); ++i) {
         work.evaluator.lists[plan_.lists[i]] = std::move(group.lists[i]);
       }
+      work.subject = plan_.keys.empty() ? "" : fmt::format("{}: ", fmt::join(keys, ", "));
       if (!work.is_kept(work.evaluate(group.line, group.complaint))) continue;
       for (std::size_t i = 0; i < plan_.keys.size(); ++i) {
         work.format.cell(work.out, i, keys[i]);
@@ -221,7 +229,9 @@ class Groups {
     key_.clear();
     for (std::size_t i = 0; i < plan_.keys.size(); ++i) {
       if (i > 0) key_ += '\t';
-      if (plan_.keys[i] < record.cells.size()) append_escaped(key_, record.cells[plan_.keys[i]]);
+      if (plan_.keys[i] < record.cells.size()) {
+        append_escaped(key_, without_blanks(record.cells[plan_.keys[i]]));
+      }
     }
     const auto [found, is_new] = groups_.try_emplace(key_);
     Group& group = found->second;
@@ -257,22 +267,33 @@ struct Header {
 };
 
 // The first record that is not empty.
-Header read_header(BlockReader& reader, const TableJob& job) {
+Header read_header(const InputFile& input, BlockReader& reader, const TableJob& job) {
   Header header;
   Block block;
   while (header.names.empty() && reader.next_record(block)) {
     if (block.text.starts_with("\xFF\xFE") || block.text.starts_with("\xFE\xFF")) {
-      throw std::runtime_error(job.input +
+      throw std::runtime_error(input.name() +
                                " is UTF-16; make it UTF-8 first: iconv -f UTF-16 -t UTF-8");
+    }
+    if (block.text.starts_with("\x1F\x8B")) {
+      throw std::runtime_error(input.name() + " is compressed; read it through zcat");
     }
     CsvParser parser(block.text, job.delimiter);
     while (parser.next()) {
-      header.names.assign(parser.record().cells.begin(), parser.record().cells.end());
+      const Record& record = parser.record();
+      if (record.is_open) {
+        throw std::runtime_error(input.name() +
+                                 ": a quote in the line of column names is not closed");
+      }
+      header.names.clear();
+      for (const std::string_view cell : record.cells) {
+        header.names.emplace_back(without_blanks(cell));
+      }
     }
     header.lines += parser.lines();
   }
   if (header.names.empty()) {
-    throw std::runtime_error(job.input + " is empty: it needs a line of column names");
+    throw std::runtime_error(input.name() + " is empty: it needs a line of column names");
   }
   return header;
 }
@@ -315,6 +336,9 @@ Plan plan_of(const vxkernel::Kernel& kernel, const TableJob& job, std::vector<st
     }
   };
   std::ranges::transform(job.keys, std::back_inserter(plan.keys), find);
+  if (each_once(plan.keys).size() < plan.keys.size()) {
+    throw std::runtime_error("--by names a column twice");
+  }
   plan.is_grouped = !job.keys.empty();
   for (const std::string& text : job.expressions) plan.is_grouped |= explained(text, uses_lists);
   if (plan.is_grouped) columns.group_by(plan.keys);
@@ -348,11 +372,11 @@ std::vector<std::string> output_names(const Plan& plan) {
 ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job) {
   InputFile input(job.input);
   BlockReader reader(input, Framing::kCsv, job.delimiter);
-  const auto [names, lines] = read_header(reader, job);
+  const auto [names, lines] = read_header(input, reader, job);
   const Plan plan = plan_of(kernel, job, names);
   const RowFormat format(job.format, job.delimiter, job.decimals, output_names(plan));
   OutputFile output(job.output);
-  Progress progress(input.size());
+  Progress progress(input.size(), job.output == "-");
   Report report(job, lines + 1, output, progress);
 
   std::string header;
@@ -365,8 +389,8 @@ ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job) {
   try {
     if (plan.is_grouped) {
       Groups groups(plan);
-      for (Work& work = works.front(); read(work); progress.advance(0, work.block.end)) {
-        groups.add(work.block);
+      for (Work& work = works.front(); read(work);) {
+        progress.advance(groups.add(work.block), work.block.end);
       }
       constexpr std::size_t kGroupsAtOnce = 64;
       struct Batch {
@@ -385,12 +409,13 @@ ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job) {
             return batch.first < batch.last;
           },
           [&groups](Batch& batch) { groups.evaluate(*batch.work, batch.first, batch.last); },
-          [&report](const Batch& batch) { report.add(*batch.work); });
+          [&report](const Batch& batch) { report.add(*batch.work); }, [] {});
     } else {
-      in_order(works, read, evaluate_rows, [&](const Work& work) {
+      const auto write = [&](const Work& work) {
         report.add(work);
         progress.advance(work.rows, work.block.end);
-      });
+      };
+      in_order(works, read, evaluate_rows, write, [&input] { input.interrupt(); });
     }
   } catch (const Stopped&) {
     progress.clear();

@@ -12,8 +12,8 @@
 namespace cli {
 
 struct TableJob {
-  std::string input = "-";  // a file of CSV; - is standard input
-  std::string output;       // empty: standard output
+  std::string input = "-";   // a file of CSV; - is standard input
+  std::string output = "-";  // a file; - is standard output
   std::vector<std::string> expressions;
   std::vector<std::string> keys;  // columns; rows that agree in all of them are a group
   char delimiter = ',';

@@ -38,8 +38,9 @@ double short_number_of(std::string_view word) noexcept {
 
 double number_of(std::string_view word) noexcept {
   if (const double number = short_number_of(word); !std::isnan(number)) return number;
-  if (word.starts_with('+')) word.remove_prefix(1);
-  const std::string_view digits = word.starts_with('-') ? word.substr(1) : word;
+  const bool had_plus = word.starts_with('+');
+  if (had_plus) word.remove_prefix(1);
+  const std::string_view digits = word.starts_with('-') && !had_plus ? word.substr(1) : word;
   if (digits.empty() || (digits[0] != '.' && !is_digit(digits[0]))) return kNone;
   double value = 0.0;
   const char* const last = word.data() + word.size();
@@ -89,10 +90,15 @@ Value value_of(std::string_view word) noexcept {
   return {number, word, std::isnan(number) ? kText : kNumber};
 }
 
-Value value_of_cell(std::string_view cell) noexcept {
+std::string_view without_blanks(std::string_view cell) noexcept {
   const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
   while (!cell.empty() && is_blank(cell.front())) cell.remove_prefix(1);
   while (!cell.empty() && is_blank(cell.back())) cell.remove_suffix(1);
+  return cell;
+}
+
+Value value_of_cell(std::string_view cell) noexcept {
+  cell = without_blanks(cell);
   return cell.empty() ? Value{} : value_of(cell);
 }
 
@@ -141,7 +147,7 @@ void append_value(std::string& text, const Value& value, int decimals) {
 std::string shown(const Value& value) {
   std::string text(value.word);
   if (text.empty()) append_value(text, value);
-  if (text.empty() && !value.is_text()) text = kMissingWord;
+  if (text.empty()) text = value.is_text() ? "''" : kMissingWord;
   // Without control characters, and no longer than it helps.
   constexpr std::size_t kMostShown = 60;
   std::size_t end = std::min(text.size(), kMostShown);

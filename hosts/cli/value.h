@@ -38,6 +38,8 @@ inline constexpr int kAllDigits = -1;
 // hexadecimal digits, numbers too large for a double, dates that do not exist. Refers to the word.
 Value value_of(std::string_view word) noexcept;
 
+std::string_view without_blanks(std::string_view cell) noexcept;
+
 // The same of a table's cell: blanks around it do not count, and an empty one is the missing value.
 Value value_of_cell(std::string_view cell) noexcept;
 
