@@ -246,7 +246,7 @@ class Call : public Node {
   Value call(std::span<const Value> values, Evaluator& in) const {
     if (callee_) return call(*callee_, values, in);
     if (auto complaint = Callee::complaint_of_count(keyword_, values.size())) {
-      in.fail([&complaint] { return *complaint; });
+      in.fail([&] { return fmt::format("{}: {}", keyword_.word, *complaint); });
       return {};
     }
     return call(Callee(keyword_, values.size()), values, in);
@@ -256,7 +256,10 @@ class Call : public Node {
     in.arguments.resize(values.size(), vxkernel::Argument::missing());
     for (std::size_t i = 0; i < values.size(); ++i) in.arguments[i] = values[i].argument();
     const vxkernel::Evaluation answer = callee.evaluate(in.kernel, in.arguments);
-    if (!answer.ok()) in.fail([&] { return callee.complaint(answer, values); });
+    if (!answer.ok())
+      in.fail([&] {
+        return fmt::format("{}: {}", callee.keyword().word, callee.complaint(answer, values));
+      });
     return callee.result(answer);
   }
 
@@ -409,7 +412,7 @@ class Parser {
     const std::string_view source = source_from(word.at);
     if (!has_lists) {
       if (const auto complaint = Callee::complaint_of_count(*keyword, count)) {
-        throw SyntaxError(*complaint, word.at, source.size());
+        throw SyntaxError(fmt::format("{}: {}", keyword->word, *complaint), word.at, source.size());
       }
     }
     return std::make_unique<Call>(source, *keyword, std::move(arguments),

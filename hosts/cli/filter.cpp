@@ -78,13 +78,16 @@ class Filter {
     for (; first < cells_.size(); ++first) append_values(cells_[first], values_);
     for (const Value& value : values_) arguments_.push_back(value.argument());
     if (keyword != last_keyword_ || values_.size() != last_count_) {
-      if (auto complaint = Callee::complaint_of_count(*keyword, values_.size())) return *complaint;
+      if (auto complaint = Callee::complaint_of_count(*keyword, values_.size()))
+        return fmt::format("{}: {}", keyword->word, *complaint);
       callee_.emplace(*keyword, values_.size());
       last_keyword_ = keyword;
       last_count_ = values_.size();
     }
     const vxkernel::Evaluation answer = callee_->evaluate(kernel_, arguments_);
-    if (!answer.ok()) return callee_->complaint(answer, values_);
+    if (!answer.ok()) {
+      return fmt::format("{}: {}", keyword->word, callee_->complaint(answer, values_));
+    }
     result_ = callee_->result(answer);
     return {};
   }

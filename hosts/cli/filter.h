@@ -10,6 +10,8 @@
 
 namespace cli {
 
+using namespace host;  // what every host knows of values and calls
+
 struct FilterJob {
   std::string keyword;  // empty: each row begins with one
   Escape escape = Escape::kBackslash;

@@ -10,6 +10,8 @@
 
 namespace cli {
 
+using namespace host;  // what every host knows of values and calls
+
 enum class Format : std::uint8_t {
   kCsv,     // cells quoted where they must be; the missing value is an empty cell
   kTsv,     // \t \n \r \\ stand for tab, line feed, carriage return and backslash

@@ -7,7 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 
-namespace cli {
+namespace host {
 namespace {
 
 constexpr std::chrono::sys_days kDateZero{std::chrono::year{1960} / 1 / 1};
@@ -162,4 +162,4 @@ std::string shown(const Value& value) {
   return is_cut ? text + "..." : text;
 }
 
-}  // namespace cli
+}  // namespace host

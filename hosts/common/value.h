@@ -8,7 +8,7 @@
 
 #include "vxkernel.h"
 
-namespace cli {
+namespace host {
 
 struct Value {
   enum class Kind : std::uint8_t {
@@ -56,4 +56,4 @@ void append_value(std::string& text, const Value& value, int decimals = kAllDigi
 // The value as messages show it: the word it was read from; a full stop for the missing value.
 std::string shown(const Value& value);
 
-}  // namespace cli
+}  // namespace host
