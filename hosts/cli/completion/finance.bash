@@ -22,6 +22,8 @@ _finance() {
       fi
       ;;
   esac
-  mapfile -t COMPREPLY < <(compgen -W "$choices" -- "${cur^^}" | grep . || compgen -W "$choices" -- "$cur")
+  # Keywords are offered for small letters, too.
+  mapfile -t COMPREPLY <<<"$(compgen -W "$choices" -- "${cur^^}" || compgen -W "$choices" -- "$cur")"
+  [[ -n ${COMPREPLY[0]} ]] || COMPREPLY=()
 } &&
   complete -F _finance finance

@@ -1,0 +1,121 @@
+// The extension of SQLite, loaded by the real engine: a transcript of statements, and the examples
+// of all keywords beside the kernel's own answers.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <bit>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "call.h"
+
+namespace {
+
+class Database {
+ public:
+  explicit Database(const char* entry_point = nullptr) {
+    sqlite3_open(":memory:", &handle_);
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 1, nullptr);
+    if (entry_point == kNone) return;
+    char* error = nullptr;
+    if (sqlite3_load_extension(handle_, VXFNC_SQLITE, entry_point, &error) != SQLITE_OK) {
+      ADD_FAILURE() << error;
+    }
+    sqlite3_free(error);
+  }
+  ~Database() { sqlite3_close(handle_); }
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  // Each row of the answer as a line, its columns with | between; or the error.
+  std::string run(const std::string& sql) {
+    std::string text;
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(handle_, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+      return std::string("Error: ") + sqlite3_errmsg(handle_) + '\n';
+    }
+    int status = sqlite3_step(statement);
+    for (; status == SQLITE_ROW; status = sqlite3_step(statement)) {
+      for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+        const auto* const cell = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
+        text.append(i > 0 ? "|" : "").append(cell == nullptr ? "NULL" : cell);
+      }
+      text += '\n';
+    }
+    if (status != SQLITE_DONE) text += std::string("Error: ") + sqlite3_errmsg(handle_) + '\n';
+    sqlite3_finalize(statement);
+    return text;
+  }
+
+  double number(const std::string& sql) {
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(handle_, sql.c_str(), -1, &statement, nullptr);
+    const bool has_row = sqlite3_step(statement) == SQLITE_ROW;
+    const double value = has_row ? sqlite3_column_double(statement, 0) : 0.0;
+    sqlite3_finalize(statement);
+    return value;
+  }
+
+  static constexpr const char* kNone = "";
+
+ private:
+  sqlite3* handle_ = nullptr;
+};
+
+TEST(Sqlite, AnswersAsInTheTranscript) {
+  std::ifstream file(VXFNC_SQLITE_TRANSCRIPT);
+  std::ostringstream expected;
+  expected << file.rdbuf();
+  Database database;
+  std::string got;
+  std::istringstream lines(expected.str());
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("--")) got += line + '\n';
+    if (line.starts_with("> ")) got += line + '\n' + database.run(line.substr(2));
+  }
+  EXPECT_EQ(got, expected.str()) << "what came stands in sqlite.got";
+  if (got != expected.str()) std::ofstream("sqlite.got") << got;
+}
+
+// "finance('PRICE', '2008-02-15', ...)"
+std::string call_of(const catalog::Keyword& keyword, const std::vector<std::string>& words) {
+  std::string sql = "SELECT finance('" + std::string(keyword.word) + '\'';
+  for (const std::string& word : words) {
+    const cli::Value value = cli::value_of(word);
+    sql += value.is_text() || value.is_date() ? ", '" + word + '\'' : ", " + word;
+  }
+  return sql + ')';
+}
+
+TEST(Sqlite, EveryKeywordAnswersAsTheKernelDoes) {
+  const vxkernel::Kernel kernel(VXFNC_MODULE);
+  const auto compare = [&kernel] {
+    Database database;
+    for (const catalog::Keyword& keyword : catalog::keywords()) {
+      const auto words = cli::words_of(keyword.description.example);
+      std::vector<vxkernel::Argument> arguments;
+      for (const std::string& word : words) arguments.push_back(cli::value_of(word).argument());
+      const double wanted = kernel.evaluate("FINANCE", keyword.word, arguments).value;
+      const std::string call = call_of(keyword, words);
+      if (keyword.result == catalog::ResultKind::kDate) {
+        EXPECT_EQ(database.run(call), std::string(keyword.description.value) + '\n');
+      } else {
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(database.number(call)),
+                  std::bit_cast<std::uint64_t>(wanted))
+            << call;
+      }
+    }
+  };
+  std::vector<std::jthread> threads(4);
+  for (std::jthread& thread : threads) thread = std::jthread(compare);
+}
+
+TEST(Sqlite, LoadsForEveryConnection) {
+  EXPECT_TRUE(Database(Database::kNone).run("SELECT finance_version()").starts_with("Error"));
+  const Database first("sqlite3_finance_everywhere_init");
+  EXPECT_EQ(Database(Database::kNone).run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
+  sqlite3_reset_auto_extension();
+}
+
+}  // namespace
