@@ -10,6 +10,7 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -318,7 +319,9 @@ int register_all(sqlite3* database) {
 // The entry point for a file of any name.
 EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
                                     const sqlite3_api_routines* api) {
-  SQLITE_EXTENSION_INIT2(api);
+  // One write for the process: other connections may be calling by now.
+  static std::once_flag first;
+  std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
   try {
     kernel();
     return register_all(database);
