@@ -1,0 +1,55 @@
+// Cash flows in rows, as aggregates of SQL databases collect and evaluate them.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <span>
+#include <string_view>
+
+#include "value.h"
+#include "vxkernel.h"
+
+namespace host {
+
+// Plain data, whose bytes a host may copy.
+struct Flow {
+  double place;  // date (days from 1 January 1960) or period, by which flows are sorted
+  double amount;
+  friend auto operator<=>(const Flow&, const Flow&) = default;
+};
+
+// What an aggregate evaluates. Its arguments are the rate if it has one, amount, and date or
+// period.
+struct FlowAggregate {
+  std::string_view name;
+  std::string_view keyword;
+  bool has_rate;
+  bool is_dated;       // dates are passed behind the amounts; periods only sort
+  std::size_t fewest;  // flows; with fewer the result is missing
+};
+
+inline constexpr std::array<FlowAggregate, 4> kFlowAggregates = {{
+    {"finance_irr", "IRR", false, false, 2},
+    {"finance_npv", "NPV", true, false, 1},
+    {"finance_xirr", "XIRR", false, true, 2},
+    {"finance_xnpv", "XNPV", true, true, 1},
+}};
+
+struct FlowRow {
+  bool is_none = true;  // amount and place are missing, as an outer join makes them
+  double rate = 0.0;
+  Flow flow{};
+};
+
+// The arguments of a row, in their order. Throws std::invalid_argument with the aggregate's name,
+// as do the others here.
+FlowRow flow_row_of(const FlowAggregate& aggregate, std::span<const Value> arguments);
+
+// A group has one rate.
+void demand_same_rate(const FlowAggregate& aggregate, double rate, double other);
+
+// Whatever the order of the flows, the same to the last bit.
+Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel, double rate,
+                     std::span<const Flow> flows);
+
+}  // namespace host

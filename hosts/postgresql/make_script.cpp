@@ -1,0 +1,126 @@
+// Writes the installation script of the extension: the functions in C, and for each keyword without
+// lists functions of its own name, from the catalogue.
+#include <algorithm>
+#include <iostream>
+#include <string>
+
+#include "catalog.h"
+#include "flows.h"
+
+namespace {
+
+constexpr const char* kPreamble =
+    R"(-- The functions of the extension; made from the catalogue of keywords.
+\echo Use "CREATE EXTENSION finance" to load this file. \quit
+
+-- Without a collation, so that calls with a constant keyword can be sent to foreign servers.
+CREATE TYPE finance_keyword;
+CREATE FUNCTION finance_keyword_in(cstring) RETURNS finance_keyword
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION finance_keyword_out(finance_keyword) RETURNS cstring
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION finance_keyword_recv(internal) RETURNS finance_keyword
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION finance_keyword_send(finance_keyword) RETURNS bytea
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE TYPE finance_keyword (INPUT = finance_keyword_in, OUTPUT = finance_keyword_out,
+  RECEIVE = finance_keyword_recv, SEND = finance_keyword_send,
+  INTERNALLENGTH = VARIABLE, STORAGE = plain);
+CREATE FUNCTION finance_keyword(text) RETURNS finance_keyword
+  AS 'MODULE_PATHNAME', 'finance_keyword_of_text' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE CAST (text AS finance_keyword) WITH FUNCTION finance_keyword(text) AS IMPLICIT;
+CREATE CAST (varchar AS finance_keyword) WITH FUNCTION finance_keyword(text) AS IMPLICIT;
+
+CREATE FUNCTION finance(keyword finance_keyword, VARIADIC arguments "any") RETURNS float8
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+CREATE FUNCTION finance(keyword finance_keyword) RETURNS float8
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+CREATE FUNCTION finance_try(keyword finance_keyword, VARIADIC arguments "any") RETURNS float8
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+CREATE FUNCTION finance_try(keyword finance_keyword) RETURNS float8
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+CREATE FUNCTION finance_version() RETURNS text
+  AS 'MODULE_PATHNAME' LANGUAGE C STABLE PARALLEL SAFE;
+
+CREATE FUNCTION finance_flows_value(internal) RETURNS float8
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE PARALLEL SAFE;
+CREATE FUNCTION finance_flows_combine(internal, internal) RETURNS internal
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE PARALLEL SAFE;
+CREATE FUNCTION finance_flows_serialize(internal) RETURNS bytea
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE FUNCTION finance_flows_deserialize(bytea, internal) RETURNS internal
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+)";
+
+const char* type_of(catalog::ArgumentKind kind) {
+  switch (kind) {
+    case catalog::ArgumentKind::kDate:
+      return "date";
+    case catalog::ArgumentKind::kDateTime:
+      return "timestamp";
+    default:
+      return "float8";
+  }
+}
+
+bool has_lists(const catalog::Keyword& keyword) { return keyword.most() == catalog::kNoBound; }
+
+void write_aggregate(const host::FlowAggregate& aggregate) {
+  const std::string parameters = std::string(aggregate.has_rate ? "rate float8, " : "") +
+                                 "amount float8, " +
+                                 (aggregate.is_dated ? "date date" : "period float8");
+  const std::string add = std::string(aggregate.name) + "_add";
+  std::cout << "\nCREATE FUNCTION " << add << "(internal, " << parameters
+            << ") RETURNS internal\n"
+               "  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE;\n"
+               "CREATE AGGREGATE "
+            << aggregate.name << '(' << parameters << ") (\n  SFUNC = " << add
+            << ", STYPE = internal, FINALFUNC = finance_flows_value,\n"
+               "  COMBINEFUNC = finance_flows_combine, SERIALFUNC = finance_flows_serialize,\n"
+               "  DESERIALFUNC = finance_flows_deserialize, PARALLEL = SAFE);\n";
+}
+
+void write_function(const catalog::Keyword& keyword, std::size_t count, const char* basis_type) {
+  std::string name = "finance_" + std::string(keyword.word);
+  std::ranges::transform(name, name.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  std::string parameters;
+  std::string call = "finance('" + std::string(keyword.word) + '\'';
+  for (const catalog::Argument& argument : keyword.arguments().first(count)) {
+    const std::string quoted = '"' + std::string(argument.name) + '"';
+    const bool is_basis = argument.kind == catalog::ArgumentKind::kBasis;
+    parameters += (parameters.empty() ? "" : ", ") + quoted + ' ' +
+                  (is_basis ? basis_type : type_of(argument.kind));
+    call += ", " + quoted;
+  }
+  call += ')';
+  const bool is_date = keyword.result == catalog::ResultKind::kDate;
+  if (is_date) call = "DATE '1960-01-01' + " + call + "::int4";
+  std::cout << "\nCREATE FUNCTION " << name << '(' << parameters << ") RETURNS "
+            << (is_date ? "date" : "float8")
+            << "\n  LANGUAGE sql IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10\n  RETURN "
+            << call << ";\n";
+}
+
+// One function for each number of arguments, since one that is left out is not one that is NULL;
+// and one for each way to say a basis.
+void write_functions(const catalog::Keyword& keyword) {
+  for (std::size_t count = keyword.least(); count <= keyword.most(); ++count) {
+    write_function(keyword, count, "text");
+    if (keyword.argument_at(count, count)->kind == catalog::ArgumentKind::kBasis) {
+      write_function(keyword, count, "float8");
+    }
+  }
+}
+
+}  // namespace
+
+int main() {
+  std::cout << kPreamble;
+  for (const host::FlowAggregate& aggregate : host::kFlowAggregates) write_aggregate(aggregate);
+  for (const catalog::Keyword& keyword : catalog::keywords()) {
+    if (!has_lists(keyword)) write_functions(keyword);
+  }
+  return std::cout.flush() ? 0 : 1;
+}

@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# The extension in servers of its own: a copy of the installed one, with the extension, on sockets in
+# a temporary folder. Touches nothing else; as root, the servers run as postgres.
+# usage: run.sh BUILD-FOLDER
+set -euo pipefail
+tests=$(cd "$(dirname "$0")" && pwd)
+build=$(cd "$1" && pwd)
+home=$(mktemp -d /tmp/finance-pg.XXXXXX)
+bin=$home$(pg_config --bindir)
+
+as_user() {
+  if [ "$(id -u)" = 0 ]; then runuser -u postgres -- "$@"; else "$@"; fi
+}
+finish() {
+  for data in "$home"/*/PG_VERSION "$home"/*/*/PG_VERSION; do
+    [ ! -f "$data" ] || as_user "$bin/pg_ctl" -D "${data%/*}" -m immediate stop >>"$home/stop.log" 2>&1 || true
+  done
+  rm -rf "$home"
+}
+trap finish EXIT
+
+for folder in --bindir --pkglibdir --sharedir; do
+  folder=$(pg_config $folder)
+  mkdir -p "$home$folder"
+  cp -rL "$folder/." "$home$folder"
+done
+DESTDIR=$home cmake --install "$build" --component postgresql >"$home/install.log"
+cp -r "$tests/sql" "$tests/expected" "$home"
+[ "$(id -u)" != 0 ] || chown -R postgres "$home"
+
+cd "$home"
+as_user "$bin/initdb" -D "$home/data" -U postgres -A trust --locale=C.UTF-8 -N >"$home/init.log"
+as_user "$bin/pg_ctl" -w -D "$home/data" -l "$home/server.log" \
+  -o "-k $home -c listen_addresses= -c fsync=off" start >"$home/start.log"
+
+# What the server prints, word for word.
+regress=$(dirname "$(pg_config --pgxs)")/../test/regress/pg_regress
+if ! as_user "$regress" --bindir="$bin" --host="$home" --user=postgres --inputdir="$home" \
+  --outputdir="$home" --dbname=finance finance; then
+  cat "$home/regression.diffs"
+  exit 1
+fi
+
+# The published examples, all keywords among them, bit for bit as the command answers them.
+sed '1d; s/,/ /; s/,.*//; s/;/ /g' "$tests/../published.csv" >calls
+"$build/bin/finance" --calls calls | paste -d' ' - calls | awk '
+  BEGIN { print "CREATE EXTENSION finance;" }
+  {
+    call = "finance(\047" $2 "\047"
+    for (i = 3; i <= NF; ++i)
+      call = call ", " ($i == "." ? "NULL" : $i ~ /[0-9]-|[A-Z]/ ? "\047" $i "\047" : $i)
+    wanted = $1 == "." ? "NULL" : $1 ~ /[0-9]-[0-9]/ ? "DATE \047" $1 "\047 - DATE \0471960-01-01\047" : $1
+    print "SELECT CASE WHEN " call ") IS NOT DISTINCT FROM (" wanted ")::float8 THEN \047same\047 ELSE $$" $0 "$$ END;"
+  }' >same.sql
+as_user "$bin/psql" -h "$home" -U postgres -d finance -qAt -f same.sql | sort | uniq -c >same.out
+if [ "$(cat same.out)" != "$(printf '%7d same' "$(wc -l <calls)")" ]; then
+  echo "not the answers of the command:" && cat same.out
+  exit 1
+fi
