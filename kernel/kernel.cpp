@@ -178,6 +178,7 @@ struct Kernel::State {
   Library library;
   Instance instance;  // destroyed before the library is closed
   Version version{};
+  std::string build;
   std::vector<Function> functions;
   std::vector<std::string> names;
 };
@@ -221,6 +222,10 @@ Kernel::Kernel(const std::string& module_path, JournalSink sink)
                                       " of the interface; this kernel has " + text_of(kInterface));
   state_->version = asked(instance, instance->version);
 
+  const auto* const information =
+      static_cast<const vxfnc::ModuleInformation*>(::dlsym(library.get(), "info"));
+  if (information != nullptr) state_->build = information->build_stamp;
+
   const vxfnc::FunctionList* const list = instance->functions;
   require(list != nullptr && list->count >= 1 && list->count <= kMostFunctions &&
               list->descriptors != nullptr && list->dispatchers != nullptr,
@@ -239,6 +244,8 @@ Kernel::Kernel(Kernel&&) noexcept = default;
 Kernel& Kernel::operator=(Kernel&&) noexcept = default;
 
 Version Kernel::version() const noexcept { return state_->version; }
+
+std::string_view Kernel::build() const noexcept { return state_->build; }
 
 std::span<const std::string> Kernel::functions() const noexcept { return state_->names; }
 

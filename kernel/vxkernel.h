@@ -83,6 +83,8 @@ class Kernel {
 
   // The version that the module's instance offers.
   [[nodiscard]] Version version() const noexcept;
+  // The module's name, version and time of build; empty when it does not say.
+  [[nodiscard]] std::string_view build() const noexcept;
   // Names of the functions that the module contributes, in its order.
   [[nodiscard]] std::span<const std::string> functions() const noexcept;
 

@@ -16,7 +16,7 @@ class Database {
  public:
   explicit Database(const char* entry_point = nullptr) {
     sqlite3_open(":memory:", &handle_);
-    sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 1, nullptr);
+    sqlite3_enable_load_extension(handle_, 1);
     if (entry_point == kNone) return;
     char* error = nullptr;
     if (sqlite3_load_extension(handle_, VXFNC_SQLITE, entry_point, &error) != SQLITE_OK) {
@@ -113,8 +113,10 @@ TEST(Sqlite, EveryKeywordAnswersAsTheKernelDoes) {
 
 TEST(Sqlite, LoadsForEveryConnection) {
   EXPECT_TRUE(Database(Database::kNone).run("SELECT finance_version()").starts_with("Error"));
-  const Database first("sqlite3_finance_everywhere_init");
+  Database first("sqlite3_finance_everywhere_init");
   EXPECT_EQ(Database(Database::kNone).run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
+  const std::string again = "SELECT load_extension('" VXFNC_SQLITE "')";  // by a running statement
+  EXPECT_EQ(first.run(again), "NULL\n");
   sqlite3_reset_auto_extension();
 }
 

@@ -26,7 +26,7 @@ bool is_missing(const Value& value) { return !value.is_text() && std::isnan(valu
 
 }  // namespace
 
-FlowRow flow_row_of(const FlowAggregate& aggregate, std::span<const Value> arguments) {
+std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments) {
   using enum catalog::ArgumentKind;
   const std::size_t place = arguments.size() - 1;
   const std::size_t amount = place - 1;
@@ -37,37 +37,46 @@ FlowRow flow_row_of(const FlowAggregate& aggregate, std::span<const Value> argum
            fmt::format("is {}: must be a {}", shown(arguments[i]),
                        is_date ? "date (YYYY-MM-DD)" : "number"));
   }
-  if (is_missing(arguments[amount]) && is_missing(arguments[place])) return {};
+  if (is_missing(arguments[amount]) && is_missing(arguments[place])) return std::nullopt;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (is_missing(arguments[i])) refuse(aggregate, i, "is missing");
   }
-  return {false,
-          aggregate.has_rate ? arguments[0].number : 0.0,
-          {arguments[place].number, arguments[amount].number}};
+  return Flow{arguments[place].number, arguments[amount].number,
+              aggregate.has_rate ? arguments[0].number : 0.0};
 }
 
-void demand_same_rate(const FlowAggregate& aggregate, double rate, double other) {
-  if (rate != other) refuse(aggregate, 0, "must be the same in all rows");
-}
-
-Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel, double rate,
+Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
                      std::span<const Flow> flows) {
   if (flows.size() < aggregate.fewest) return {};
-  std::vector<Flow> sorted(flows.begin(), flows.end());
-  std::ranges::sort(sorted);
-  std::vector<Value> values;
-  values.reserve(2 * sorted.size() + 1);
-  if (aggregate.has_rate) values.push_back({.number = rate});
-  for (const Flow& flow : sorted) values.push_back({.number = flow.amount});
-  if (aggregate.is_dated) {
-    for (const Flow& flow : sorted) values.push_back({flow.place, {}, Value::Kind::kDate});
+  std::vector<Flow> sorted;
+  if (!std::ranges::is_sorted(flows)) {
+    sorted.assign(flows.begin(), flows.end());
+    std::ranges::sort(sorted);
+    flows = sorted;
+  }
+  const double rate = flows[0].rate;
+  if (std::ranges::any_of(flows, [rate](const Flow& flow) { return flow.rate != rate; })) {
+    refuse(aggregate, 0, "must be the same in all rows");
   }
   std::vector<vxkernel::Argument> arguments;
-  arguments.reserve(values.size());
-  for (const Value& value : values) arguments.push_back(value.argument());
+  arguments.reserve(2 * flows.size() + 1);
+  if (aggregate.has_rate) arguments.emplace_back(rate);
+  for (const Flow& flow : flows) arguments.emplace_back(flow.amount);
+  if (aggregate.is_dated) {
+    for (const Flow& flow : flows) arguments.emplace_back(flow.place);
+  }
+  const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", aggregate.keyword, arguments);
+  if (answer.ok()) return {.number = answer.value};
+
+  std::vector<Value> values;
+  for (const vxkernel::Argument& argument : arguments)
+    values.push_back({.number = argument.number});
   const Callee callee(*catalog::find(aggregate.keyword), values.size());
-  const vxkernel::Evaluation answer = callee.evaluate(kernel, arguments);
-  if (answer.ok()) return callee.result(answer);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (callee.described(i + 1).kind == catalog::ArgumentKind::kDate) {
+      values[i].kind = Value::Kind::kDate;
+    }
+  }
   throw std::invalid_argument(
       fmt::format("{}: {}", aggregate.name, callee.complaint(answer, values)));
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <compare>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -15,6 +16,7 @@ namespace host {
 struct Flow {
   double place;  // date (days from 1 January 1960) or period, by which flows are sorted
   double amount;
+  double rate;  // of the group, 0 where it has none
   friend auto operator<=>(const Flow&, const Flow&) = default;
 };
 
@@ -26,30 +28,26 @@ struct FlowAggregate {
   bool has_rate;
   bool is_dated;       // dates are passed behind the amounts; periods only sort
   std::size_t fewest;  // flows; with fewer the result is missing
+  bool fails = true;   // false: where others fail, the group's result is missing
 };
 
-inline constexpr std::array<FlowAggregate, 4> kFlowAggregates = {{
+inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
     {"finance_irr", "IRR", false, false, 2},
     {"finance_npv", "NPV", true, false, 1},
     {"finance_xirr", "XIRR", false, true, 2},
     {"finance_xnpv", "XNPV", true, true, 1},
+    {"finance_try_irr", "IRR", false, false, 2, false},
+    {"finance_try_npv", "NPV", true, false, 1, false},
+    {"finance_try_xirr", "XIRR", false, true, 2, false},
+    {"finance_try_xnpv", "XNPV", true, true, 1, false},
 }};
 
-struct FlowRow {
-  bool is_none = true;  // amount and place are missing, as an outer join makes them
-  double rate = 0.0;
-  Flow flow{};
-};
+// The arguments of a row, in their order; none when amount and place are missing, as an outer join
+// makes them. Throws std::invalid_argument with the aggregate's name.
+std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments);
 
-// The arguments of a row, in their order. Throws std::invalid_argument with the aggregate's name,
-// as do the others here.
-FlowRow flow_row_of(const FlowAggregate& aggregate, std::span<const Value> arguments);
-
-// A group has one rate.
-void demand_same_rate(const FlowAggregate& aggregate, double rate, double other);
-
-// Whatever the order of the flows, the same to the last bit.
-Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel, double rate,
+// Whatever the order of the flows, the same to the last bit. Throws as flow_of does.
+Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
                      std::span<const Flow> flows);
 
 }  // namespace host

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 
 namespace host {
 namespace {
@@ -36,6 +35,24 @@ double short_number_of(std::string_view word) noexcept {
   return static_cast<double>(digits) / kPowers[decimals];
 }
 
+// Whether a number outside the doubles is too small for them rather than too large: its first digit
+// other than 0 stands behind the decimal point.
+bool is_too_small(std::string_view digits) noexcept {
+  const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
+  const std::string_view mantissa = digits.substr(0, end);
+  std::int64_t place = 0;
+  if (end < digits.size()) {
+    std::string_view exponent = digits.substr(end + 1);
+    if (exponent.starts_with('+')) exponent.remove_prefix(1);
+    const auto result = std::from_chars(exponent.data(), exponent.data() + exponent.size(), place);
+    if (result.ec == std::errc::result_out_of_range) return exponent.starts_with('-');
+  }
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+  const auto first = static_cast<std::int64_t>(mantissa.find_first_not_of("0."));
+  place += first < point ? point - first - 1 : point - first;
+  return place < 0;
+}
+
 double number_of(std::string_view word) noexcept {
   if (const double number = short_number_of(word); !std::isnan(number)) return number;
   const bool had_plus = word.starts_with('+');
@@ -46,9 +63,7 @@ double number_of(std::string_view word) noexcept {
   const char* const last = word.data() + word.size();
   const auto [end, error] = std::from_chars(word.data(), last, value);
   if (end != last || error == std::errc::invalid_argument) return kNone;
-  if (error == std::errc::result_out_of_range) {  // too small is the nearest there is
-    value = std::strtod(std::string(word).c_str(), nullptr);
-  }
+  if (error == std::errc::result_out_of_range) return is_too_small(digits) ? 0.0 : kNone;
   return std::isfinite(value) ? value : kNone;
 }
 

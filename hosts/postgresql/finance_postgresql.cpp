@@ -1,18 +1,15 @@
 // The extension of PostgreSQL. The server reports errors by jumping over frames, which C++ objects
 // do not survive: whatever may raise an error of the server works on plain data, and whatever works
 // on C++ objects neither calls the server nor lets an exception out.
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <new>
 #include <stdexcept>
 #include <string>
 
 #include "flows.h"
+#include "own_kernel.h"
 #include "page.h"
 #include "sql_call.h"
 
@@ -64,16 +61,6 @@ using host::FlowAggregate;
 using host::SqlCall;
 using host::Value;
 
-// The module beside this extension, whatever a user may have set.
-const vxkernel::Kernel& kernel() {
-  static const vxkernel::Kernel loaded([] {
-    Dl_info self{};
-    ::dladdr(reinterpret_cast<const void*>(&kernel), &self);
-    return (std::filesystem::absolute(self.dli_fname).parent_path() / "vxfnc.so").string();
-  }());
-  return loaded;
-}
-
 void fail(Outcome& outcome, int sql_state, std::string_view complaint,
           std::string_view detail) noexcept {
   const auto keep = [](char(&to)[1000], std::string_view text) {
@@ -103,6 +90,11 @@ bool guarded(Outcome& outcome, auto&& body) noexcept {
   }
   outcome.kind = Outcome::kBroken;
   return false;
+}
+
+// Whether the outcome is an error, where a function may answer NULL for refused calls.
+bool is_reported(const Outcome& outcome, bool fails) noexcept {
+  return outcome.kind == Outcome::kBroken || (outcome.kind == Outcome::kRefused && fails);
 }
 
 // Raises the error of the server.
@@ -169,7 +161,7 @@ int sql_state_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
 void evaluate(SqlCall& call, const SqlValue* arguments, Outcome& outcome) noexcept {
   guarded(outcome, [&] {
     const host::SqlAnswer answer =
-        call.evaluate(kernel(), [arguments](std::size_t i, catalog::ArgumentKind kind) {
+        call.evaluate(host::own_kernel(), [arguments](std::size_t i, catalog::ArgumentKind kind) {
           return value_of(arguments[i - 1], kind);
         });
     if (answer.complaint.empty()) {
@@ -331,9 +323,7 @@ Datum answer(FunctionCallInfo fcinfo, bool fails) {
       evaluate(*site->call, arguments.values, outcome);
     }
   }
-  if (outcome.kind == Outcome::kBroken || (outcome.kind == Outcome::kRefused && fails)) {
-    report(outcome);
-  }
+  if (is_reported(outcome, fails)) report(outcome);
   if (outcome.kind != Outcome::kValue) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(outcome.value);
 }
@@ -357,11 +347,10 @@ Datum keyword_of(std::string_view word) {
 // The flows of a group so far, in the server's storage. Serialized as it stands, without the unused
 // room: workers run on one machine.
 struct Group {
-  int aggregate;  // of host::kFlowAggregates
-  double rate;
   std::size_t count;
   std::size_t room;
   host::Flow* flows;
+  bool is_bad;  // a row made no flow, where the aggregate does not fail
 };
 
 MemoryContext group_storage(FunctionCallInfo fcinfo) {
@@ -376,20 +365,12 @@ Group* group_of(FunctionCallInfo fcinfo, int argument) {
   return PG_ARGISNULL(argument) ? nullptr : reinterpret_cast<Group*>(PG_GETARG_POINTER(argument));
 }
 
-Datum datum_of(Group* group, FunctionCallInfo fcinfo) {
-  if (group == nullptr) PG_RETURN_NULL();
-  PG_RETURN_POINTER(group);
-}
-
-// Room for more flows; makes the group when there is none.
-Group* with_room(Group* group, MemoryContext storage, int aggregate, double rate,
-                 std::size_t more) {
+// The group, with room for more flows; a new one when there is none.
+Group* with_room(Group* group, MemoryContext storage, std::size_t more) {
   if (group == nullptr) {
     group = static_cast<Group*>(MemoryContextAllocZero(storage, sizeof(Group)));
-    group->aggregate = aggregate;
-    group->rate = rate;
   }
-  if (group->count + more <= group->room) return group;
+  if (group->flows != nullptr && group->count + more <= group->room) return group;
   const std::size_t room = std::max({2 * group->room, group->count + more, std::size_t{16}});
   const std::size_t bytes = room * sizeof(host::Flow);
   group->flows =
@@ -399,18 +380,8 @@ Group* with_room(Group* group, MemoryContext storage, int aggregate, double rate
   return group;
 }
 
-void demand_same_rate(const Group* group, double rate) {
-  if (group == nullptr || group->rate == rate) return;
-  Outcome outcome;
-  const bool is_well = guarded(outcome, [&] {
-    host::demand_same_rate(host::kFlowAggregates.at(group->aggregate), rate, group->rate);
-  });
-  if (!is_well) report(outcome);
-}
-
-Datum add_flow(FunctionCallInfo fcinfo, int index) {
+Datum add_flow(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
   MemoryContext storage = group_storage(fcinfo);
-  const FlowAggregate& aggregate = host::kFlowAggregates[index];
   const int count = PG_NARGS() - 1;
   Value values[3];
   for (int i = 0; i < count; ++i) {
@@ -421,31 +392,31 @@ Datum add_flow(FunctionCallInfo fcinfo, int index) {
         value_of(plain, is_date ? catalog::ArgumentKind::kDate : catalog::ArgumentKind::kNumber);
   }
   Outcome outcome;
-  host::FlowRow row;
+  host::Flow flow{};
+  bool has_flow = false;
   const bool is_well = guarded(outcome, [&] {
-    row = host::flow_row_of(aggregate, {values, static_cast<std::size_t>(count)});
+    const auto made = host::flow_of(aggregate, {values, static_cast<std::size_t>(count)});
+    has_flow = made.has_value();
+    flow = made.value_or(flow);
   });
-  if (!is_well) report(outcome);
-  Group* group = group_of(fcinfo, 0);
-  if (row.is_none) return datum_of(group, fcinfo);
-  demand_same_rate(group, row.rate);
-  group = with_room(group, storage, index, row.rate, 1);
-  group->flows[group->count++] = row.flow;
+  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
+  Group* const group = with_room(group_of(fcinfo, 0), storage, 1);
+  if (has_flow) group->flows[group->count++] = flow;
+  group->is_bad |= !is_well;
   PG_RETURN_POINTER(group);
 }
 
-Datum value_of_group(FunctionCallInfo fcinfo) {
+Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
   const Group* const group = group_of(fcinfo, 0);
-  if (group == nullptr) PG_RETURN_NULL();
+  if (group == nullptr || group->is_bad) PG_RETURN_NULL();
   CHECK_FOR_INTERRUPTS();
   Outcome outcome;
   const bool is_well = guarded(outcome, [&] {
-    outcome.value = host::value_of_flows(host::kFlowAggregates.at(group->aggregate), kernel(),
-                                         group->rate, {group->flows, group->count})
-                        .number;
+    outcome.value =
+        host::value_of_flows(aggregate, host::own_kernel(), {group->flows, group->count}).number;
   });
-  if (!is_well) report(outcome);
-  if (std::isnan(outcome.value)) PG_RETURN_NULL();
+  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
+  if (!is_well || std::isnan(outcome.value)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(outcome.value);
 }
 
@@ -486,23 +457,31 @@ SQL_FUNCTION(finance_keyword_send) {
   PG_RETURN_BYTEA_P(pq_endtypsend(&message));
 }
 
-// The numbers are places in host::kFlowAggregates.
-SQL_FUNCTION(finance_irr_add) { return add_flow(fcinfo, 0); }
-SQL_FUNCTION(finance_npv_add) { return add_flow(fcinfo, 1); }
-SQL_FUNCTION(finance_xirr_add) { return add_flow(fcinfo, 2); }
-SQL_FUNCTION(finance_xnpv_add) { return add_flow(fcinfo, 3); }
+// The number is a place in host::kFlowAggregates.
+#define FLOW_AGGREGATE(name, number)                                                   \
+  SQL_FUNCTION(name##_add) { return add_flow(fcinfo, host::kFlowAggregates[number]); } \
+  SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, host::kFlowAggregates[number]); }
 
-SQL_FUNCTION(finance_flows_value) { return value_of_group(fcinfo); }
+FLOW_AGGREGATE(finance_irr, 0)
+FLOW_AGGREGATE(finance_npv, 1)
+FLOW_AGGREGATE(finance_xirr, 2)
+FLOW_AGGREGATE(finance_xnpv, 3)
+FLOW_AGGREGATE(finance_try_irr, 4)
+FLOW_AGGREGATE(finance_try_npv, 5)
+FLOW_AGGREGATE(finance_try_xirr, 6)
+FLOW_AGGREGATE(finance_try_xnpv, 7)
 
 SQL_FUNCTION(finance_flows_combine) {
   MemoryContext storage = group_storage(fcinfo);
-  Group* const group = group_of(fcinfo, 0);
   const Group* const other = group_of(fcinfo, 1);
-  if (other == nullptr) return datum_of(group, fcinfo);
-  demand_same_rate(group, other->rate);
-  Group* const both = with_room(group, storage, other->aggregate, other->rate, other->count);
+  if (other == nullptr) {
+    if (PG_ARGISNULL(0)) PG_RETURN_NULL();
+    PG_RETURN_POINTER(group_of(fcinfo, 0));
+  }
+  Group* const both = with_room(group_of(fcinfo, 0), storage, other->count);
   std::copy_n(other->flows, other->count, both->flows + both->count);
   both->count += other->count;
+  both->is_bad |= other->is_bad;
   PG_RETURN_POINTER(both);
 }
 
@@ -531,13 +510,10 @@ SQL_FUNCTION(finance_flows_deserialize) {
 
 SQL_FUNCTION(finance_version) {
   (void)fcinfo;
-  char line[100] = {};
+  char line[200] = {};
   Outcome outcome;
-  const bool is_well = guarded(outcome, [&] {
-    const vxkernel::Version offered = kernel().version();
-    snprintf(line, sizeof line, "vxfnc %s, interface %d.%d, adapter %s", VXFNC_VERSION,
-             offered.major, offered.minor, VXFNC_VERSION);
-  });
+  const bool is_well =
+      guarded(outcome, [&] { host::versions(VXFNC_VERSION).copy(line, sizeof line - 1); });
   if (!is_well) report(outcome);
   PG_RETURN_TEXT_P(cstring_to_text(line));
 }

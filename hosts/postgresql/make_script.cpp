@@ -42,8 +42,6 @@ CREATE FUNCTION finance_try(keyword finance_keyword) RETURNS float8
 CREATE FUNCTION finance_version() RETURNS text
   AS 'MODULE_PATHNAME' LANGUAGE C STABLE PARALLEL SAFE;
 
-CREATE FUNCTION finance_flows_value(internal) RETURNS float8
-  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE PARALLEL SAFE;
 CREATE FUNCTION finance_flows_combine(internal, internal) RETURNS internal
   AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE PARALLEL SAFE;
 CREATE FUNCTION finance_flows_serialize(internal) RETURNS bytea
@@ -70,12 +68,18 @@ void write_aggregate(const host::FlowAggregate& aggregate) {
                                  "amount float8, " +
                                  (aggregate.is_dated ? "date date" : "period float8");
   const std::string add = std::string(aggregate.name) + "_add";
+  const std::string value = std::string(aggregate.name) + "_value";
   std::cout << "\nCREATE FUNCTION " << add << "(internal, " << parameters
             << ") RETURNS internal\n"
                "  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE;\n"
+               "CREATE FUNCTION "
+            << value
+            << "(internal) RETURNS float8\n"
+               "  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE;\n"
                "CREATE AGGREGATE "
             << aggregate.name << '(' << parameters << ") (\n  SFUNC = " << add
-            << ", STYPE = internal, FINALFUNC = finance_flows_value,\n"
+            << ", STYPE = internal, FINALFUNC = " << value
+            << ",\n"
                "  COMBINEFUNC = finance_flows_combine, SERIALFUNC = finance_flows_serialize,\n"
                "  DESERIALFUNC = finance_flows_deserialize, PARALLEL = SAFE);\n";
 }

@@ -3,39 +3,32 @@
 //
 //   .load finance_sqlite
 //   SELECT finance('PRICE', settle, maturity, coupon, yld, 100, 2, 'ACTUAL') FROM bonds;
-#include <dlfcn.h>
 #include <sqlite3ext.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "flows.h"
 #include "keywords_table.h"
+#include "own_kernel.h"
 #include "sql_call.h"
 
 SQLITE_EXTENSION_INIT1
 
 namespace {
 
+constexpr int kOldestSqlite = 3031000;  // the first that knows innocuous functions
+
+using host::Flow;
 using host::FlowAggregate;
 using host::SqlCall;
 using host::Value;
-
-// The module beside this extension. Loaded once for the process; throws vxkernel::LoadError.
-const vxkernel::Kernel& kernel() {
-  static const vxkernel::Kernel loaded([] {
-    Dl_info self{};
-    ::dladdr(reinterpret_cast<const void*>(&kernel), &self);
-    const auto folder = std::filesystem::absolute(self.dli_fname).parent_path();
-    return (folder / "vxfnc.so").string();
-  }());
-  return loaded;
-}
 
 // Calls a body in which storage may run out: no exception leaves the extension.
 void guarded(sqlite3_context* context, auto&& body) noexcept {
@@ -93,7 +86,7 @@ void fail(sqlite3_context* context, const std::string& complaint) {
 
 void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** argv) {
   const host::SqlAnswer answer = call.evaluate(
-      kernel(),
+      host::own_kernel(),
       [argv](std::size_t i, catalog::ArgumentKind kind) { return value_of(argv[i], kind); });
   if (!answer.complaint.empty()) return fail(context, answer.complaint);
   set_result(context, answer.value);
@@ -121,8 +114,8 @@ void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept 
 // ---- Aggregates --------------------------------------------------------------------------------
 
 struct Group {
-  std::vector<host::Flow> flows;
-  double rate = 0.0;
+  std::vector<Flow> flows;
+  std::size_t bad = 0;  // rows that made no flow
 };
 
 const FlowAggregate& aggregate_of(sqlite3_context* context) noexcept {
@@ -141,7 +134,8 @@ Group* group_of(sqlite3_context* context, bool make) {
   return *place;
 }
 
-host::FlowRow row_of(sqlite3_context* context, sqlite3_value** argv) {
+// The row's flow, if it has one; none, and one more bad row, where the aggregate does not fail.
+std::optional<Flow> flow_of(sqlite3_context* context, sqlite3_value** argv, std::size_t& bad) {
   using enum catalog::ArgumentKind;
   const FlowAggregate& aggregate = aggregate_of(context);
   const std::size_t count = aggregate.has_rate ? 3 : 2;
@@ -149,35 +143,44 @@ host::FlowRow row_of(sqlite3_context* context, sqlite3_value** argv) {
   for (std::size_t i = 0; i < count; ++i) {
     values[i] = value_of(argv[i], aggregate.is_dated && i + 1 == count ? kDate : kNumber);
   }
-  return flow_row_of(aggregate, {values, count});
+  try {
+    return host::flow_of(aggregate, {values, count});
+  } catch (const std::invalid_argument&) {
+    if (aggregate.fails) throw;
+    ++bad;
+    return std::nullopt;
+  }
 }
 
 void step(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    const host::FlowRow row = row_of(context, argv);
-    if (row.is_none) return;
     Group& group = *group_of(context, true);
-    if (group.flows.empty()) group.rate = row.rate;
-    host::demand_same_rate(aggregate_of(context), row.rate, group.rate);
-    group.flows.push_back(row.flow);
+    if (const auto flow = flow_of(context, argv, group.bad)) group.flows.push_back(*flow);
   });
 }
 
 void inverse(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    const host::FlowRow row = row_of(context, argv);
-    Group* const group = group_of(context, false);
-    if (row.is_none || group == nullptr) return;
-    const auto gone = std::ranges::find(group->flows, row.flow);
-    if (gone != group->flows.end()) group->flows.erase(gone);
+    Group& group = *group_of(context, true);
+    std::size_t bad = 0;
+    if (const auto flow = flow_of(context, argv, bad)) {
+      const auto gone = std::ranges::find(group.flows, *flow);
+      if (gone != group.flows.end()) group.flows.erase(gone);
+    }
+    group.bad -= std::min(bad, group.bad);
   });
 }
 
 void value(sqlite3_context* context) noexcept {
   guarded(context, [&] {
+    const FlowAggregate& aggregate = aggregate_of(context);
     const Group* const group = group_of(context, false);
-    if (group == nullptr) return;  // NULL
-    set_result(context, value_of_flows(aggregate_of(context), kernel(), group->rate, group->flows));
+    if (group == nullptr || group->bad > 0) return;  // NULL
+    try {
+      set_result(context, value_of_flows(aggregate, host::own_kernel(), group->flows));
+    } catch (const std::invalid_argument&) {
+      if (aggregate.fails) throw;
+    }
   });
 }
 
@@ -191,11 +194,20 @@ void finalize(sqlite3_context* context) noexcept {
 
 void version(sqlite3_context* context, int, sqlite3_value**) noexcept {
   guarded(context, [&] {
-    const vxkernel::Version offered = kernel().version();
-    const std::string text = "vxfnc " VXFNC_VERSION ", interface " + std::to_string(offered.major) +
-                             '.' + std::to_string(offered.minor) + ", adapter " VXFNC_VERSION;
+    const std::string text = host::versions(VXFNC_VERSION);
     sqlite3_result_text(context, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
   });
+}
+
+// Whether the connection has these very functions, which a running statement forbids to replace.
+bool is_registered(sqlite3* database) {
+  sqlite3_stmt* statement = nullptr;
+  sqlite3_prepare_v2(database, "SELECT finance_version()", -1, &statement, nullptr);
+  const bool answers = statement != nullptr && sqlite3_step(statement) == SQLITE_ROW;
+  const bool same =
+      answers && text_of(sqlite3_column_value(statement, 0)) == host::versions(VXFNC_VERSION);
+  sqlite3_finalize(statement);
+  return same;
 }
 
 int register_all(sqlite3* database) {
@@ -207,7 +219,11 @@ int register_all(sqlite3* database) {
   };
   int status = scalar("finance", -1, nullptr, finance);
   if (status == SQLITE_OK) status = scalar("finance_try", -1, &gives_null, finance);
-  if (status == SQLITE_OK) status = scalar("finance_version", 0, nullptr, version);
+  if (status == SQLITE_OK) {  // not the same for ever, so that no index can rely on it
+    status =
+        sqlite3_create_function_v2(database, "finance_version", 0, SQLITE_UTF8 | SQLITE_INNOCUOUS,
+                                   nullptr, version, nullptr, nullptr, nullptr);
+  }
   for (const FlowAggregate& aggregate : host::kFlowAggregates) {
     if (status != SQLITE_OK) break;
     status = sqlite3_create_window_function(
@@ -228,20 +244,30 @@ EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
   // One write for the process: other connections may be calling by now.
   static std::once_flag first;
   std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
-  try {
-    kernel();
-    return register_all(database);
-  } catch (const std::exception& reason) {
-    *error = sqlite3_mprintf("finance: %s", reason.what());
+  const auto complain = [&](const char* complaint) {
+    *error = api->mprintf("finance: %s", complaint);
     return SQLITE_ERROR;
+  };
+  if (sqlite3_api != api) return complain("in use by another copy of SQLite in this process");
+  if (sqlite3_libversion_number() < kOldestSqlite) return complain("needs SQLite 3.31 or newer");
+  try {
+    host::own_kernel();
+    const int status = register_all(database);
+    if (status == SQLITE_OK) return status;
+    const std::string complaint = sqlite3_errmsg(database);
+    if (status == SQLITE_BUSY && is_registered(database)) return SQLITE_OK;
+    return complain(complaint.c_str());
+  } catch (const std::exception& reason) {
+    return complain(reason.what());
   }
 }
 
 // The same, for this and all further connections of the process.
 EXPORTED int sqlite3_finance_everywhere_init(sqlite3* database, char** error,
                                              const sqlite3_api_routines* api) {
-  const int status = sqlite3_extension_init(database, error, api);
-  if (status != SQLITE_OK) return status;
-  sqlite3_auto_extension(reinterpret_cast<void (*)()>(sqlite3_extension_init));
-  return SQLITE_OK_LOAD_PERMANENTLY;
+  int status = sqlite3_extension_init(database, error, api);
+  if (status == SQLITE_OK) {
+    status = sqlite3_auto_extension(reinterpret_cast<void (*)()>(sqlite3_extension_init));
+  }
+  return status == SQLITE_OK ? SQLITE_OK_LOAD_PERMANENTLY : status;
 }

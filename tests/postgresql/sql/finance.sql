@@ -54,6 +54,7 @@ SELECT finance_npv(amount, amount, 1) FROM flows WHERE amount > 0;
 SELECT finance_irr(amount, NULL) FROM flows;
 SELECT finance_xirr(amount, 'infinity') FROM flows;
 SELECT finance_irr(1, 1) FROM flows;
+SELECT fund, finance_try_irr(amount, day - DATE '2008-01-01') IS NULL, finance_try_xnpv(amount, amount, day), round(finance_try_xirr(amount, day)::numeric, 9) FROM flows GROUP BY fund ORDER BY fund;
 -- pure, so that schemas can rely on it
 CREATE TABLE assets(cost float8 CHECK (finance('SLN', cost, 0, 5) > 1), yearly float8 GENERATED ALWAYS AS (finance_sln(cost, 0, 5)) STORED);
 CREATE INDEX by_share ON assets(finance('SLN', cost, 0, 7));
@@ -71,10 +72,11 @@ SET min_parallel_table_scan_size = 0; SET parallel_setup_cost = 0; SET parallel_
 EXPLAIN (COSTS OFF) SELECT * FROM results;
 SELECT count(*) FROM results JOIN alone USING (fund, count, finance_xnpv, finance_irr);
 SELECT finance_npv(0.01 + fund, coupon, 1) FROM bonds;
+SELECT finance_try_npv(0.01 + fund, coupon, 1), finance_try_npv(0.01, coupon, NULLIF(n, 9)) FROM bonds;
 RESET max_parallel_workers_per_gather;
 -- anyone may call it
 CREATE ROLE analyst; SET ROLE analyst;
-SELECT finance('SLN', 9, 0, 3), finance_version() ~ '^vxfnc [0-9.]+, interface 7\.[0-9], adapter [0-9.]+$';
+SELECT finance('SLN', 9, 0, 3), finance_version() ~ '^vxfnc [0-9.]+ \([-0-9: UTC]+\), interface 7\.[0-9], adapter [0-9.]+$';
 RESET ROLE;
 CREATE TABLE words(word finance_keyword); INSERT INTO words VALUES ('price'), ('YIELD  ');
 COPY words TO PROGRAM 'cat >words' (FORMAT binary);
