@@ -58,3 +58,11 @@ if [ "$(cat same.out)" != "$(printf '%7d same' "$(wc -l <calls)")" ]; then
   echo "not the answers of the command:" && cat same.out
   exit 1
 fi
+
+# Three servers, with the commands that the document shows.
+cp -r "$tests/../../examples" "$home"
+awk '/^## /{on = /PostgreSQL on many machines/} /^```/{inside = on && $0 == "```sh"; next} inside' \
+  "$tests/../../docs/engines.md" >walk.sh
+as_user env PATH="$bin:$PATH" TMPDIR="$home" bash -e walk.sh >walk.out
+grep ^Time: walk.out
+sed '/^Time:/d' walk.out | diff "$tests/shards.out" -
