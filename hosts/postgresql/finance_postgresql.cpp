@@ -314,7 +314,10 @@ Datum answer(FunctionCallInfo fcinfo, bool fails) {
   Outcome outcome;
   outcome.kind = Outcome::kNull;
   if (PG_ARGISNULL(0)) {
-    fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing", "");
+    guarded(outcome, [&] {
+      fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing",
+           detail_of_no_keyword());
+    });
   } else {
     const text* const word = PG_GETARG_TEXT_PP(0);
     CallSite* const site = site_of(fcinfo);

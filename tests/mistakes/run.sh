@@ -13,7 +13,10 @@ mistakes=$(cat tests/mistakes/*.txt | grep -v '^ *\(#\|$\)' | grep -e "${1:-}")
 git ls-files -z | xargs -0 cp --parents -t "$tree"
 cd "$tree"
 
-build() { cmake --build build --target vxfnc finance unit_tests module_tests sqlite_tests >log 2>&1; }
+build() {
+  cmake --build build --target vxfnc finance unit_tests module_tests sqlite_tests finance_postgresql \
+    postgresql_script >log 2>&1
+}
 pass() { ctest --test-dir build -E mistakes --stop-on-failure --timeout 60 >log 2>&1; }
 fate() { # FILE: what becomes of a mistake in it
   if [ "$(diff saved "$1" | grep -c '^<')" != 1 ]; then echo "does not change one line"
