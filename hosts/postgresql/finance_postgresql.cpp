@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -199,7 +200,8 @@ bool prepare(CallSite& site, std::string_view word, std::size_t count, Outcome& 
   }
   forget_call(&site);
   guarded(outcome, [&] {
-    if (is_callable(word, count, outcome)) site.call = new SqlCall(*catalog::find(word), count);
+    if (!is_callable(word, count, outcome)) return;
+    site.call = std::make_unique<SqlCall>(*catalog::find(word), count).release();
   });
   return site.call != nullptr;
 }

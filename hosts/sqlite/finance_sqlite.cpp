@@ -125,7 +125,7 @@ const FlowAggregate& aggregate_of(sqlite3_context* context) noexcept {
 // SQLite hands out zeroed storage, in which a group is made at the first row.
 Group* group_of(sqlite3_context* context, bool make) {
   auto** const place =
-      static_cast<Group**>(sqlite3_aggregate_context(context, make ? sizeof(Group*) : 0));
+      static_cast<Group**>(sqlite3_aggregate_context(context, make ? sizeof(void*) : 0));
   if (place == nullptr) {
     if (make) throw std::bad_alloc();
     return nullptr;
