@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -67,8 +68,11 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
   }
   const vxkernel::Evaluation answer = kernel.evaluate("FINANCE", aggregate.keyword, arguments);
   if (answer.ok()) return {.number = answer.value};
+  if (answer.status == vxkernel::kOutOfStorage) throw std::bad_alloc();
+  if (!aggregate.fails) return {};
 
   std::vector<Value> values;
+  values.reserve(arguments.size());
   for (const vxkernel::Argument& argument : arguments)
     values.push_back({.number = argument.number});
   const Callee callee(*catalog::find(aggregate.keyword), values.size());
@@ -77,8 +81,10 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
       values[i].kind = Value::Kind::kDate;
     }
   }
-  throw std::invalid_argument(
-      fmt::format("{}: {}", aggregate.name, callee.complaint(answer, values)));
+  const std::string complaint =
+      fmt::format("{}: {}", aggregate.name, callee.complaint(answer, values));
+  if (answer.marked >= 1) throw std::out_of_range(complaint);
+  throw std::invalid_argument(complaint);
 }
 
 }  // namespace host

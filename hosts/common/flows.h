@@ -46,7 +46,8 @@ inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
 // makes them. Throws std::invalid_argument with the aggregate's name.
 std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments);
 
-// Whatever the order of the flows, the same to the last bit. Throws as flow_of does.
+// Whatever the order of the flows, the same to the last bit. Throws as flow_of does, and
+// std::out_of_range where an argument is to blame.
 Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
                      std::span<const Flow> flows);
 

@@ -1,5 +1,7 @@
 #include "sql_call.h"
 
+#include <new>
+
 namespace host {
 namespace {
 
@@ -27,6 +29,7 @@ SqlAnswer SqlCall::refused(std::size_t position) const {
 SqlAnswer SqlCall::evaluate(const vxkernel::Kernel& kernel) const {
   const vxkernel::Evaluation answer = callee_.evaluate(kernel, arguments_);
   if (answer.ok()) return {callee_.result(answer)};
+  if (answer.status == vxkernel::kOutOfStorage) throw std::bad_alloc();
   const auto position = static_cast<std::size_t>(answer.marked >= 1 ? answer.marked : 0);
   return {{}, named(callee_.keyword(), callee_.complaint(answer, values_)), position};
 }

@@ -169,7 +169,8 @@ std::string shown(const Value& value) {
   const auto splits_character = [&text](std::size_t i) {
     return i < text.size() && (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
   };
-  while (end > 0 && splits_character(end)) --end;
+  const std::size_t least = end - std::min<std::size_t>(end, 3);  // other encodings go on for ever
+  while (end > least && splits_character(end)) --end;
   const bool is_cut = end < text.size();
   text.resize(end);
   std::ranges::replace_if(

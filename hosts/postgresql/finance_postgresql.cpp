@@ -21,11 +21,13 @@ extern "C" {
 #include <datatype/timestamp.h>
 #include <fmgr.h>
 #include <libpq/pqformat.h>
+#include <mb/pg_wchar.h>
 #include <miscadmin.h>
 #include <utils/array.h>
 #include <utils/builtins.h>
 #include <utils/date.h>
 #include <utils/lsyscache.h>
+#include <utils/memutils.h>
 #include <utils/timestamp.h>
 }
 
@@ -53,6 +55,7 @@ struct SqlValue {
 struct Outcome {
   enum Kind : int { kValue, kNull, kRefused, kBroken } kind;  // broken: no fault of the call's
   double value;
+  bool is_date;
   int sql_state;
   char complaint[1000];
   char detail[1000];
@@ -73,16 +76,21 @@ void fail(Outcome& outcome, int sql_state, std::string_view complaint,
   keep(outcome.detail, detail);
 }
 
-// Calls a body that may throw or fail; an invalid argument is one of a group of flows. False when
-// the outcome is a failure.
+constexpr const char* kDetailOfFlows =
+    "Each row is a flow: an amount, and a date or period; a rate is the group's.";
+
+// Calls a body that may throw or fail; logic errors are those of a group of flows. False when the
+// outcome is a failure.
 bool guarded(Outcome& outcome, auto&& body) noexcept {
   outcome.kind = Outcome::kNull;
   try {
     body();
     return outcome.kind != Outcome::kRefused;
+  } catch (const std::out_of_range& error) {
+    fail(outcome, ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE, error.what(), kDetailOfFlows);
+    return false;
   } catch (const std::invalid_argument& error) {
-    fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, error.what(),
-         "Each row is a flow: an amount, and a date or period; a rate is the group's.");
+    fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, error.what(), kDetailOfFlows);
     return false;
   } catch (const std::bad_alloc&) {
     fail(outcome, ERRCODE_OUT_OF_MEMORY, "finance: out of memory", "");
@@ -154,9 +162,9 @@ Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
 
 int sql_state_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
   if (value.kind == SqlValue::kRefused) return ERRCODE_DATATYPE_MISMATCH;
-  if (host::fits(value_of(value, kind), kind)) return ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
-  return value.kind == SqlValue::kText ? ERRCODE_INVALID_PARAMETER_VALUE
-                                       : ERRCODE_DATATYPE_MISMATCH;
+  const Value seen = value_of(value, kind);
+  if (seen.is_text()) return ERRCODE_INVALID_PARAMETER_VALUE;
+  return host::fits(seen, kind) ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE : ERRCODE_DATATYPE_MISMATCH;
 }
 
 void evaluate(SqlCall& call, const SqlValue* arguments, Outcome& outcome) noexcept {
@@ -168,6 +176,7 @@ void evaluate(SqlCall& call, const SqlValue* arguments, Outcome& outcome) noexce
     if (answer.complaint.empty()) {
       outcome.kind = std::isnan(answer.value.number) ? Outcome::kNull : Outcome::kValue;
       outcome.value = answer.value.number;
+      outcome.is_date = answer.value.is_date();
       return;
     }
     const catalog::Argument* const argument =
@@ -208,12 +217,19 @@ bool prepare(CallSite& site, std::string_view word, std::size_t count, Outcome& 
 
 // ---- The server's values as plain data ---------------------------------------------------------
 
-SqlValue text_value(SqlValue::Kind kind, const char* text, std::size_t size) {
-  return {kind, 0.0, text, size};
+// A text of other letters than ASCII means nothing here, and messages shorten it as UTF-8: one of
+// another encoding is cut before, at the end of a character.
+SqlValue text_value(const char* text, std::size_t size) {
+  constexpr std::size_t kShown = 57;
+  const bool is_plain = std::all_of(text, text + size, [](char c) { return c >= 0; });
+  if (!is_plain && size > kShown && GetDatabaseEncoding() != PG_UTF8) {
+    size = static_cast<std::size_t>(pg_mbcliplen(text, static_cast<int>(size), kShown));
+  }
+  return {SqlValue::kText, 0.0, text, size};
 }
 
-SqlValue text_value(SqlValue::Kind kind, const char* text) {
-  return text_value(kind, text, std::char_traits<char>::length(text));
+SqlValue refused_value(const char* reason) {
+  return {SqlValue::kRefused, 0.0, reason, std::char_traits<char>::length(reason)};
 }
 
 // The type is no domain. The value may refer to the datum.
@@ -242,17 +258,18 @@ SqlValue plain_value(Datum datum, Oid type) {
       if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
       return date(static_cast<double>(DatumGetTimestamp(datum)) / USECS_PER_DAY);
     case UNKNOWNOID:
-      return text_value(SqlValue::kText, DatumGetCString(datum));
+      return text_value(DatumGetCString(datum),
+                        std::char_traits<char>::length(DatumGetCString(datum)));
     case TEXTOID:
     case VARCHAROID:
     case BPCHAROID: {
       const text* const characters = DatumGetTextPP(datum);
-      return text_value(SqlValue::kText, VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters));
+      return text_value(VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters));
     }
     default:
-      return text_value(SqlValue::kRefused, psprintf("of type %s", format_type_be(type)));
+      return refused_value(psprintf("of type %s", format_type_be(type)));
   }
-  return text_value(SqlValue::kRefused, "infinite");
+  return refused_value("infinite");
 }
 
 struct SqlValues {
@@ -260,15 +277,16 @@ struct SqlValues {
   std::size_t count;
 };
 
-CallSite* site_of(FunctionCallInfo fcinfo) {
+// The site of a call whose arguments begin at a position.
+CallSite* site_of(FunctionCallInfo fcinfo, int first) {
   if (fcinfo->flinfo->fn_extra != nullptr) return static_cast<CallSite*>(fcinfo->flinfo->fn_extra);
   MemoryContext storage = fcinfo->flinfo->fn_mcxt;
   auto* const site = static_cast<CallSite*>(MemoryContextAllocZero(storage, sizeof(CallSite)));
   const auto room = static_cast<std::size_t>(PG_NARGS());
   site->types = static_cast<Oid*>(MemoryContextAllocZero(storage, room * sizeof(Oid)));
   site->values = static_cast<SqlValue*>(MemoryContextAllocZero(storage, room * sizeof(SqlValue)));
-  for (int i = 1; i < PG_NARGS(); ++i) {
-    site->types[i - 1] = getBaseType(get_fn_expr_argtype(fcinfo->flinfo, i));
+  for (int i = first; i < PG_NARGS(); ++i) {
+    site->types[i - first] = getBaseType(get_fn_expr_argtype(fcinfo->flinfo, i));
   }
   site->on_end.func = forget_call;
   site->on_end.arg = site;
@@ -298,23 +316,30 @@ SqlValues elements_of(Datum datum) {
   return {values, room};
 }
 
-// The arguments behind the keyword.
-SqlValues arguments_of(FunctionCallInfo fcinfo, CallSite& site) {
+// The arguments from a position on.
+SqlValues arguments_of(FunctionCallInfo fcinfo, int first, CallSite& site) {
   if (get_fn_expr_variadic(fcinfo->flinfo)) {
-    if (PG_ARGISNULL(1)) return {nullptr, 0};
-    return elements_of(PG_GETARG_DATUM(1));
+    if (PG_ARGISNULL(first)) return {nullptr, 0};
+    return elements_of(PG_GETARG_DATUM(first));
   }
-  for (int i = 1; i < PG_NARGS(); ++i) {
-    site.values[i - 1] =
-        PG_ARGISNULL(i) ? SqlValue{} : plain_value(PG_GETARG_DATUM(i), site.types[i - 1]);
+  for (int i = first; i < PG_NARGS(); ++i) {
+    site.values[i - first] =
+        PG_ARGISNULL(i) ? SqlValue{} : plain_value(PG_GETARG_DATUM(i), site.types[i - first]);
   }
-  return {site.values, static_cast<std::size_t>(PG_NARGS() - 1)};
+  return {site.values, static_cast<std::size_t>(PG_NARGS() - first)};
+}
+
+// Evaluates a keyword for the arguments from a position on.
+void call(FunctionCallInfo fcinfo, std::string_view word, int first, Outcome& outcome) {
+  CallSite* const site = site_of(fcinfo, first);
+  const SqlValues arguments = arguments_of(fcinfo, first, *site);
+  if (!prepare(*site, word, arguments.count, outcome)) return;
+  evaluate(*site->call, arguments.values, outcome);
 }
 
 Datum answer(FunctionCallInfo fcinfo, bool fails) {
   CHECK_FOR_INTERRUPTS();
   Outcome outcome;
-  outcome.kind = Outcome::kNull;
   if (PG_ARGISNULL(0)) {
     guarded(outcome, [&] {
       fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing",
@@ -322,14 +347,32 @@ Datum answer(FunctionCallInfo fcinfo, bool fails) {
     });
   } else {
     const text* const word = PG_GETARG_TEXT_PP(0);
-    CallSite* const site = site_of(fcinfo);
-    const SqlValues arguments = arguments_of(fcinfo, *site);
-    if (prepare(*site, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, arguments.count, outcome)) {
-      evaluate(*site->call, arguments.values, outcome);
-    }
+    call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, outcome);
   }
   if (is_reported(outcome, fails)) report(outcome);
   if (outcome.kind != Outcome::kValue) PG_RETURN_NULL();
+  PG_RETURN_FLOAT8(outcome.value);
+}
+
+// A function of one keyword, which is in its name: finance_price. It looks for nothing by name, so
+// that nobody can put a function of his own in its way.
+Datum answer_of_named(FunctionCallInfo fcinfo) {
+  CHECK_FOR_INTERRUPTS();
+  constexpr std::string_view kPrefix = "finance_";
+  const auto* const known = static_cast<const CallSite*>(fcinfo->flinfo->fn_extra);
+  std::string_view word;
+  if (known != nullptr && known->call != nullptr) {
+    word = known->call->callee().keyword().word;
+  } else {
+    const char* const name = get_func_name(fcinfo->flinfo->fn_oid);
+    word = name;
+    word.remove_prefix(std::min(kPrefix.size(), word.size()));
+  }
+  Outcome outcome;
+  call(fcinfo, word, 0, outcome);
+  if (is_reported(outcome, true)) report(outcome);
+  if (outcome.kind != Outcome::kValue) PG_RETURN_NULL();
+  if (outcome.is_date) PG_RETURN_DATEADT(static_cast<DateADT>(outcome.value - kDateZero));
   PG_RETURN_FLOAT8(outcome.value);
 }
 
@@ -420,6 +463,7 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
     outcome.value =
         host::value_of_flows(aggregate, host::own_kernel(), {group->flows, group->count}).number;
   });
+  CHECK_FOR_INTERRUPTS();  // large groups take a while
   if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
   if (!is_well || std::isnan(outcome.value)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(outcome.value);
@@ -437,6 +481,8 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
 SQL_FUNCTION(finance) { return answer(fcinfo, true); }
 
 SQL_FUNCTION(finance_try) { return answer(fcinfo, false); }
+
+SQL_FUNCTION(finance_named) { return answer_of_named(fcinfo); }
 
 SQL_FUNCTION(finance_keyword_in) { return keyword_of(PG_GETARG_CSTRING(0)); }
 
@@ -494,6 +540,11 @@ SQL_FUNCTION(finance_flows_serialize) {
   group_storage(fcinfo);
   const Group* const group = group_of(fcinfo, 0);
   const std::size_t size = VARHDRSZ + sizeof(Group) + group->count * sizeof(host::Flow);
+  if (size > MaxAllocSize) {
+    ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
+                    errmsg("finance: a group has too many flows to be shared out to workers"),
+                    errhint("Set max_parallel_workers_per_gather to 0.")));
+  }
   auto* const bytes = static_cast<bytea*>(palloc(size));
   SET_VARSIZE(bytes, size);
   std::memcpy(VARDATA(bytes), group, sizeof(Group));

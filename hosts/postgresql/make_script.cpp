@@ -30,6 +30,9 @@ CREATE FUNCTION finance_keyword(text) RETURNS finance_keyword
   AS 'MODULE_PATHNAME', 'finance_keyword_of_text' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
 CREATE CAST (text AS finance_keyword) WITH FUNCTION finance_keyword(text) AS IMPLICIT;
 CREATE CAST (varchar AS finance_keyword) WITH FUNCTION finance_keyword(text) AS IMPLICIT;
+CREATE FUNCTION finance_keyword(bpchar) RETURNS finance_keyword
+  AS 'MODULE_PATHNAME', 'finance_keyword_of_text' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
+CREATE CAST (bpchar AS finance_keyword) WITH FUNCTION finance_keyword(bpchar) AS IMPLICIT;
 
 CREATE FUNCTION finance(keyword finance_keyword, VARIADIC arguments "any") RETURNS float8
   AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
@@ -90,21 +93,15 @@ void write_function(const catalog::Keyword& keyword, std::size_t count, const ch
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
   std::string parameters;
-  std::string call = "finance('" + std::string(keyword.word) + '\'';
   for (const catalog::Argument& argument : keyword.arguments().first(count)) {
-    const std::string quoted = '"' + std::string(argument.name) + '"';
     const bool is_basis = argument.kind == catalog::ArgumentKind::kBasis;
-    parameters += (parameters.empty() ? "" : ", ") + quoted + ' ' +
+    parameters += (parameters.empty() ? "\"" : ", \"") + std::string(argument.name) + "\" " +
                   (is_basis ? basis_type : type_of(argument.kind));
-    call += ", " + quoted;
   }
-  call += ')';
-  const bool is_date = keyword.result == catalog::ResultKind::kDate;
-  if (is_date) call = "DATE '1960-01-01' + " + call + "::int4";
   std::cout << "\nCREATE FUNCTION " << name << '(' << parameters << ") RETURNS "
-            << (is_date ? "date" : "float8")
-            << "\n  LANGUAGE sql IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10\n  RETURN "
-            << call << ";\n";
+            << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
+            << "\n  AS 'MODULE_PATHNAME', 'finance_named'"
+               " LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;\n";
 }
 
 // One function for each number of arguments, since one that is left out is not one that is NULL;

@@ -178,7 +178,7 @@ void value(sqlite3_context* context) noexcept {
     if (group == nullptr || group->bad > 0) return;  // NULL
     try {
       set_result(context, value_of_flows(aggregate, host::own_kernel(), group->flows));
-    } catch (const std::invalid_argument&) {
+    } catch (const std::logic_error&) {
       if (aggregate.fails) throw;
     }
   });

@@ -24,7 +24,8 @@ for folder in --bindir --pkglibdir --sharedir; do
   mkdir -p "$home$folder"
   cp -rL "$folder/." "$home$folder"
 done
-rm -f "$home$(pg_config --pkglibdir)"/{finance_postgresql,vxfnc}.so  # of an earlier installation
+rm -f "$home$(pg_config --pkglibdir)"/{finance_postgresql,vxfnc}.so \
+  "$home$(pg_config --sharedir)"/extension/finance*  # of an earlier installation
 DESTDIR=$home cmake --install "$build" --component postgresql >"$home/install.log"
 cp -r "$tests/sql" "$tests/expected" "$home"
 [ "$(id -u)" != 0 ] || chown -R postgres "$home"

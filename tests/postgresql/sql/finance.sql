@@ -1,5 +1,8 @@
 SET datestyle = ISO;
+CREATE FUNCTION finance(keyword text, float8, float8, float8) RETURNS float8 LANGUAGE sql RETURN 666;  -- in the way
 CREATE EXTENSION finance;
+SELECT finance_sln(9, 0, 3);
+DROP FUNCTION finance(text, float8, float8, float8);
 -- values, in the ways that SQL can give them
 SELECT finance('PRICE', DATE '2008-02-15', DATE '2017-11-15', 0.0575, 0.065, 100, 2, 0);
 SELECT finance('price ', '2008-02-15', '2017-11-15', '0.0575', 6.5e-2::text, 100::int8, '2', '30/360');
@@ -11,7 +14,7 @@ SELECT finance_tbillprice('2008-03-31', '2008-06-01', 0.09), finance('TBILLPRICE
 SELECT finance('IRR', VARIADIC ARRAY[-100, 110]), finance('FVSCHEDULE', 5), finance('NPV', VARIADIC ARRAY[0.1, 110]::numeric[]);
 SELECT round(finance('XIRR', VARIADIC ARRAY['-100', '110', '2020-01-01', '2020-12-31'])::numeric, 12);
 CREATE DOMAIN rate AS numeric CHECK (value > 0);
-SELECT finance('SLN', 9::rate, 0, 3::int2), finance('SLN', 9::varchar, 0::bpchar, 3::float4), finance('SLN', VARIADIC ARRAY[9, 3, 2]::rate[]);
+SELECT finance('SLN', 9::rate, 0, 3::int2), finance('SLN'::char(5), 9::varchar, 0::bpchar, 3::float4), finance('SLN', VARIADIC ARRAY[9, 3, 2]::rate[]);
 SELECT word, finance(word::varchar, 9000, 1000, 5, 1) FROM (VALUES ('SYD'), ('DDB'), ('DB')) AS words(word);
 PREPARE price(text, date) AS SELECT finance($1, $2, DATE '2017-11-15', 0.0575, 0.065, 100, 2);
 EXECUTE price('PRICE', '2008-02-15');
@@ -23,6 +26,8 @@ SELECT finance('PRICE', DATE '2008-02-15', DATE '2017-11-15', -0.05, 0.065, 100,
 SELECT finance('PRICE', 17577, DATE '2017-11-15', 0.05, 0.065, 100, 2);
 \echo :LAST_ERROR_SQLSTATE
 SELECT finance('PRICE', '2008-02-30', DATE '2017-11-15', 0.05, 0.065, 100, 2);
+\echo :LAST_ERROR_SQLSTATE
+SELECT finance('YEARFRAC', DATE '2020-01-31', DATE '2020-03-15', '30/361');
 \echo :LAST_ERROR_SQLSTATE
 SELECT finance('SLN', 1);
 \echo :LAST_ERROR_SQLSTATE
@@ -54,6 +59,8 @@ SELECT finance_npv(amount, amount, 1) FROM flows WHERE amount > 0;
 SELECT finance_irr(amount, NULL) FROM flows;
 SELECT finance_xirr(amount, 'infinity') FROM flows;
 SELECT finance_irr(1, 1) FROM flows;
+SELECT finance_npv(-1.5, 1, 1);
+\echo :LAST_ERROR_SQLSTATE
 SELECT fund, finance_try_irr(amount, day - DATE '2008-01-01') IS NULL, finance_try_xnpv(amount, amount, day), round(finance_try_xirr(amount, day)::numeric, 9) FROM flows GROUP BY fund ORDER BY fund;
 -- pure, so that schemas can rely on it
 CREATE TABLE assets(cost float8 CHECK (finance('SLN', cost, 0, 5) > 1), yearly float8 GENERATED ALWAYS AS (finance_sln(cost, 0, 5)) STORED);
