@@ -28,7 +28,8 @@ class SqlCall {
   SqlCall(const catalog::Keyword& keyword, std::size_t count);
 
   // The function gives the value at a position, counted from 1, for a kind of argument. Positions
-  // behind a value that does not fit are not asked for. Throws std::bad_alloc when storage runs out.
+  // behind a value that does not fit are not asked for. Throws std::bad_alloc when storage runs
+  // out.
   template <typename Function>
   SqlAnswer evaluate(const vxkernel::Kernel& kernel, Function value_at) {
     for (std::size_t i = 0; i < values_.size(); ++i) {

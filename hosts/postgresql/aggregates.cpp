@@ -1,0 +1,154 @@
+// The aggregates of the extension of PostgreSQL.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "flows.h"
+#include "own_kernel.h"
+#include "plain_values.h"
+
+extern "C" {
+#include <catalog/pg_type.h>
+#include <utils/memutils.h>
+}
+
+using namespace finance_pg;
+
+namespace {
+
+using host::FlowAggregate;
+
+// The flows of a group so far, in the server's storage. Serialized as it stands, without the unused
+// room: workers run on one machine.
+struct Group {
+  std::size_t count;
+  std::size_t room;
+  host::Flow* flows;
+  bool is_bad;  // a row made no flow, where the aggregate does not fail
+};
+
+MemoryContext group_storage(FunctionCallInfo fcinfo) {
+  MemoryContext storage = nullptr;
+  if (AggCheckCallContext(fcinfo, &storage) != 0) return storage;
+  ereport(ERROR, (errcode(ERRCODE_FEATURE_NOT_SUPPORTED),
+                  errmsg("finance: this function belongs to an aggregate")));
+  pg_unreachable();
+}
+
+Group* group_of(FunctionCallInfo fcinfo, int argument) {
+  return PG_ARGISNULL(argument) ? nullptr : reinterpret_cast<Group*>(PG_GETARG_POINTER(argument));
+}
+
+// The group, with room for more flows; a new one when there is none.
+Group* with_room(Group* group, MemoryContext storage, std::size_t more) {
+  if (group == nullptr) {
+    group = static_cast<Group*>(MemoryContextAllocZero(storage, sizeof(Group)));
+  }
+  if (group->flows != nullptr && group->count + more <= group->room) return group;
+  const std::size_t room = std::max({2 * group->room, group->count + more, std::size_t{16}});
+  const std::size_t bytes = room * sizeof(host::Flow);
+  group->flows =
+      static_cast<host::Flow*>(group->flows == nullptr ? MemoryContextAllocHuge(storage, bytes)
+                                                       : repalloc_huge(group->flows, bytes));
+  group->room = room;
+  return group;
+}
+
+Datum add_flow(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
+  MemoryContext storage = group_storage(fcinfo);
+  const int count = PG_NARGS() - 1;
+  host::Value values[3];
+  for (int i = 0; i < count; ++i) {
+    if (PG_ARGISNULL(i + 1)) continue;
+    const bool is_date = aggregate.is_dated && i + 1 == count;
+    const SqlValue plain = plain_value(PG_GETARG_DATUM(i + 1), is_date ? DATEOID : FLOAT8OID);
+    values[i] =
+        value_of(plain, is_date ? catalog::ArgumentKind::kDate : catalog::ArgumentKind::kNumber);
+  }
+  Outcome outcome;
+  host::Flow flow{};
+  bool has_flow = false;
+  const bool is_well = guarded(outcome, [&] {
+    const auto made = host::flow_of(aggregate, {values, static_cast<std::size_t>(count)});
+    has_flow = made.has_value();
+    flow = made.value_or(flow);
+  });
+  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
+  Group* const group = with_room(group_of(fcinfo, 0), storage, 1);
+  if (has_flow) group->flows[group->count++] = flow;
+  group->is_bad |= !is_well;
+  PG_RETURN_POINTER(group);
+}
+
+Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
+  const Group* const group = group_of(fcinfo, 0);
+  if (group == nullptr || group->is_bad) PG_RETURN_NULL();
+  CHECK_FOR_INTERRUPTS();
+  Outcome outcome;
+  const bool is_well = guarded(outcome, [&] {
+    outcome.value =
+        host::value_of_flows(aggregate, host::own_kernel(), {group->flows, group->count}).number;
+  });
+  CHECK_FOR_INTERRUPTS();  // large groups take a while
+  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
+  if (!is_well || std::isnan(outcome.value)) PG_RETURN_NULL();
+  PG_RETURN_FLOAT8(outcome.value);
+}
+
+}  // namespace
+
+// The number is a place in host::kFlowAggregates.
+#define FLOW_AGGREGATE(name, number)                                                   \
+  SQL_FUNCTION(name##_add) { return add_flow(fcinfo, host::kFlowAggregates[number]); } \
+  SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, host::kFlowAggregates[number]); }
+
+FLOW_AGGREGATE(finance_irr, 0)
+FLOW_AGGREGATE(finance_npv, 1)
+FLOW_AGGREGATE(finance_xirr, 2)
+FLOW_AGGREGATE(finance_xnpv, 3)
+FLOW_AGGREGATE(finance_try_irr, 4)
+FLOW_AGGREGATE(finance_try_npv, 5)
+FLOW_AGGREGATE(finance_try_xirr, 6)
+FLOW_AGGREGATE(finance_try_xnpv, 7)
+
+SQL_FUNCTION(finance_flows_combine) {
+  MemoryContext storage = group_storage(fcinfo);
+  const Group* const other = group_of(fcinfo, 1);
+  if (other == nullptr) {
+    if (PG_ARGISNULL(0)) PG_RETURN_NULL();
+    PG_RETURN_POINTER(group_of(fcinfo, 0));
+  }
+  Group* const both = with_room(group_of(fcinfo, 0), storage, other->count);
+  std::copy_n(other->flows, other->count, both->flows + both->count);
+  both->count += other->count;
+  both->is_bad |= other->is_bad;
+  PG_RETURN_POINTER(both);
+}
+
+SQL_FUNCTION(finance_flows_serialize) {
+  group_storage(fcinfo);
+  const Group* const group = group_of(fcinfo, 0);
+  const std::size_t size = VARHDRSZ + sizeof(Group) + group->count * sizeof(host::Flow);
+  if (size > MaxAllocSize) {
+    ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
+                    errmsg("finance: a group has too many flows to be shared out to workers"),
+                    errhint("Set max_parallel_workers_per_gather to 0.")));
+  }
+  auto* const bytes = static_cast<bytea*>(palloc(size));
+  SET_VARSIZE(bytes, size);
+  std::memcpy(VARDATA(bytes), group, sizeof(Group));
+  std::memcpy(VARDATA(bytes) + sizeof(Group), group->flows, group->count * sizeof(host::Flow));
+  PG_RETURN_BYTEA_P(bytes);
+}
+
+SQL_FUNCTION(finance_flows_deserialize) {
+  group_storage(fcinfo);
+  const bytea* const bytes = PG_GETARG_BYTEA_PP(0);
+  auto* const group = static_cast<Group*>(palloc(sizeof(Group)));
+  std::memcpy(group, VARDATA_ANY(bytes), sizeof(Group));
+  const std::size_t size = group->count * sizeof(host::Flow);
+  group->room = group->count;
+  group->flows = static_cast<host::Flow*>(palloc_extended(size, MCXT_ALLOC_HUGE));
+  std::memcpy(group->flows, VARDATA_ANY(bytes) + sizeof(Group), size);
+  PG_RETURN_POINTER(group);
+}

@@ -1,0 +1,128 @@
+#include "plain_values.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "sql_values.h"
+
+extern "C" {
+#include <catalog/pg_type.h>
+#include <mb/pg_wchar.h>
+#include <utils/builtins.h>
+#include <utils/date.h>
+#include <utils/timestamp.h>
+}
+
+namespace finance_pg {
+namespace {
+
+// A text of other letters than ASCII means nothing here, and messages shorten it as UTF-8: one of
+// another encoding is cut before, at the end of a character.
+SqlValue text_value(const char* text, std::size_t size) {
+  constexpr std::size_t kShown = 57;
+  const bool is_plain = std::all_of(text, text + size, [](char c) { return c >= 0; });
+  if (!is_plain && size > kShown && GetDatabaseEncoding() != PG_UTF8) {
+    size = static_cast<std::size_t>(pg_mbcliplen(text, static_cast<int>(size), kShown));
+  }
+  return {SqlValue::kText, 0.0, text, size};
+}
+
+SqlValue refused_value(const char* reason) {
+  return {SqlValue::kRefused, 0.0, reason, std::char_traits<char>::length(reason)};
+}
+
+}  // namespace
+
+void fail(Outcome& outcome, int sql_state, std::string_view complaint,
+          std::string_view detail) noexcept {
+  const auto keep = [](char(&to)[1000], std::string_view text) {
+    to[text.copy(to, sizeof to - 1)] = '\0';
+  };
+  outcome.kind = Outcome::kRefused;
+  outcome.sql_state = sql_state;
+  keep(outcome.complaint, complaint);
+  keep(outcome.detail, detail);
+}
+
+void fail_of_exception(Outcome& outcome) noexcept {
+  constexpr const char* kDetail =
+      "Each row is a flow: an amount, and a date or period; a rate is the group's.";
+  try {
+    throw;
+  } catch (const std::out_of_range& error) {
+    return fail(outcome, ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE, error.what(), kDetail);
+  } catch (const std::invalid_argument& error) {
+    return fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, error.what(), kDetail);
+  } catch (const std::bad_alloc&) {
+    fail(outcome, ERRCODE_OUT_OF_MEMORY, "finance: out of memory", "");
+  } catch (const std::exception& error) {
+    fail(outcome, ERRCODE_EXTERNAL_ROUTINE_EXCEPTION, error.what(), "");
+  }
+  outcome.kind = Outcome::kBroken;
+}
+
+void report(const Outcome& outcome) {
+  ereport(ERROR, (errcode(outcome.sql_state), errmsg_internal("%s", outcome.complaint),
+                  outcome.detail[0] == '\0' ? 0 : errdetail_internal("%s", outcome.detail)));
+  pg_unreachable();
+}
+
+SqlValue plain_value(Datum datum, Oid type) {
+  const auto number = [](double value) { return SqlValue{SqlValue::kNumber, value, nullptr, 0}; };
+  const auto date = [](double days) {
+    return SqlValue{SqlValue::kDate, days + kDateZero, nullptr, 0};
+  };
+  switch (type) {
+    case INT2OID:
+      return number(DatumGetInt16(datum));
+    case INT4OID:
+      return number(DatumGetInt32(datum));
+    case INT8OID:
+      return number(static_cast<double>(DatumGetInt64(datum)));
+    case FLOAT4OID:
+      return number(static_cast<double>(DatumGetFloat4(datum)));
+    case FLOAT8OID:
+      return number(DatumGetFloat8(datum));
+    case NUMERICOID:
+      return number(DatumGetFloat8(DirectFunctionCall1(numeric_float8_no_overflow, datum)));
+    case DATEOID:
+      if (DATE_NOT_FINITE(DatumGetDateADT(datum))) break;
+      return date(DatumGetDateADT(datum));
+    case TIMESTAMPOID:
+      if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
+      return date(static_cast<double>(DatumGetTimestamp(datum)) / USECS_PER_DAY);
+    case UNKNOWNOID:
+      return text_value(DatumGetCString(datum),
+                        std::char_traits<char>::length(DatumGetCString(datum)));
+    case TEXTOID:
+    case VARCHAROID:
+    case BPCHAROID: {
+      const text* const characters = DatumGetTextPP(datum);
+      return text_value(VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters));
+    }
+    default:
+      return refused_value(psprintf("of type %s", format_type_be(type)));
+  }
+  return refused_value("infinite");
+}
+
+host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
+  const std::string_view text(value.text, value.size);
+  switch (value.kind) {
+    case SqlValue::kNull:
+      return {};
+    case SqlValue::kNumber:
+      return {.number = value.number};
+    case SqlValue::kDate:
+      return {value.number, {}, host::Value::Kind::kDate};
+    case SqlValue::kText:
+      return host::value_of_sql_text(text, kind);
+    case SqlValue::kRefused:
+      break;
+  }
+  return {.word = text, .kind = host::Value::Kind::kText};
+}
+
+}  // namespace finance_pg
