@@ -14,13 +14,13 @@
 namespace host {
 namespace {
 
+template <typename Error>
 [[noreturn]] void refuse(const FlowAggregate& aggregate, std::size_t position,
                          std::string_view complaint) {
   const std::array<std::string_view, 3> names = {"rate", "amount",
                                                  aggregate.is_dated ? "date" : "period"};
-  throw std::invalid_argument(fmt::format("{}: argument {} ({}) {}", aggregate.name, position + 1,
-                                          names[position + (aggregate.has_rate ? 0 : 1)],
-                                          complaint));
+  throw Error(fmt::format("{}: argument {} ({}) {}", aggregate.name, position + 1,
+                          names[position + (aggregate.has_rate ? 0 : 1)], complaint));
 }
 
 bool is_missing(const Value& value) { return !value.is_text() && std::isnan(value.number); }
@@ -34,13 +34,13 @@ std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Valu
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const bool is_date = i == place && aggregate.is_dated;
     if (fits(arguments[i], is_date ? kDate : kNumber)) continue;
-    refuse(aggregate, i,
-           fmt::format("is {}: must be a {}", shown(arguments[i]),
-                       is_date ? "date (YYYY-MM-DD)" : "number"));
+    refuse<std::domain_error>(aggregate, i,
+                              fmt::format("is {}: must be a {}", shown(arguments[i]),
+                                          is_date ? "date (YYYY-MM-DD)" : "number"));
   }
   if (is_missing(arguments[amount]) && is_missing(arguments[place])) return std::nullopt;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (is_missing(arguments[i])) refuse(aggregate, i, "is missing");
+    if (is_missing(arguments[i])) refuse<std::out_of_range>(aggregate, i, "is missing");
   }
   return Flow{arguments[place].number, arguments[amount].number,
               aggregate.has_rate ? arguments[0].number : 0.0};
@@ -57,7 +57,7 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
   }
   const double rate = flows[0].rate;
   if (std::ranges::any_of(flows, [rate](const Flow& flow) { return flow.rate != rate; })) {
-    refuse(aggregate, 0, "must be the same in all rows");
+    refuse<std::invalid_argument>(aggregate, 0, "must be the same in all rows");
   }
   std::vector<vxkernel::Argument> arguments;
   arguments.reserve(2 * flows.size() + 1);

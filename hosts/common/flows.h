@@ -43,11 +43,12 @@ inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
 }};
 
 // The arguments of a row, in their order; none when amount and place are missing, as an outer join
-// makes them. Throws std::invalid_argument with the aggregate's name.
+// makes them. Throws with the aggregate's name: std::domain_error for a value of the wrong kind,
+// std::out_of_range for a missing one.
 std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments);
 
-// Whatever the order of the flows, the same to the last bit. Throws as flow_of does, and
-// std::out_of_range where an argument is to blame.
+// Whatever the order of the flows, the same to the last bit. Throws std::out_of_range where an
+// argument is to blame, else std::invalid_argument.
 Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
                      std::span<const Flow> flows);
 

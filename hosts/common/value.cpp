@@ -40,6 +40,7 @@ double short_number_of(std::string_view word) noexcept {
 bool is_too_small(std::string_view digits) noexcept {
   const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
   const std::string_view mantissa = digits.substr(0, end);
+  constexpr std::int64_t kFar = std::int64_t{1} << 60;  // farther than any text is long
   std::int64_t place = 0;
   if (end < digits.size()) {
     std::string_view exponent = digits.substr(end + 1);
@@ -49,7 +50,7 @@ bool is_too_small(std::string_view digits) noexcept {
   }
   const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
   const auto first = static_cast<std::int64_t>(mantissa.find_first_not_of("0."));
-  place += first < point ? point - first - 1 : point - first;
+  place = std::clamp(place, -kFar, kFar) + (first < point ? point - first - 1 : point - first);
   return place < 0;
 }
 

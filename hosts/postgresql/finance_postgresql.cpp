@@ -11,6 +11,7 @@
 #include "sql_call.h"
 
 extern "C" {
+#include <catalog/pg_type.h>
 #include <libpq/pqformat.h>
 #include <utils/array.h>
 #include <utils/builtins.h>
@@ -117,6 +118,16 @@ struct SqlValues {
   std::size_t count;
 };
 
+// The type of an argument in the expression, or, where the server calls without one, as declared.
+Oid type_of(FunctionCallInfo fcinfo, int argument) {
+  const Oid type = get_fn_expr_argtype(fcinfo->flinfo, argument);
+  if (OidIsValid(type)) return type;
+  Oid* declared = nullptr;
+  int count = 0;
+  get_func_signature(fcinfo->flinfo->fn_oid, &declared, &count);
+  return argument < count ? declared[argument] : TEXTOID;
+}
+
 // The site of a call whose arguments begin at a position.
 CallSite* site_of(FunctionCallInfo fcinfo, int first) {
   if (fcinfo->flinfo->fn_extra != nullptr) return static_cast<CallSite*>(fcinfo->flinfo->fn_extra);
@@ -126,7 +137,7 @@ CallSite* site_of(FunctionCallInfo fcinfo, int first) {
   site->types = static_cast<Oid*>(MemoryContextAllocZero(storage, room * sizeof(Oid)));
   site->values = static_cast<SqlValue*>(MemoryContextAllocZero(storage, room * sizeof(SqlValue)));
   for (int i = first; i < PG_NARGS(); ++i) {
-    site->types[i - first] = getBaseType(get_fn_expr_argtype(fcinfo->flinfo, i));
+    site->types[i - first] = getBaseType(type_of(fcinfo, i));
   }
   site->on_end.func = forget_call;
   site->on_end.arg = site;
@@ -159,7 +170,7 @@ SqlValues elements_of(Datum datum) {
 // The arguments from a position on.
 SqlValues arguments_of(FunctionCallInfo fcinfo, int first, CallSite& site) {
   if (get_fn_expr_variadic(fcinfo->flinfo)) {
-    if (PG_ARGISNULL(first)) return {nullptr, 0};
+    if (PG_ARGISNULL(first)) return {site.values, 0};
     return elements_of(PG_GETARG_DATUM(first));
   }
   for (int i = first; i < PG_NARGS(); ++i) {
@@ -194,20 +205,10 @@ Datum answer(FunctionCallInfo fcinfo, bool fails) {
   PG_RETURN_FLOAT8(outcome.value);
 }
 
-// A function of one keyword, which is in its name: finance_price. It looks for nothing by name, so
-// that nobody can put a function of his own in its way.
-Datum answer_of_named(FunctionCallInfo fcinfo) {
+// A function of one keyword. It looks for nothing by name, so that nobody can put a function of his
+// own in its way.
+Datum answer_of(FunctionCallInfo fcinfo, std::string_view word) {
   CHECK_FOR_INTERRUPTS();
-  constexpr std::string_view kPrefix = "finance_";
-  const auto* const known = static_cast<const CallSite*>(fcinfo->flinfo->fn_extra);
-  std::string_view word;
-  if (known != nullptr && known->call != nullptr) {
-    word = known->call->callee().keyword().word;
-  } else {
-    const char* const name = get_func_name(fcinfo->flinfo->fn_oid);
-    word = name;
-    word.remove_prefix(std::min(kPrefix.size(), word.size()));
-  }
   Outcome outcome;
   call(fcinfo, word, 0, outcome);
   if (is_reported(outcome, true)) report(outcome);
@@ -218,6 +219,7 @@ Datum answer_of_named(FunctionCallInfo fcinfo) {
 
 // A keyword in capital letters; raises an error where there is none.
 Datum keyword_of(std::string_view word) {
+  word = clipped(word);
   char canonical[16] = {};
   Outcome outcome;
   const bool is_well = guarded(outcome, [&] {
@@ -236,7 +238,10 @@ SQL_FUNCTION(finance) { return answer(fcinfo, true); }
 
 SQL_FUNCTION(finance_try) { return answer(fcinfo, false); }
 
-SQL_FUNCTION(finance_named) { return answer_of_named(fcinfo); }
+// One for each keyword without lists, from the catalogue.
+#define KEYWORD_FUNCTION(name, word) \
+  SQL_FUNCTION(name) { return answer_of(fcinfo, word); }
+#include "keyword_functions.inc"
 
 SQL_FUNCTION(finance_keyword_in) { return keyword_of(PG_GETARG_CSTRING(0)); }
 

@@ -1,5 +1,5 @@
 // Writes the installation script of the extension: the functions in C, and for each keyword without
-// lists functions of its own name, from the catalogue.
+// lists functions of its own name, from the catalogue; with --symbols, the functions in C of those.
 #include <algorithm>
 #include <iostream>
 #include <string>
@@ -87,21 +87,31 @@ void write_aggregate(const host::FlowAggregate& aggregate) {
                "  DESERIALFUNC = finance_flows_deserialize, PARALLEL = SAFE);\n";
 }
 
-void write_function(const catalog::Keyword& keyword, std::size_t count, const char* basis_type) {
-  std::string name = "finance_" + std::string(keyword.word);
-  std::ranges::transform(name, name.begin(), [](char c) {
+// "price"
+std::string small_word(const catalog::Keyword& keyword) {
+  std::string word(keyword.word);
+  std::ranges::transform(word, word.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
+  return word;
+}
+
+// The function in C that those of a keyword have in common.
+std::string symbol_of(const catalog::Keyword& keyword) {
+  return "finance_keyword_" + small_word(keyword);
+}
+
+void write_function(const catalog::Keyword& keyword, std::size_t count, const char* basis_type) {
   std::string parameters;
   for (const catalog::Argument& argument : keyword.arguments().first(count)) {
     const bool is_basis = argument.kind == catalog::ArgumentKind::kBasis;
     parameters += (parameters.empty() ? "\"" : ", \"") + std::string(argument.name) + "\" " +
                   (is_basis ? basis_type : type_of(argument.kind));
   }
-  std::cout << "\nCREATE FUNCTION " << name << '(' << parameters << ") RETURNS "
-            << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
-            << "\n  AS 'MODULE_PATHNAME', 'finance_named'"
-               " LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;\n";
+  std::cout << "\nCREATE FUNCTION finance_" << small_word(keyword) << '(' << parameters
+            << ") RETURNS " << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
+            << "\n  AS 'MODULE_PATHNAME', '" << symbol_of(keyword)
+            << "' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;\n";
 }
 
 // One function for each number of arguments, since one that is left out is not one that is NULL;
@@ -115,13 +125,28 @@ void write_functions(const catalog::Keyword& keyword) {
   }
 }
 
-}  // namespace
-
-int main() {
+void write_script() {
   std::cout << kPreamble;
   for (const host::FlowAggregate& aggregate : host::kFlowAggregates) write_aggregate(aggregate);
   for (const catalog::Keyword& keyword : catalog::keywords()) {
     if (!has_lists(keyword)) write_functions(keyword);
+  }
+}
+
+void write_symbols() {
+  for (const catalog::Keyword& keyword : catalog::keywords()) {
+    if (has_lists(keyword)) continue;
+    std::cout << "KEYWORD_FUNCTION(" << symbol_of(keyword) << ", \"" << keyword.word << "\")\n";
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc > 1 && std::string_view(argv[1]) == "--symbols") {
+    write_symbols();
+  } else {
+    write_script();
   }
   return std::cout.flush() ? 0 : 1;
 }

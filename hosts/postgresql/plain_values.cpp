@@ -18,19 +18,23 @@ extern "C" {
 namespace finance_pg {
 namespace {
 
-// A text of other letters than ASCII means nothing here, and messages shorten it as UTF-8: one of
-// another encoding is cut before, at the end of a character.
-SqlValue text_value(const char* text, std::size_t size) {
-  constexpr std::size_t kShown = 57;
-  const bool is_plain = std::all_of(text, text + size, [](char c) { return c >= 0; });
-  if (!is_plain && size > kShown && GetDatabaseEncoding() != PG_UTF8) {
-    size = static_cast<std::size_t>(pg_mbcliplen(text, static_cast<int>(size), kShown));
-  }
-  return {SqlValue::kText, 0.0, text, size};
+// Messages shorten texts as UTF-8 is shortened: long ones of other encodings are cut before.
+bool needs_clipping(std::string_view text) noexcept {
+  constexpr std::size_t kShown = 60;
+  return text.size() > kShown && GetDatabaseEncoding() != PG_UTF8 &&
+         std::ranges::any_of(text, [](char c) { return c < 0; });
 }
 
-SqlValue refused_value(const char* reason) {
-  return {SqlValue::kRefused, 0.0, reason, std::char_traits<char>::length(reason)};
+SqlValue text_value(std::string_view text) {
+  // A letter beyond ASCII is part of no number, date or basis; the cut must not make it one.
+  const bool is_odd = needs_clipping(text);
+  if (is_odd) text = clipped(text);
+  return {is_odd ? SqlValue::kUnreadable : SqlValue::kText, 0.0, text.data(), text.size()};
+}
+
+SqlValue refused_value(std::string_view reason) {
+  reason = clipped(reason);
+  return {SqlValue::kRefused, 0.0, reason.data(), reason.size()};
 }
 
 }  // namespace
@@ -53,6 +57,8 @@ void fail_of_exception(Outcome& outcome) noexcept {
     throw;
   } catch (const std::out_of_range& error) {
     return fail(outcome, ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE, error.what(), kDetail);
+  } catch (const std::domain_error& error) {
+    return fail(outcome, ERRCODE_DATATYPE_MISMATCH, error.what(), kDetail);
   } catch (const std::invalid_argument& error) {
     return fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, error.what(), kDetail);
   } catch (const std::bad_alloc&) {
@@ -94,18 +100,24 @@ SqlValue plain_value(Datum datum, Oid type) {
       if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
       return date(static_cast<double>(DatumGetTimestamp(datum)) / USECS_PER_DAY);
     case UNKNOWNOID:
-      return text_value(DatumGetCString(datum),
-                        std::char_traits<char>::length(DatumGetCString(datum)));
+      return text_value(DatumGetCString(datum));
     case TEXTOID:
     case VARCHAROID:
     case BPCHAROID: {
       const text* const characters = DatumGetTextPP(datum);
-      return text_value(VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters));
+      return text_value({VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters)});
     }
     default:
       return refused_value(psprintf("of type %s", format_type_be(type)));
   }
   return refused_value("infinite");
+}
+
+std::string_view clipped(std::string_view text) {
+  constexpr int kKept = 57;
+  if (!needs_clipping(text)) return text;
+  const int size = pg_mbcliplen(text.data(), static_cast<int>(text.size()), kKept);
+  return psprintf("%.*s...", size, text.data());
 }
 
 host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
@@ -119,6 +131,7 @@ host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept
       return {value.number, {}, host::Value::Kind::kDate};
     case SqlValue::kText:
       return host::value_of_sql_text(text, kind);
+    case SqlValue::kUnreadable:
     case SqlValue::kRefused:
       break;
   }

@@ -94,7 +94,9 @@ void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** argv) {
 
 void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    if (argc == 0) return fail(context, "finance: the keyword is missing");
+    if (argc == 0 || sqlite3_value_type(argv[0]) == SQLITE_NULL) {
+      return fail(context, "finance: the keyword is missing");
+    }
     // The auxiliary data of the keyword lives as long as it is the same in all rows.
     if (auto* const known = static_cast<SqlCall*>(sqlite3_get_auxdata(context, 0))) {
       return evaluate(context, *known, argv);
@@ -145,7 +147,7 @@ std::optional<Flow> flow_of(sqlite3_context* context, sqlite3_value** argv, std:
   }
   try {
     return host::flow_of(aggregate, {values, count});
-  } catch (const std::invalid_argument&) {
+  } catch (const std::logic_error&) {
     if (aggregate.fails) throw;
     ++bad;
     return std::nullopt;
@@ -219,11 +221,6 @@ int register_all(sqlite3* database) {
   };
   int status = scalar("finance", -1, nullptr, finance);
   if (status == SQLITE_OK) status = scalar("finance_try", -1, &gives_null, finance);
-  if (status == SQLITE_OK) {  // not the same for ever, so that no index can rely on it
-    status =
-        sqlite3_create_function_v2(database, "finance_version", 0, SQLITE_UTF8 | SQLITE_INNOCUOUS,
-                                   nullptr, version, nullptr, nullptr, nullptr);
-  }
   for (const FlowAggregate& aggregate : host::kFlowAggregates) {
     if (status != SQLITE_OK) break;
     status = sqlite3_create_window_function(
@@ -231,7 +228,10 @@ int register_all(sqlite3* database) {
         const_cast<FlowAggregate*>(&aggregate), step, finalize, value, inverse, nullptr);
   }
   if (status == SQLITE_OK) status = register_keywords_table(database);
-  return status;
+  if (status != SQLITE_OK) return status;
+  // Last, so that who finds it has all; not the same for ever, so that no index can rely on it.
+  return sqlite3_create_function_v2(database, "finance_version", 0, SQLITE_UTF8 | SQLITE_INNOCUOUS,
+                                    nullptr, version, nullptr, nullptr, nullptr);
 }
 
 }  // namespace
@@ -241,17 +241,17 @@ int register_all(sqlite3* database) {
 // The entry point for a file of any name.
 EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
                                     const sqlite3_api_routines* api) {
-  // One write for the process: other connections may be calling by now.
-  static std::once_flag first;
-  std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
   const auto complain = [&](const char* complaint) {
     *error = api->mprintf("finance: %s", complaint);
     return SQLITE_ERROR;
   };
-  if (sqlite3_api != api) return complain("in use by another copy of SQLite in this process");
-  if (sqlite3_libversion_number() < kOldestSqlite) return complain("needs SQLite 3.31 or newer");
+  if (api->libversion_number() < kOldestSqlite) return complain("needs SQLite 3.31 or newer");
   try {
     host::own_kernel();
+    // One write for the process: other connections may be calling by now.
+    static std::once_flag first;
+    std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
+    if (sqlite3_api != api) return complain("in use by another copy of SQLite in this process");
     const int status = register_all(database);
     if (status == SQLITE_OK) return status;
     const std::string complaint = sqlite3_errmsg(database);

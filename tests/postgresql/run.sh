@@ -38,7 +38,7 @@ as_user "$bin/pg_ctl" -w -D "$home/data" -l "$home/server.log" \
 # What the server prints, word for word.
 regress=$(dirname "$(pg_config --pgxs)")/../test/regress/pg_regress
 if ! as_user "$regress" --bindir="$bin" --host="$home" --user=postgres --inputdir="$home" \
-  --outputdir="$home" --dbname=finance finance ships; then
+  --outputdir="$home" --dbname=finance encodings finance ships; then
   cat "$home/regression.diffs"
   exit 1
 fi
@@ -64,6 +64,6 @@ fi
 cp -r "$tests/../../examples" "$home"
 awk '/^## /{on = /PostgreSQL on many machines/} /^```/{inside = on && $0 == "```sh"; next} inside' \
   "$tests/../../docs/engines.md" >walk.sh
-as_user env PATH="$bin:$PATH" TMPDIR="$home" bash -e walk.sh >walk.out
+as_user env -u PGUSER -u PGPORT -u PGOPTIONS PATH="$bin:$PATH" TMPDIR="$home" bash -e walk.sh >walk.out
 grep ^Time: walk.out
 sed '/^Time:/d' walk.out | diff "$tests/shards.out" -

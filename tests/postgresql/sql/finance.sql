@@ -94,4 +94,12 @@ SELECT word::text, count(*) FROM words GROUP BY 1 ORDER BY 1;
 -- a statement ends between two rows
 SET statement_timeout = 100;
 SELECT count(finance('SLN', n, 0, 5)) FROM (SELECT generate_series(1, 1e12) AS n) AS rows;
-DROP EXTENSION finance CASCADE;
+RESET statement_timeout;
+-- a call without an expression
+CREATE TYPE span AS RANGE (subtype = float8, subtype_diff = finance_dollarde);
+CREATE TABLE spans AS SELECT span(n, n + 1) AS span FROM generate_series(1, 2000) AS n;
+CREATE INDEX ON spans USING gist (span);
+-- functions that go while a statement runs
+CREATE FUNCTION gone() RETURNS float8 LANGUAGE plpgsql AS $$BEGIN DROP EXTENSION finance CASCADE; RETURN 0; END$$;
+SET client_min_messages = warning;
+SELECT finance_sln(x + gone, 0, 3) FROM (SELECT 9.0::float8 AS x, gone() OFFSET 0) AS rows;
