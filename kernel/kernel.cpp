@@ -270,6 +270,7 @@ Evaluation Kernel::evaluate(std::string_view function, std::string_view keyword,
   const auto status =
       static_cast<int>(entry->dispatcher(record.call(), &value, call_environment()));
   if (status == kSuccess) return {kSuccess, value, -1};
+  if (take_storage_refusal()) return {kOutOfStorage, vxfnc::MISSING, -1};
   return {status, vxfnc::MISSING, record.marked()};
 }
 

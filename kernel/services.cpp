@@ -32,6 +32,14 @@ struct Pool : vxfnc::MemoryPool {
   alignas(kAlignment) std::byte storage[kInlineBytes];  // left uninitialised
 };
 
+thread_local bool was_refused = false;
+
+void* storage_or_refusal(std::size_t bytes) noexcept {
+  void* const storage = std::malloc(bytes);
+  if (storage == nullptr) was_refused = true;
+  return storage;
+}
+
 std::int32_t destroy_pool(vxfnc::MemoryPool* object) {
   auto* const pool = static_cast<Pool*>(object);
   for (Pool::Block* block = pool->blocks; block != nullptr;) {
@@ -51,7 +59,7 @@ void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t fla
     storage = pool->storage + pool->used;
     pool->used += size;
   } else {
-    void* const block = std::malloc(kHeader + size);
+    void* const block = storage_or_refusal(kHeader + size);
     if (block == nullptr) return nullptr;
     pool->blocks = new (block) Pool::Block{pool->blocks};
     storage = static_cast<std::byte*>(block) + kHeader;
@@ -63,7 +71,7 @@ void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t fla
 vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxfnc::Journal*,
                                const char*, std::uint64_t, std::uint64_t, std::uint64_t,
                                std::uint64_t) {
-  void* const storage = std::malloc(sizeof(Pool));
+  void* const storage = storage_or_refusal(sizeof(Pool));
   if (storage == nullptr) return nullptr;
   auto* const pool = new (storage) Pool;
   std::ranges::fill(pool->reserved_0, nullptr);
@@ -237,6 +245,8 @@ vxfnc::CallEnvironment* call_environment() noexcept {
   static vxfnc::CallEnvironment environment = {.reserved_0 = {}, .byte_strings = &byte_strings};
   return &environment;
 }
+
+bool take_storage_refusal() noexcept { return std::exchange(was_refused, false); }
 
 InstanceServices::InstanceServices(const JournalSink& journal_sink) noexcept
     : KernelServices(*kernel_handle()), sink(journal_sink) {

@@ -40,7 +40,7 @@ enum Status : int {
   kRefused = 120836,      // an argument was refused, or the calculation cannot be carried out
   kUnknownFunction = -1,  // no loaded module has this function
   kTextTooLong = -2,      // the texts of the call exceed kLongestText; the argument is marked
-  kOutOfStorage = -3,     // no storage for a call of more than 16 arguments
+  kOutOfStorage = -3,     // no storage for a call of more than 16 arguments, or for the module
 };
 
 struct Evaluation {

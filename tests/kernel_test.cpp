@@ -12,11 +12,12 @@
 #include "services.h"
 
 static std::atomic<long> allocations{0};
-#ifndef VXFNC_SANITIZED  // which has its own
+static std::atomic<long> refused_from{0};  // the number of the first refused one; 0: none is
+#ifndef VXFNC_SANITIZED                    // which has its own
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* malloc(std::size_t size) {
-  ++allocations;
-  return __libc_malloc(size);
+  const long number = ++allocations;
+  return refused_from > 0 && number >= refused_from ? nullptr : __libc_malloc(size);
 }
 #endif
 
@@ -101,5 +102,26 @@ TEST(Kernel, EvaluatesWithoutAllocating) {
   }
   EXPECT_EQ(allocations, before);
 }
+
+#ifndef VXFNC_SANITIZED
+TEST(Kernel, TellsWantOfStorageFromARefusal) {
+  const Kernel kernel(VXFNC_MODULE);
+  std::vector<Argument> flows(400, Argument(1.0));
+  flows[0] = -150.0;
+  for (std::size_t i = 0; i < 200; ++i) flows[200 + i] = static_cast<double>(20000 + i);
+  const long before = allocations;
+  EXPECT_TRUE(kernel.evaluate("FINANCE", "XIRR", flows).ok());
+  const long needed = allocations - before;
+  EXPECT_GT(needed, 2);
+  for (long i = 1; i <= needed; ++i) {
+    refused_from = allocations + i;
+    const int status = kernel.evaluate("FINANCE", "XIRR", flows).status;
+    refused_from = 0;
+    EXPECT_EQ(status, vxkernel::kOutOfStorage) << i;
+  }
+  flows[0] = 150.0;  // no rate
+  EXPECT_EQ(kernel.evaluate("FINANCE", "XIRR", flows).status, vxkernel::kRefused);
+}
+#endif
 
 }  // namespace

@@ -164,6 +164,8 @@ SqlValues elements_of(Datum datum) {
   for (int i = 0; i < count; ++i) {
     if (!nulls[i]) values[i] = plain_value(elements[i], base_type);  // zeroed storage is NULL
   }
+  pfree(elements);
+  pfree(nulls);
   return {values, room};
 }
 
@@ -186,6 +188,9 @@ void call(FunctionCallInfo fcinfo, std::string_view word, int first, Outcome& ou
   const SqlValues arguments = arguments_of(fcinfo, first, *site);
   if (!prepare(*site, word, arguments.count, outcome)) return;
   evaluate(*site->call, arguments.values, outcome);
+  constexpr std::size_t kKept = 100;  // arguments; the storage for more is not the server's to keep
+  if (arguments.count > kKept) forget_call(site);
+  CHECK_FOR_INTERRUPTS();  // long lists take a while
 }
 
 Datum answer(FunctionCallInfo fcinfo, bool fails) {

@@ -25,16 +25,9 @@ bool needs_clipping(std::string_view text) noexcept {
          std::ranges::any_of(text, [](char c) { return c < 0; });
 }
 
-SqlValue text_value(std::string_view text) {
-  // A letter beyond ASCII is part of no number, date or basis; the cut must not make it one.
-  const bool is_odd = needs_clipping(text);
-  if (is_odd) text = clipped(text);
-  return {is_odd ? SqlValue::kUnreadable : SqlValue::kText, 0.0, text.data(), text.size()};
-}
-
-SqlValue refused_value(std::string_view reason) {
-  reason = clipped(reason);
-  return {SqlValue::kRefused, 0.0, reason.data(), reason.size()};
+SqlValue text_value(SqlValue::Kind kind, std::string_view text) {
+  text = clipped(text);
+  return {kind, 0.0, text.data(), text.size()};
 }
 
 }  // namespace
@@ -100,24 +93,24 @@ SqlValue plain_value(Datum datum, Oid type) {
       if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
       return date(static_cast<double>(DatumGetTimestamp(datum)) / USECS_PER_DAY);
     case UNKNOWNOID:
-      return text_value(DatumGetCString(datum));
+      return text_value(SqlValue::kText, DatumGetCString(datum));
     case TEXTOID:
     case VARCHAROID:
     case BPCHAROID: {
       const text* const characters = DatumGetTextPP(datum);
-      return text_value({VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters)});
+      return text_value(SqlValue::kText, {VARDATA_ANY(characters), VARSIZE_ANY_EXHDR(characters)});
     }
     default:
-      return refused_value(psprintf("of type %s", format_type_be(type)));
+      return text_value(SqlValue::kRefused, psprintf("of type %s", format_type_be(type)));
   }
-  return refused_value("infinite");
+  return text_value(SqlValue::kRefused, "infinite");
 }
 
 std::string_view clipped(std::string_view text) {
   constexpr int kKept = 57;
   if (!needs_clipping(text)) return text;
   const int size = pg_mbcliplen(text.data(), static_cast<int>(text.size()), kKept);
-  return psprintf("%.*s...", size, text.data());
+  return psprintf("%.*s...", size, text.data());  // the dots: the rest must not become a number
 }
 
 host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
@@ -131,7 +124,6 @@ host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept
       return {value.number, {}, host::Value::Kind::kDate};
     case SqlValue::kText:
       return host::value_of_sql_text(text, kind);
-    case SqlValue::kUnreadable:
     case SqlValue::kRefused:
       break;
   }

@@ -32,8 +32,7 @@ constexpr double kDateZero = 14610;  // 1 January 2000, the server's first day, 
 
 // An argument as plain data.
 struct SqlValue {
-  // A text that is unreadable stands for nothing; that of a refused value says why it is.
-  enum Kind : int { kNull, kNumber, kDate, kText, kUnreadable, kRefused } kind;
+  enum Kind : int { kNull, kNumber, kDate, kText, kRefused } kind;  // refused: the text says why
   double number;
   const char* text;
   std::size_t size;
@@ -78,7 +77,8 @@ inline bool is_reported(const Outcome& outcome, bool fails) noexcept {
 // A datum of a type that is no domain. The value may refer to it.
 SqlValue plain_value(Datum datum, Oid type);
 
-// A text of the database as messages can show it, whatever its encoding.
+// A text of the database as messages can show it, whatever its encoding. One that is cut stands for
+// no number, date or basis, as it did not before: it has letters beyond ASCII.
 std::string_view clipped(std::string_view text);
 
 // What a value stands for where an argument of a kind is wanted. Refers to its text.
