@@ -64,6 +64,12 @@ std::size_t Keyword::number_of_lists() const noexcept {
   return number_of(Presence::kRepeated) + number_of(Presence::kAnyNumber);
 }
 
+std::string Keyword::function_name() const {
+  std::string name = "finance_";
+  for (const char c : word) name += static_cast<char>(c - 'A' + 'a');  // words are capitals
+  return name;
+}
+
 std::size_t Keyword::least() const noexcept {
   return number_of(Presence::kRequired) + number_of(Presence::kRepeated);
 }

@@ -153,6 +153,8 @@ class Keyword {
   [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
     return {arguments_.data(), size_};
   }
+  // What engines that have no keywords call it: "finance_price".
+  [[nodiscard]] std::string function_name() const;
   // How many arguments a call may have, the keyword not counted.
   [[nodiscard]] std::size_t least() const noexcept;
   [[nodiscard]] std::size_t most() const noexcept;  // kNoBound: any number

@@ -2,21 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <string_view>
-
 #include "catalog.h"
 
 namespace cli {
 namespace {
-
-std::string lower(std::string_view word) {
-  std::string text(word);
-  std::ranges::transform(text, text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return text;
-}
 
 std::string type_of(const catalog::Argument& argument) {
   using enum catalog::ArgumentKind;
@@ -50,7 +39,7 @@ std::string clickhouse_definitions() {
     fmt::format_to(end, "  <!-- {}: {}. {} -->\n", keyword.word, keyword.description.title,
                    to_be_given(keyword));
     fmt::format_to(end, "  <function>\n    <type>executable_pool</type>\n");
-    fmt::format_to(end, "    <name>finance_{}</name>\n", lower(keyword.word));
+    fmt::format_to(end, "    <name>{}</name>\n", keyword.function_name());
     fmt::format_to(end, "    <return_type>Nullable({})</return_type>\n",
                    is_date ? "Date32" : "Float64");
     for (const catalog::Argument& argument : keyword.arguments()) {

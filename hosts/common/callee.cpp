@@ -86,8 +86,8 @@ Value Callee::result(const vxkernel::Evaluation& answer) const noexcept {
 std::string Callee::refused(std::size_t position, std::span<const Value> values,
                             std::string_view complaint) const {
   const Value& value = values[position - 1];
-  const bool is_missing = !value.is_text() && std::isnan(value.number);
-  const std::string what = is_missing ? "missing" : fmt::format("{}: {}", shown(value), complaint);
+  const std::string what =
+      value.is_missing() ? "missing" : fmt::format("{}: {}", shown(value), complaint);
   return fmt::format("argument {} ({}) is {}", position, described(position).name, what);
 }
 

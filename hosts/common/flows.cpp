@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <new>
 #include <stdexcept>
 #include <vector>
@@ -23,8 +22,6 @@ template <typename Error>
                           names[position + (aggregate.has_rate ? 0 : 1)], complaint));
 }
 
-bool is_missing(const Value& value) { return !value.is_text() && std::isnan(value.number); }
-
 }  // namespace
 
 std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments) {
@@ -38,9 +35,9 @@ std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Valu
                               fmt::format("is {}: must be a {}", shown(arguments[i]),
                                           is_date ? "date (YYYY-MM-DD)" : "number"));
   }
-  if (is_missing(arguments[amount]) && is_missing(arguments[place])) return std::nullopt;
+  if (arguments[amount].is_missing() && arguments[place].is_missing()) return std::nullopt;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (is_missing(arguments[i])) refuse<std::out_of_range>(aggregate, i, "is missing");
+    if (arguments[i].is_missing()) refuse<std::out_of_range>(aggregate, i, "is missing");
   }
   return Flow{arguments[place].number, arguments[amount].number,
               aggregate.has_rate ? arguments[0].number : 0.0};

@@ -1,6 +1,7 @@
 // What a word, a cell or an expression stands for, and how it is written.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -24,6 +25,7 @@ struct Value {
 
   [[nodiscard]] bool is_date() const noexcept { return kind == Kind::kDate; }
   [[nodiscard]] bool is_text() const noexcept { return kind == Kind::kText; }
+  [[nodiscard]] bool is_missing() const noexcept { return !is_text() && std::isnan(number); }
   [[nodiscard]] bool is_failed() const noexcept { return kind == Kind::kFailed; }
 
   [[nodiscard]] vxkernel::Argument argument() const noexcept {

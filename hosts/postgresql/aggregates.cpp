@@ -97,19 +97,12 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
 
 }  // namespace
 
-// The number is a place in host::kFlowAggregates.
+// One for each of host::kFlowAggregates; the number is its place there.
 #define FLOW_AGGREGATE(name, number)                                                   \
   SQL_FUNCTION(name##_add) { return add_flow(fcinfo, host::kFlowAggregates[number]); } \
   SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, host::kFlowAggregates[number]); }
 
-FLOW_AGGREGATE(finance_irr, 0)
-FLOW_AGGREGATE(finance_npv, 1)
-FLOW_AGGREGATE(finance_xirr, 2)
-FLOW_AGGREGATE(finance_xnpv, 3)
-FLOW_AGGREGATE(finance_try_irr, 4)
-FLOW_AGGREGATE(finance_try_npv, 5)
-FLOW_AGGREGATE(finance_try_xirr, 6)
-FLOW_AGGREGATE(finance_try_xnpv, 7)
+#include "symbols.inc"
 
 SQL_FUNCTION(finance_flows_combine) {
   MemoryContext storage = group_storage(fcinfo);

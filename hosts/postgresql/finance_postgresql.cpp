@@ -246,7 +246,7 @@ SQL_FUNCTION(finance_try) { return answer(fcinfo, false); }
 // One for each keyword without lists, from the catalogue.
 #define KEYWORD_FUNCTION(name, word) \
   SQL_FUNCTION(name) { return answer_of(fcinfo, word); }
-#include "keyword_functions.inc"
+#include "symbols.inc"
 
 SQL_FUNCTION(finance_keyword_in) { return keyword_of(PG_GETARG_CSTRING(0)); }
 

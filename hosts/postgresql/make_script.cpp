@@ -1,6 +1,6 @@
 // Writes the installation script of the extension: the functions in C, and for each keyword without
-// lists functions of its own name, from the catalogue; with --symbols, the functions in C of those.
-#include <algorithm>
+// lists functions of its own name, from the catalogue; with --symbols, the functions in C of
+// keywords and aggregates.
 #include <iostream>
 #include <string>
 
@@ -87,20 +87,6 @@ void write_aggregate(const host::FlowAggregate& aggregate) {
                "  DESERIALFUNC = finance_flows_deserialize, PARALLEL = SAFE);\n";
 }
 
-// "price"
-std::string small_word(const catalog::Keyword& keyword) {
-  std::string word(keyword.word);
-  std::ranges::transform(word, word.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return word;
-}
-
-// The function in C that those of a keyword have in common.
-std::string symbol_of(const catalog::Keyword& keyword) {
-  return "finance_keyword_" + small_word(keyword);
-}
-
 void write_function(const catalog::Keyword& keyword, std::size_t count, const char* basis_type) {
   std::string parameters;
   for (const catalog::Argument& argument : keyword.arguments().first(count)) {
@@ -108,10 +94,10 @@ void write_function(const catalog::Keyword& keyword, std::size_t count, const ch
     parameters += (parameters.empty() ? "\"" : ", \"") + std::string(argument.name) + "\" " +
                   (is_basis ? basis_type : type_of(argument.kind));
   }
-  std::cout << "\nCREATE FUNCTION finance_" << small_word(keyword) << '(' << parameters
-            << ") RETURNS " << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
-            << "\n  AS 'MODULE_PATHNAME', '" << symbol_of(keyword)
-            << "' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;\n";
+  std::cout << "\nCREATE FUNCTION " << keyword.function_name() << '(' << parameters << ") RETURNS "
+            << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
+            << "\n  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE "
+               "COST 10;\n";
 }
 
 // One function for each number of arguments, since one that is left out is not one that is NULL;
@@ -134,10 +120,17 @@ void write_script() {
 }
 
 void write_symbols() {
+  std::cout << "#ifdef KEYWORD_FUNCTION\n";
   for (const catalog::Keyword& keyword : catalog::keywords()) {
     if (has_lists(keyword)) continue;
-    std::cout << "KEYWORD_FUNCTION(" << symbol_of(keyword) << ", \"" << keyword.word << "\")\n";
+    std::cout << "KEYWORD_FUNCTION(" << keyword.function_name() << ", \"" << keyword.word
+              << "\")\n";
   }
+  std::cout << "#endif\n#ifdef FLOW_AGGREGATE\n";
+  for (std::size_t i = 0; i < host::kFlowAggregates.size(); ++i) {
+    std::cout << "FLOW_AGGREGATE(" << host::kFlowAggregates[i].name << ", " << i << ")\n";
+  }
+  std::cout << "#endif\n";
 }
 
 }  // namespace

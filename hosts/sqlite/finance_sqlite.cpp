@@ -73,14 +73,9 @@ void set_result(sqlite3_context* context, const Value& result) {
 
 // ---- finance, finance_try ----------------------------------------------------------------------
 
-enum class OnError : bool { kFail, kNull };
-
-OnError on_error(sqlite3_context* context) noexcept {
-  return sqlite3_user_data(context) == nullptr ? OnError::kFail : OnError::kNull;
-}
-
 void fail(sqlite3_context* context, const std::string& complaint) {
-  if (on_error(context) == OnError::kNull) return sqlite3_result_null(context);
+  const bool gives_null = sqlite3_user_data(context) != nullptr;
+  if (gives_null) return sqlite3_result_null(context);
   sqlite3_result_error(context, complaint.data(), static_cast<int>(complaint.size()));
 }
 
@@ -214,7 +209,7 @@ bool is_registered(sqlite3* database) {
 
 int register_all(sqlite3* database) {
   constexpr int kPure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-  static char gives_null;  // any address says so
+  static char gives_null;  // any address says so to fail()
   const auto scalar = [&](const char* name, int arguments, void* data, auto* function) {
     return sqlite3_create_function_v2(database, name, arguments, kPure, data, function, nullptr,
                                       nullptr, nullptr);
