@@ -77,12 +77,10 @@ class Filter {
     arguments_.clear();
     for (; first < cells_.size(); ++first) append_values(cells_[first], values_);
     for (const Value& value : values_) arguments_.push_back(value.argument());
-    if (keyword != last_keyword_ || values_.size() != last_count_) {
+    if (!callee_ || &callee_->keyword() != keyword || callee_->size() != values_.size()) {
       if (auto complaint = Callee::complaint_of_count(*keyword, values_.size()))
         return fmt::format("{}: {}", keyword->word, *complaint);
       callee_.emplace(*keyword, values_.size());
-      last_keyword_ = keyword;
-      last_count_ = values_.size();
     }
     const vxkernel::Evaluation answer = callee_->evaluate(kernel_, arguments_);
     if (!answer.ok()) {
@@ -96,8 +94,6 @@ class Filter {
   const FilterJob& job_;
   const catalog::Keyword* keyword_ = nullptr;
   std::optional<Callee> callee_;  // of the last row that had the right number of arguments
-  const catalog::Keyword* last_keyword_ = nullptr;
-  std::size_t last_count_ = 0;
   std::vector<std::string> cells_;
   std::vector<Value> values_;
   std::vector<vxkernel::Argument> arguments_;
