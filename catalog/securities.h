@@ -200,8 +200,11 @@ inline constexpr Keyword kSecurities[] = {
       .summary =
           "Prices a bond whose first coupon period is short or long, settled inside it, at "
           "compound interest. The schedule goes back from the first coupon; it keeps to month ends "
-          "when both the first coupon and maturity stand on one. A maturity between two coupon "
-          "dates counts as the later one. Settlement at maturity gives 0.",
+          "when both the first coupon and maturity are month ends. A maturity between two coupon "
+          "dates counts as the later one. Under 30/360 a start on the last day of February counts "
+          "as the 30th, and an end on the last day of February then does, too: 28 February to 30 "
+          "June are 120 days. An end on the 31st counts as the 30th only when the start is the "
+          "30th or later. Settlement at maturity gives 0.",
       .result = "clean price per 100 of face value",
       .formula = "as PRICE, compound also with one coupon left, with the first coupon\n"
                  "and the accrued interest measured in quasi-coupon periods from issue",
@@ -216,8 +219,9 @@ inline constexpr Keyword kSecurities[] = {
       redemption, frequency, basis},
      {.title = "yield of a bond with an odd first period",
       .summary =
-          "Finds the yield at which ODDFPRICE gives the price. A maturity between two coupon dates "
-          "counts as the later one. The lowest yield that the search comes to is -0.9999999; where "
+          "Finds the yield at which ODDFPRICE gives the price, with the day counts of ODDFPRICE. A "
+          "maturity between two coupon dates counts as the later one. The lowest yield that the "
+          "search comes to is -0.9999999; where "
           "the true one is lower, that is the answer. Settlement at maturity gives 0.",
       .result = "yearly yield, a fraction",
       .formula = "ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yield, ...) = pr",

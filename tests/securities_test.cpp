@@ -131,15 +131,29 @@ struct Security {
     return yield ? f / RP * ((cpn * NP + c) / d - 1) : (NP * cpn + c) / z - cpn * AP;
   }
 
+  // Of a period under ODDF*: 30/360 has a rule for February.
+  double odd_first_share(const Date& a, const Date& b, const Date& from, const Date& to) const {
+    if (basis != 0) return share(a, b, from, to);
+    const auto february_end = [](const Date& d) {
+      return d.month() == cal::February && month_end(d);
+    };
+    unsigned start{a.day()}, end{b.day()};
+    if (february_end(a) && february_end(b)) end = 30;
+    if (february_end(a)) start = 30;
+    if (end == 31 && start >= 30) end = 30;
+    if (start == 31) start = 30;
+    return (30. * (months_of(b) - months_of(a)) + end - start) / (360 / f);
+  }
+
   double odd_first(bool yield) const {
     const auto at = [&](int k) { return stepped(F, k, month_end(F) && month_end(M)); };
     double first = 0, accrued = 0, s = 0, more = 0;  // in periods; regular coupons after the first
     for (int k = 0; at(k) > I; k -= months) {
       const Date a = at(k - months), b = at(k), from = std::max(a, I);
-      const double whole = from == a ? 1 : share(from, b, a, b);
+      const double whole = from == a ? 1 : odd_first_share(from, b, a, b);
       first += whole;
-      if (S > a) accrued += S >= b ? whole : share(from, S, a, b);
-      if (S < b) s += S < a ? 1 : share(S, b, a, b);
+      if (S > a) accrued += S >= b ? whole : odd_first_share(from, S, a, b);
+      if (S < b) s += S < a ? 1 : odd_first_share(S, b, a, b);
     }
     for (int k = 0; stepped(F, k) < M; k += months) ++more;
     const auto off = [&](double x) {

@@ -1,5 +1,7 @@
 // Bonds whose first coupon period is odd, short or long, settled inside it: the market's standard
 // securities calculation method, at compound interest.
+#include <algorithm>
+
 #include "coupons/schedule.h"
 #include "securities/arguments.h"
 #include "securities/coupon_bonds.h"
@@ -20,6 +22,20 @@ double periods_to_maturity(const CalendarDate& first_coupon, const CalendarDate&
   return static_cast<double>(meets ? periods : periods + 1);
 }
 
+// The market's 30/360 count. Unlike zdays360 it moves a start on the last day of February to the
+// 30th, and an end on the 31st only after a start on the 30th or later.
+double market_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
+  const auto ends_february = [](const CalendarDate& date) {
+    return date.month == 2 && date.day == zlastDay(date.year, 2);
+  };
+  const std::int32_t first = ends_february(start) ? 30 : std::min(start.day, 30);
+  std::int32_t last = end.day;
+  if (ends_february(start) && ends_february(end)) last = 30;
+  if (first == 30) last = std::min(last, 30);
+  return static_cast<double>(360 * (std::int64_t{end.year} - start.year) +
+                             30 * (std::int64_t{end.month} - start.month) + last - first);
+}
+
 // Measures the odd period in quasi-coupon periods, stepped back from the first coupon: the first
 // coupon, what of it is accrued, and the way to it. False: not to be carried out.
 bool measure_odd_period(SecurityCalc& calc) noexcept {
@@ -36,6 +52,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   if (maturity.endOfMonth == 0) first_coupon.endOfMonth = 0;
 
   const auto days_between = [&terms](const CalendarDate& from, const CalendarDate& to) {
+    if (terms.basis == kBasisUs30360) return market_days_30_360(from, to);
     CountTheDays(from, to, terms);
     return terms.dayCount;
   };
