@@ -266,11 +266,12 @@ Evaluation Kernel::evaluate(std::string_view function, std::string_view keyword,
 
   const CallRecord record(keyword, arguments, entry->takes_bytes);
   if (record.call() == nullptr) return {kOutOfStorage, vxfnc::MISSING, -1};
+  begin_call();
   double value = vxfnc::MISSING;
   const auto status =
       static_cast<int>(entry->dispatcher(record.call(), &value, call_environment()));
   if (status == kSuccess) return {kSuccess, value, -1};
-  if (take_storage_refusal()) return {kOutOfStorage, vxfnc::MISSING, -1};
+  if (was_storage_refused()) return {kOutOfStorage, vxfnc::MISSING, -1};
   return {status, vxfnc::MISSING, record.marked()};
 }
 

@@ -32,7 +32,8 @@ struct Pool : vxfnc::MemoryPool {
   alignas(kAlignment) std::byte storage[kInlineBytes];  // left uninitialised
 };
 
-thread_local bool was_refused = false;
+// One instruction to reach, also from a library that a server loads.
+[[gnu::tls_model("initial-exec")]] thread_local bool was_refused = false;
 
 void* storage_or_refusal(std::size_t bytes) noexcept {
   void* const storage = std::malloc(bytes);
@@ -246,7 +247,9 @@ vxfnc::CallEnvironment* call_environment() noexcept {
   return &environment;
 }
 
-bool take_storage_refusal() noexcept { return std::exchange(was_refused, false); }
+void begin_call() noexcept { was_refused = false; }
+
+bool was_storage_refused() noexcept { return was_refused; }
 
 InstanceServices::InstanceServices(const JournalSink& journal_sink) noexcept
     : KernelServices(*kernel_handle()), sink(journal_sink) {

@@ -15,8 +15,9 @@ void set_option_year_cutoff(std::int64_t first_year) noexcept;
 // The environment of every evaluation, with the byte-string services in its word 10.
 vxfnc::CallEnvironment* call_environment() noexcept;
 
-// Whether a pool, or storage in one, was refused on this thread since this was last asked.
-bool take_storage_refusal() noexcept;
+// Whether a pool, or memory in one, was refused on this thread since the last call that began here.
+void begin_call() noexcept;
+bool was_storage_refused() noexcept;
 
 // What an instance is created with: pools, and journals that write to the sink. The sink must
 // outlive the journals.

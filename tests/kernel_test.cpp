@@ -120,6 +120,10 @@ TEST(Kernel, TellsWantOfStorageFromARefusal) {
     EXPECT_EQ(status, vxkernel::kOutOfStorage) << i;
   }
   flows[0] = 150.0;  // no rate
+  refused_from = allocations + 1;  // outside of a call
+  vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
+  EXPECT_EQ(handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0), nullptr);
+  refused_from = 0;
   EXPECT_EQ(kernel.evaluate("FINANCE", "XIRR", flows).status, vxkernel::kRefused);
 }
 #endif
