@@ -15,7 +15,6 @@ constexpr std::span<const Keyword> kFamilies[] = {rows::kSecurities, rows::kLoan
                                                   rows::kDepreciation};
 constexpr std::size_t kCount = std::size(rows::kSecurities) + std::size(rows::kLoans) +
                                std::size(rows::kFlows) + std::size(rows::kDepreciation);
-static_assert(kCount == 54);
 
 constexpr const Keyword& row(std::size_t i) {
   const auto* family = std::begin(kFamilies);
@@ -32,25 +31,21 @@ constexpr std::array<Keyword, kCount> kKeywords = []<std::size_t... I>(std::inde
 (std::make_index_sequence<kCount>{});
 static_assert(std::ranges::adjacent_find(kKeywords, {}, &Keyword::word) == kKeywords.end());
 
-constexpr Task kTasks[] = {
-    {"Bonds", "PRICE YIELD DURATION MDURATION"},
-    {"Bonds with an odd first or last period", "ODDFPRICE ODDFYIELD ODDLPRICE ODDLYIELD"},
-    {"Coupon schedules and day counts",
-     "COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD YEARFRAC"},
-    {"Accrued interest", "ACCRINT ACCRINTM"},
-    {"Discount securities, interest at maturity",
-     "DISC INTRATE PRICEDISC RECEIVED YIELDDISC PRICEMAT YIELDMAT"},
-    {"Treasury bills", "TBILLEQ TBILLPRICE TBILLYIELD"},
-    {"Loans and annuities", "PMT IPMT PPMT CUMIPMT CUMPRINC ISPMT PV FV NPER RATE"},
-    {"Cash flows", "NPV IRR MIRR XNPV XIRR"},
-    {"Rates, prices in fractions", "EFFECT NOMINAL FVSCHEDULE DOLLARDE DOLLARFR"},
-    {"Depreciation", "SLN SYD DB DDB VDB AMORDEGRC AMORLINC"},
+constexpr std::string_view kTaskTitles[] = {
+    "Bonds",
+    "Bonds with an odd first or last period",
+    "Coupon schedules and day counts",
+    "Accrued interest",
+    "Discount securities, interest at maturity",
+    "Treasury bills",
+    "Loans and annuities",
+    "Cash flows",
+    "Rates, prices in fractions",
+    "Depreciation",
 };
-static_assert([] {  // as many words as keywords
-  std::ptrdiff_t words = 0;
-  for (const Task& task : kTasks) words += 1 + std::ranges::count(task.words, ' ');
-  return words == kCount;
-}());
+static_assert(std::ranges::all_of(kKeywords, [](const Keyword& keyword) {
+  return static_cast<std::size_t>(keyword.task) < std::size(kTaskTitles);
+}));
 
 constexpr char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
@@ -98,7 +93,17 @@ const Argument* Keyword::argument_at(std::size_t position, std::size_t count) co
 
 std::span<const Keyword> keywords() noexcept { return kKeywords; }
 
-std::span<const Task> tasks() noexcept { return kTasks; }
+std::span<const std::string_view> task_titles() noexcept { return kTaskTitles; }
+
+std::vector<const Keyword*> keywords_of(Task task) {
+  std::vector<const Keyword*> found;
+  for (const auto& family : kFamilies) {
+    for (const Keyword& keyword : family) {
+      if (keyword.task == task) found.push_back(&keyword);
+    }
+  }
+  return found;
+}
 
 const Keyword* find(std::string_view word) noexcept {
   word = word.substr(0, word.find_last_not_of(' ') + 1);

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace catalog {
 
@@ -125,6 +126,20 @@ struct Argument {
   }
 };
 
+// What people set out to do; see task_titles. The order is that of lists.
+enum class Task : std::uint8_t {
+  kBonds,
+  kOddPeriods,
+  kSchedules,
+  kAccruedInterest,
+  kDiscounts,
+  kTreasuryBills,
+  kLoans,
+  kCashFlows,
+  kRates,
+  kDepreciation,
+};
+
 // What people read of a keyword.
 struct Description {
   std::string_view title;    // one line, no full stop: "price of a bond with coupons"
@@ -139,13 +154,14 @@ struct Description {
 
 class Keyword {
  public:
-  constexpr Keyword(std::string_view name, ResultKind result_kind,
+  constexpr Keyword(std::string_view name, Task purpose, ResultKind result_kind,
                     std::initializer_list<Argument> list, const Description& text)
-      : word(name), result(result_kind), description(text), size_(list.size()) {
+      : word(name), task(purpose), result(result_kind), description(text), size_(list.size()) {
     std::ranges::copy(list, arguments_.begin());
   }
 
   std::string_view word;
+  Task task;
   ResultKind result;
   Description description;
 
@@ -186,12 +202,11 @@ inline constexpr std::string_view kBasisRange =
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;
 
-// What people set out to do, and the keywords for it, with blanks between. Each keyword has one.
-struct Task {
-  std::string_view title;
-  std::string_view words;
-};
-std::span<const Task> tasks() noexcept;
+// The titles of the tasks, each in the place of its number.
+std::span<const std::string_view> task_titles() noexcept;
+
+// The keywords of a task, in the order of their rows.
+std::vector<const Keyword*> keywords_of(Task task);
 
 // The keyword of this name, whatever its case and its trailing blanks; null when there is none.
 const Keyword* find(std::string_view word) noexcept;

@@ -93,15 +93,12 @@ std::string page_of(const Keyword& keyword) {
 
 std::string list_by_task() {
   std::string list;
-  for (const Task& task : tasks()) {
-    list.append(list.empty() ? "" : "\n").append(task.title).append("\n");
-    for (std::size_t at = 0; at < task.words.size();) {
-      const std::size_t end = std::min(task.words.find(' ', at), task.words.size());
-      std::string word(task.words.substr(at, end - at));
-      const Keyword& keyword = *find(word);
+  for (std::size_t task = 0; task < task_titles().size(); ++task) {
+    list.append(list.empty() ? "" : "\n").append(task_titles()[task]).append("\n");
+    for (const Keyword* const keyword : keywords_of(static_cast<Task>(task))) {
+      std::string word(keyword->word);
       word.resize(12, ' ');
-      list.append("  ").append(word).append(keyword.description.title).append("\n");
-      at = end + 1;
+      list.append("  ").append(word).append(keyword->description.title).append("\n");
     }
   }
   return list;

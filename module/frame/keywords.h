@@ -79,7 +79,9 @@ struct FinancialRow {
   std::int32_t maximum;  // kNoBound: no upper bound
 };
 
-inline constexpr int kKeywordCount = 54;
+#define VXFNC_COUNT_ONE(...) +1
+inline constexpr int kKeywordCount = 0 VXFNC_KEYWORDS(VXFNC_COUNT_ONE);
+#undef VXFNC_COUNT_ONE
 extern const std::array<FinancialRow, kKeywordCount> FinancialList;
 
 }  // namespace vxfnc
