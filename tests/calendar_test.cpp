@@ -96,5 +96,17 @@ TEST(Schedule, CountsWholeCouponsAndTheRestOfAPeriod) {
   EXPECT_EQ(ComputeFromSettlementToNextCoupon(day(2020, 5, 15), maturity, terms), 0.0);
 }
 
+// For readers of the record: the calculations take the count that is returned.
+TEST(Schedule, CouponDaysAreAlsoStoredCapped) {
+  const double year_days[] = {360, 1, 360, 365, 360}, capped[] = {180, 275, 180, 182.5, 180};
+  for (const int basis : {0, 1, 2, 3, 4}) {
+    DayCountTerms terms{};
+    measure_in_coupons(terms, 2, static_cast<BasisCode>(basis));
+    CountTheCouponDays(day(2030, 1, 15), day(2030, 10, 17), terms);
+    EXPECT_EQ(terms.basisYearDays, year_days[basis]);
+    EXPECT_EQ(terms.cappedDayCount, capped[basis]);
+  }
+}
+
 }  // namespace
 }  // namespace vxfnc

@@ -23,8 +23,9 @@ struct DayCountTerms {
   std::int32_t basis;         // a BasisCode
   std::int32_t plainUs30360;  // basis 0 in CountTheCouponDays: the plain US method
   double dayCount;            // of the last measurement
-  double cappedDayCount;      // of CountTheCouponDays: limited to periodDays
-  double basisYearDays;       // of CountTheCouponDays: 360, 365, or 1.0 for basis 1
+  // Of CountTheCouponDays, for readers of the record; no calculation of this module reads them.
+  double cappedDayCount;  // the count, limited to periodDays except under basis 1
+  double basisYearDays;   // 360, 365, or 1.0 for basis 1
   // These three concern ComputeTheAnnualRatio alone.
   std::uint8_t useStartYearLength;  // basis 1: the year length is that of the first date's year
   std::uint8_t keepEnd31;           // countEnd31 is ignored

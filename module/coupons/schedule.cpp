@@ -423,7 +423,7 @@ bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
     slot.days = period_length(from, to, terms);
   };
   const CalendarDate first_end = search.nextStore;
-  const bool starts_on_coupon = search.couponOnSettlement != nullptr;
+  list.starts_on_coupon = search.couponOnSettlement != nullptr;
   set(list.slots[0], search.previousStore, first_end);
   list.used = 1;
   list.periods = 1;
@@ -440,11 +440,6 @@ bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
     set(list.slots[1], last_start, last_end);
     list.used = 2;
   }
-  const bool ends_on_coupon = zCompareDates(last_end, end) == kSameDay;
-  list.wholePeriods = list.periods - (starts_on_coupon ? 0 : 1) - (ends_on_coupon ? 0 : 1);
-  list.wholePeriods = std::max<std::int64_t>(list.wholePeriods, 0);
-  list.flags = (starts_on_coupon ? CouponList::kStartIsCoupon : 0) +
-               (ends_on_coupon ? CouponList::kEndIsCoupon : 0);
   return true;
 }
 

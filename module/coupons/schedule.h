@@ -108,13 +108,10 @@ struct CouponPeriod {
 
 // The quasi-coupon periods from a start to an end date, as accrued interest reads them.
 struct CouponList {
-  enum Flag : std::int32_t { kStartIsCoupon = 1, kEndIsCoupon = 2 };
-
   CouponPeriod slots[2];  // the period that holds the start, and the last one when it is another
   std::int32_t used;      // slots in use, 1 or 2
   std::int64_t periods;   // from the first to the last, both counted
-  std::int64_t wholePeriods;  // those that lie inside from start to end
-  std::int32_t flags;         // Flags, added up
+  bool starts_on_coupon;  // the first period lies inside from start to end
 };
 
 // Fills the list for a schedule stepped from the anchor, which may stand anywhere. False when there

@@ -1,6 +1,4 @@
 // Interest accrued from issue to settlement.
-#include <algorithm>
-
 #include "coupons/schedule.h"
 #include "securities/arguments.h"
 
@@ -24,14 +22,12 @@ bool count_accrued_periods(SecurityCalc& calc, double& periods) noexcept {
     periods = CountTheCouponDays(issue, settlement, terms) / last.days;
     return true;
   }
-  const bool starts_on_coupon = (list.flags & CouponList::kStartIsCoupon) != 0;
-  const bool ends_on_coupon = (list.flags & CouponList::kEndIsCoupon) != 0;
-  // A period that settlement ends counts as the last part, not as a whole one.
-  const auto whole = static_cast<double>(list.wholePeriods - (ends_on_coupon ? 1 : 0));
+  // The last period counts as a part, also when settlement ends it.
+  const auto whole = static_cast<double>(list.periods - (list.starts_on_coupon ? 1 : 2));
   const double first_part =
-      starts_on_coupon ? 0.0 : CountTheCouponDays(issue, first.end, terms) / first.days;
+      list.starts_on_coupon ? 0.0 : CountTheCouponDays(issue, first.end, terms) / first.days;
   const double last_part = CountTheCouponDays(last.start, settlement, terms) / last.days;
-  periods = std::max(whole, 0.0) + first_part + last_part;
+  periods = whole + first_part + last_part;
   return true;
 }
 
