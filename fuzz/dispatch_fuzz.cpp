@@ -4,8 +4,9 @@
 // change, and nothing outside the record may be touched.
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <time.h>
+
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
@@ -62,12 +63,19 @@ harness::Argument argument(FuzzedDataProvider& in, const catalog::Argument* expe
   return harness::num(expected->kind == ArgumentKind::kWhole ? small % 64 : small);
 }
 
+// Processor time of this thread, which does not pass while other programs run.
+double seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
 Answer evaluated(Width width, const harness::Argument& keyword,
                  const std::vector<harness::Argument>& arguments, int count, int refused) {
   left_to_refusal = refused;
-  const auto start = std::chrono::steady_clock::now();
+  const double start = seconds();
   const Answer answer = call(width, keyword, arguments, count);
-  demand(std::chrono::steady_clock::now() - start < std::chrono::seconds(1) && pools == 0);
+  demand(seconds() - start < 1.0 && pools == 0);
   const bool refusal = answer.bits == harness::kMissingBits || answer.bits == harness::kUntouched;
   demand(answer.status == 0 ? answer.marked == -1 : answer.status == 120836 && refusal);
   demand(answer.marked >= -1 && answer.marked < std::max(count, 1));
@@ -78,7 +86,8 @@ Answer evaluated(Width width, const harness::Argument& keyword,
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider in(data, size);
-  const auto& row = catalog::keywords()[in.ConsumeIntegralInRange(0u, 53u)];
+  const auto keywords = catalog::keywords();
+  const auto& row = keywords[in.ConsumeIntegralInRange<std::size_t>(0, keywords.size() - 1)];
   const bool ascii = in.ConsumeIntegralInRange(0, 3) > 0;
   const auto keyword =
       in.ConsumeIntegralInRange(0, 7) > 0 ? harness::text(row.word) : text(in, ascii);
