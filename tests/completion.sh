@@ -18,3 +18,5 @@ expect 'null text skip fail' --errors ''
 expect '--describe --definitions' --de
 expect ndjson -i bonds.csv -t nd
 expect '' PRICE 20
+LC_ALL=C.UTF-8  # where the capital of ı is I; in Turkish, that of i is İ
+expect '' ırr

@@ -6,7 +6,8 @@
 # usage: replay.sh FOLDER-OF-THE-COMMAND TRANSCRIPT... [-- DOCUMENT...]
 PATH=$(cd "$1" && pwd):$PATH
 TMPDIR=$(mktemp -d)
-export PATH TMPDIR
+LC_ALL=C
+export PATH TMPDIR LC_ALL
 trap 'rm -r "$TMPDIR"' EXIT
 replay() {
   grep '^\$ ' "$1" | while IFS= read -r line; do

@@ -22,8 +22,11 @@ _finance() {
       fi
       ;;
   esac
-  # Keywords are offered for small letters, too.
-  mapfile -t COMPREPLY <<<"$(compgen -W "$choices" -- "${cur^^}" || compgen -W "$choices" -- "$cur")"
+  # Keywords are offered for small letters, too, in every locale: in Turkish, i is not the small I.
+  mapfile -t COMPREPLY <<<"$(
+    LC_ALL=C
+    compgen -W "$choices" -- "${cur^^}" || compgen -W "$choices" -- "$cur"
+  )"
   [[ -n ${COMPREPLY[0]} ]] || COMPREPLY=()
 } &&
   complete -F _finance finance
