@@ -92,6 +92,7 @@ TEST(Sqlite, EveryKeywordAnswersAsTheKernelDoes) {
   const vxkernel::Kernel kernel(VXFNC_MODULE);
   const auto compare = [&kernel] {
     Database database;
+    EXPECT_EQ(database.number("SELECT count(*) FROM finance_keywords"), catalog::keywords().size());
     for (const catalog::Keyword& keyword : catalog::keywords()) {
       const auto words = cli::words_of(keyword.description.example);
       std::vector<vxkernel::Argument> arguments;
