@@ -1,9 +1,12 @@
-// The extension of SQLite, loaded by the real engine: a transcript of statements, and the examples
-// of all keywords beside the kernel's own answers.
+// The extension of SQLite, loaded by the real engine: a transcript of statements, the examples of
+// all keywords beside the kernel's own results, and ways to load it.
+#define SQLITE_CORE 1  // this is the program that has SQLite
+#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
+#include <sqlite3ext.h>
 
 #include <bit>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -28,7 +31,7 @@ class Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // Each row of the answer as a line, its columns with | between; or the error.
+  // Each row of the result as a line, with | between columns; or the error.
   std::string run(const std::string& sql) {
     std::string text;
     sqlite3_stmt* statement = nullptr;
@@ -63,7 +66,7 @@ class Database {
   sqlite3* handle_ = nullptr;
 };
 
-TEST(Sqlite, AnswersAsInTheTranscript) {
+TEST(Sqlite, PrintsTheTranscript) {
   std::ifstream file(VXFNC_SQLITE_TRANSCRIPT);
   std::ostringstream expected;
   expected << file.rdbuf();
@@ -74,7 +77,7 @@ TEST(Sqlite, AnswersAsInTheTranscript) {
     if (line.starts_with("--")) got += line + '\n';
     if (line.starts_with("> ")) got += line + '\n' + database.run(line.substr(2));
   }
-  EXPECT_EQ(got, expected.str()) << "what came stands in sqlite.got";
+  EXPECT_TRUE(got == expected.str()) << "compare sqlite.txt with sqlite.got";
   if (got != expected.str()) std::ofstream("sqlite.got") << got;
 }
 
@@ -88,7 +91,7 @@ std::string call_of(const catalog::Keyword& keyword, const std::vector<std::stri
   return sql + ')';
 }
 
-TEST(Sqlite, EveryKeywordAnswersAsTheKernelDoes) {
+TEST(Sqlite, EveryKeywordReturnsTheResultOfTheKernel) {
   const vxkernel::Kernel kernel(VXFNC_MODULE);
   const auto compare = [&kernel] {
     Database database;
@@ -112,13 +115,47 @@ TEST(Sqlite, EveryKeywordAnswersAsTheKernelDoes) {
   for (std::jthread& thread : threads) thread = std::jthread(compare);
 }
 
-TEST(Sqlite, LoadsForEveryConnection) {
+TEST(Sqlite, LoadsForAllConnectionsOfTheProcess) {
   EXPECT_TRUE(Database(Database::kNone).run("SELECT finance_version()").starts_with("Error"));
   Database first("sqlite3_finance_everywhere_init");
   EXPECT_EQ(Database(Database::kNone).run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
   const std::string again = "SELECT load_extension('" VXFNC_SQLITE "')";  // by a running statement
   EXPECT_EQ(first.run(again), "NULL\n");
   sqlite3_reset_auto_extension();
+}
+
+TEST(Sqlite, LooksForTheModuleBesideItselfAndBehindLinks) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / ("sqlite." + std::to_string(::getpid()));
+  fs::create_directories(folder / "lib");
+  fs::copy_file(VXFNC_SQLITE, folder / "alone.so");
+  fs::copy_file(VXFNC_SQLITE, folder / "lib/finance_sqlite.so");
+  fs::create_symlink(VXFNC_MODULE, folder / "lib/vxfnc.so");
+  fs::create_symlink("lib/finance_sqlite.so", folder / "link.so");
+  Database database(Database::kNone);
+  const auto load = [&](const std::string& file) {
+    return database.run("SELECT load_extension('" + (folder / file).string() + "')");
+  };
+  EXPECT_EQ(load("alone.so").find("Error: error during initialization: finance: cannot load"), 0U);
+  EXPECT_EQ(load("link.so"), "NULL\n");
+  EXPECT_EQ(database.run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
+  fs::remove_all(folder);
+}
+
+TEST(Sqlite, RefusesOldVersionsAndOtherCopiesOfSqlite) {
+  const Database loaded;
+  sqlite3_api_routines copy{};
+  copy.mprintf = sqlite3_mprintf;
+  const auto expect_error = [&copy](int (*version)(), std::string_view wanted) {
+    copy.libversion_number = version;
+    void* const entry = ::dlsym(::dlopen(VXFNC_SQLITE, RTLD_NOW), "sqlite3_extension_init");
+    char* error = nullptr;
+    EXPECT_EQ(reinterpret_cast<sqlite3_loadext_entry>(entry)(nullptr, &error, &copy), SQLITE_ERROR);
+    EXPECT_EQ(error, wanted);
+    sqlite3_free(error);
+  };
+  expect_error([] { return 3030999; }, "finance: needs SQLite 3.31 or newer");
+  expect_error([] { return 3031000; }, "finance: in use by another copy of SQLite in this process");
 }
 
 }  // namespace
