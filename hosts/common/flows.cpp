@@ -73,11 +73,6 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
   for (const vxkernel::Argument& argument : arguments)
     values.push_back({.number = argument.number});
   const Callee callee(*catalog::find(aggregate.keyword), values.size());
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (callee.described(i + 1).kind == catalog::ArgumentKind::kDate) {
-      values[i].kind = Value::Kind::kDate;
-    }
-  }
   const std::string complaint =
       fmt::format("{}: {}", aggregate.name, callee.complaint(answer, values));
   if (answer.marked >= 1) throw std::out_of_range(complaint);
