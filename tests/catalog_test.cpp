@@ -1,4 +1,5 @@
-// The catalogue against the loaded module: its examples come out, and its bounds are the module's.
+// The catalogue against the loaded module: the module returns the values of the examples and
+// refuses what the bounds exclude.
 #include "catalog.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,8 @@ struct Trial {
   [[nodiscard]] double limit(const catalog::Bound& bound) const {
     return bound.value + (bound.other.empty() ? 0 : call.at(position(bound.other) - 1).number);
   }
-  // With the value in a place, the argument is marked just when one of its bounds is broken.
+  // With the value at a place, the module marks the argument if and only if one of its bounds is
+  // broken.
   void expect(const catalog::Argument& argument, std::string_view place, double value) const {
     const catalog::Bound* broken = nullptr;
     for (const catalog::Bound& bound : argument.bounds()) {
@@ -45,7 +47,7 @@ struct Trial {
   }
 };
 
-TEST(Catalog, TellsTheTruthOfTheModule) {
+TEST(Catalog, ExamplesAndBoundsAgreeWithTheModule) {
   const vxkernel::Kernel kernel(VXFNC_MODULE);
   for (const catalog::Keyword& keyword : catalog::keywords()) {
     const catalog::Description& text = keyword.description;

@@ -1,4 +1,4 @@
-// The command's parts that handle tables: CSV, blocks of records, many threads, files, expressions.
+// The command's parts that handle tables: CSV, blocks of records, many threads, files.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +10,6 @@
 #include <random>
 #include <sstream>
 
-#include "expression.h"
 #include "in_order.h"
 #include "output.h"
 #include "records.h"
@@ -57,7 +56,7 @@ class Folder : public ::testing::Test {
   fs::path path;
 };
 
-TEST(Csv, CellsAreTheWrittenOnes) {
+TEST(Csv, ParserReturnsTheCellsOfEachRecord) {
   const struct {
     std::string_view text;
     std::vector<Read> records;
@@ -84,7 +83,7 @@ TEST(Csv, CellsAreTheWrittenOnes) {
   }
 }
 
-TEST_F(Folder, BlocksHoldTheSameRecordsAsTheWhole) {
+TEST_F(Folder, BlocksContainTheRecordsOfTheWholeText) {
   std::mt19937 random(3);
   const std::string_view alphabet = "ab\"\"\",,\n\r\n";
   for (int round = 0; round < 300; ++round) {
@@ -124,7 +123,7 @@ TEST_F(Folder, BlocksHoldTheSameRecordsAsTheWhole) {
   }
 }
 
-TEST(InOrder, WritesAsItReadAndStopsAtTheFirstError) {
+TEST(InOrder, WritesInTheOrderOfReadsAndStopsAtTheFirstError) {
   struct Item {
     int number;
   };
@@ -170,7 +169,7 @@ TEST(InOrder, WritesAsItReadAndStopsAtTheFirstError) {
   }
 }
 
-TEST_F(Folder, AFileAppearsWholeOrNotAtAll) {
+TEST_F(Folder, OutputFileAppearsWholeOrNotAtAll) {
   const fs::path file = path / "table.csv";
   const fs::path link = path / "link.csv";
   std::ofstream(file) << "old";
@@ -198,45 +197,6 @@ TEST_F(Folder, AFileAppearsWholeOrNotAtAll) {
   cli::OutputFile(pipe).commit();
   EXPECT_TRUE(fs::is_fifo(pipe));
   ::close(reader);
-}
-
-TEST(Expressions, FollowTheUsualRules) {
-  const vxkernel::Kernel kernel(VXFNC_MODULE);
-  const cli::Columns columns({"a", "b", "date", "text", "2 words"});
-  const struct {
-    std::string_view text;
-    std::string_view value;
-  } rows[] = {
-      {"1 + 2 * 3 - 4 / 8", "6.5"},
-      {"(1 + 2) * (3 - 4) / 8", "-0.375"},
-      {"10 - 4 - 3", "3"},
-      {"16 / 4 / 2", "2"},
-      {"-a * -+-b", "-6"},
-      {"1e2+.5e-1", "100.05"},
-      {"date + 1", "2031-05-16"},
-      {"1 + date", "2031-05-16"},
-      {"date - 1", "2031-05-14"},
-      {"date - 2031-05-01", "14"},
-      {"date * 1", "26067"},
-      {"text", "hello"},
-      {"'it is'", "it is"},
-      {"\"2 words\" + a", "2"},
-      {". + 1", ""},
-      {"sln(SLN(a, 0, 1) * 100, b, 5)", "39.4"},
-      {"COUPNCD(2011-01-25, 2011-11-15, 2)", "2011-05-15"},
-  };
-  cli::Evaluator evaluator{.kernel = kernel};
-  for (const auto* const cell : {"2", "3", "2031-05-15", "hello", "0"}) {
-    evaluator.values.push_back(cli::value_of_cell(cell));
-  }
-  for (const auto& [text, value] : rows) {
-    evaluator.begin(true);
-    std::string got;
-    const std::string named = "r = " + std::string(text);
-    append_value(got, parse(named, columns).root->evaluate(evaluator));
-    EXPECT_EQ(got, value) << text;
-    EXPECT_FALSE(evaluator.failed) << evaluator.complaint;
-  }
 }
 
 }  // namespace
