@@ -27,7 +27,7 @@ class Database {
     }
     sqlite3_free(error);
   }
-  ~Database() { sqlite3_close(handle_); }
+  ~Database() { EXPECT_EQ(sqlite3_close(handle_), SQLITE_OK); }
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
