@@ -133,11 +133,13 @@ TEST(Sqlite, LooksForTheModuleBesideItselfAndBehindLinks) {
   fs::create_symlink(VXFNC_MODULE, folder / "lib/vxfnc.so");
   fs::create_symlink("lib/finance_sqlite.so", folder / "link.so");
   Database database(Database::kNone);
-  const auto load = [&](const std::string& file) {
-    return database.run("SELECT load_extension('" + (folder / file).string() + "')");
+  const auto load = [&](const std::string& arguments) {
+    return database.run("SELECT load_extension('" + folder.string() + arguments + ")");
   };
-  EXPECT_EQ(load("alone.so").find("Error: error during initialization: finance: cannot load"), 0U);
-  EXPECT_EQ(load("link.so"), "NULL\n");
+  const std::string error = "Error: error during initialization: finance: cannot load module";
+  EXPECT_EQ(load("/alone.so'").find(error), 0U);
+  EXPECT_EQ(load("/alone.so', 'sqlite3_finance_everywhere_init'").find(error), 0U);
+  EXPECT_EQ(load("/link.so'"), "NULL\n");
   EXPECT_EQ(database.run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
   fs::remove_all(folder);
 }

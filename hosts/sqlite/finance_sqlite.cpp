@@ -229,13 +229,7 @@ int register_all(sqlite3* database) {
                                     nullptr, version, nullptr, nullptr, nullptr);
 }
 
-}  // namespace
-
-#define EXPORTED extern "C" [[gnu::visibility("default")]]
-
-// The entry point for a file of any name.
-EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
-                                    const sqlite3_api_routines* api) {
+int load(sqlite3* database, char** error, const sqlite3_api_routines* api) {
   const auto complain = [&](const char* complaint) {
     *error = api->mprintf("finance: %s", complaint);
     return SQLITE_ERROR;
@@ -257,12 +251,23 @@ EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
   }
 }
 
+}  // namespace
+
+#define EXPORTED extern "C" [[gnu::visibility("default")]]
+
+// The entry point for a file of any name. SQLite loads extensions with global symbols, so a call of
+// this name could reach the function of another extension.
+EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
+                                    const sqlite3_api_routines* api) {
+  return load(database, error, api);
+}
+
 // The same, for this and all further connections of the process.
 EXPORTED int sqlite3_finance_everywhere_init(sqlite3* database, char** error,
                                              const sqlite3_api_routines* api) {
-  int status = sqlite3_extension_init(database, error, api);
+  int status = load(database, error, api);
   if (status == SQLITE_OK) {
-    status = sqlite3_auto_extension(reinterpret_cast<void (*)()>(sqlite3_extension_init));
+    status = sqlite3_auto_extension(reinterpret_cast<void (*)()>(load));
   }
   return status == SQLITE_OK ? SQLITE_OK_LOAD_PERMANENTLY : status;
 }
