@@ -36,7 +36,7 @@ double db(const Values& v, double cost, double salvage) {
   const double life = whole(v, 3, 1), period = whole(v, 4, 1);
   const double month = v.size() < 5 ? 12 : whole(v, 5, 1);
   require(period <= life + 1, 4);
-  const double r0 = -exp_minus_1(std::log(salvage / cost) / life);
+  const double r0 = -zexpm1(std::log(salvage / cost) / life);
   // An integer has no -0, hence the + 0.0; what is not finite, or too large, stays what it is.
   const double rate = (std::trunc(r0 * 1000 + (r0 > 0 ? 0.5 : -0.5)) + 0.0) / 1000;
   double d = cost * month * rate / 12, acc = d;
