@@ -1,6 +1,8 @@
 // Plain day counts, schedules and argument tests, as slow as they are short, for the models that
 // random calls are held to. Days count from 1 January 1960; what is refused is thrown as its slot.
 #pragma once
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -146,13 +148,15 @@ inline double read(std::string_view word, const catalog::Argument& a, const Valu
 // The arguments of a call by their names in the catalogue, within the bounds that it states. The
 // order of dates is tested after the last date; two equal ones are an early answer.
 using Given = std::map<std::string_view, double>;
-inline Given given_by(const catalog::Keyword& keyword, const Values& v) {
+inline Given given_by(const catalog::Keyword& keyword, const Values& v, int basis = 0) {
   const auto all = keyword.arguments();
   const std::string_view word = keyword.word;
   Given given{{"", 0}};
   const auto hold = [&](std::size_t i, std::string_view newest) {
     for (const catalog::Bound& bound : all[i].bounds()) {
-      if (!given.contains(bound.other) || (newest != bound.other && newest != "")) continue;
+      // DB looks at its month before it compares the period with the life.
+      const auto due = word == "DB" && bound.other == "life" ? "month" : bound.other;
+      if (!given.contains(due) || (newest != due && newest != "")) continue;
       const double x = given[bound.subject.empty() ? all[i].name : bound.subject];
       const double limit = bound.value + given[bound.other];
       require(bound.holds(x, limit), bound.marks ? static_cast<int>(i) + 1 : kUnmarked);
@@ -163,8 +167,11 @@ inline Given given_by(const catalog::Keyword& keyword, const Values& v) {
   for (std::size_t i = 0; i < all.size(); ++i) {
     const catalog::Argument& a = all[i];
     const bool is_date = a.kind == catalog::ArgumentKind::kDate;
-    const bool is_given = i < v.size() && a.kind != catalog::ArgumentKind::kBasis;
-    given[a.name] = is_given ? read(word, a, v, static_cast<int>(i) + 1) : fallback(a);
+    const bool is_basis = a.kind == catalog::ArgumentKind::kBasis;
+    require(!is_basis || basis >= 0, static_cast<int>(i) + 1);
+    given[a.name] = is_basis       ? basis
+                    : i < v.size() ? read(word, a, v, static_cast<int>(i) + 1)
+                                   : fallback(a);
     if (is_date && all[i + 1].kind == a.kind && word != "PRICEMAT") continue;
     if (!is_date) hold(i, "");
     for (std::size_t j = 0; j < i; ++j) hold(j, is_date ? "" : a.name);
@@ -249,5 +256,28 @@ struct Generator {
     if (below(7) == 0) x = of({NAN, kNull, -HUGE_VAL, 0, -1, x + 0.5, x * near(), x * near()});
   }
 };
+
+// Compares random calls of a keyword, in both widths, with a model of its value. Values may differ
+// by a share.
+void compare(auto& calls, std::string_view word, const auto& model, double share = 0) {
+  const catalog::Keyword& keyword = *catalog::find(word);
+  const auto all = keyword.arguments();
+  const bool has_basis = all.back().kind == catalog::ArgumentKind::kBasis;
+  int good = 0;
+  for (int i = 0; i < 9000; ++i) {
+    const Values v = calls(keyword);
+    const Basis& basis = has_basis ? calls.basis() : kBases[0];
+    const bool fits = v.size() >= keyword.least() && v.size() <= keyword.most();
+    const Answer want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
+                             : Answer{kRefused, harness::kUntouched, kUnmarked};
+    for (const Width width : {Width::wide, Width::byte}) {
+      const Answer got = answered(width, std::string(word), v, basis);
+      ASSERT_TRUE(alike(got, want, share)) << word << testing::PrintToString(v) << " basis row "
+                                           << &basis - kBases << ": " << got << ", not " << want;
+    }
+    good += want.status == 0;
+  }
+  EXPECT_GT(good, 3000) << word;
+}
 
 }  // namespace plain
