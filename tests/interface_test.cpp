@@ -31,21 +31,35 @@ void expect(const Argument& keyword, const Args& args, const Answer& want, int m
   }
 }
 
-// The recording kernel knows an operation by a letter: what it is handed, what it answers.
+// The operations of a recording kernel: each checks what it is handed and notes that it was called.
+enum Operation {
+  kNone,
+  kPool,
+  kStorage,
+  kPoolEnd,
+  kJournal,
+  kReport,
+  kClose,
+  kJournalEnd,
+  kForward
+};
+const char* const kNotes[] = {"",          "+pool ",  "+storage ", "-pool ",
+                              "+journal ", "report ", "close ",    "-journal "};
 std::string order;
-std::map<char, Words> promised;
-std::map<char, Word> answers;
-template <char letter, int count>
-Word operation(Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h) {
-  if (letter == 'P') d = std::string(reinterpret_cast<char*>(d)) == "vxu pool";
-  if (letter == 'J') d = std::u32string(reinterpret_cast<char32_t*>(d)) == U"vxfncwubit Jnl";
-  const int shift = letter == 'J' ? 32 : 0;  // the third option of a journal has 32 bits
-  if (letter == 'P' || letter == 'J') b = at(b)[0] | at(b)[1] | at(b)[2] << shift;
-  if (letter == 'S') d = d != 0;  // an argument list
+std::map<Operation, Words> promised;
+std::map<Operation, Word> answers;
+template <Operation operation, int count>
+Word recorded(Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h) {
+  if (operation == kPool) d = std::string(reinterpret_cast<char*>(d)) == "vxu pool";
+  if (operation == kJournal)
+    d = std::u32string(reinterpret_cast<char32_t*>(d)) == U"vxfncwubit Jnl";
+  const int shift = operation == kJournal ? 32 : 0;  // whose third option has 32 bits
+  if (operation == kPool || operation == kJournal) b = at(b)[0] | at(b)[1] | at(b)[2] << shift;
+  if (operation == kReport) d = d != 0;  // an argument list
   const Words all = {a, b, c, d, e, f, g, h}, handed(all.begin(), all.begin() + count);
-  EXPECT_EQ(handed, promised[letter]) << letter;
-  order += letter;
-  return answers[letter];
+  EXPECT_EQ(handed, promised[operation]) << static_cast<int>(operation);
+  order += kNotes[operation];
+  return answers[operation];
 }
 Word fold(Word* self, Word c, Word one) {
   EXPECT_TRUE(self[31] == word(&fold) && c >= 128 && one == 1) << c;
@@ -54,7 +68,7 @@ Word fold(Word* self, Word c, Word one) {
 Word forwarded(Word self, Word first, Word second, va_list list) {
   Words handed = {self, first, second};
   for (int i = 0; i < 5; ++i) handed.push_back(va_arg(list, Word));
-  EXPECT_TRUE(handed == promised['F'] && va_arg(list, double) == 2.5);
+  EXPECT_TRUE(handed == promised[kForward] && va_arg(list, double) == 2.5);
   return n;
 }
 
@@ -91,33 +105,44 @@ TEST_F(Interface, RecordsAndVersions) {
 }
 
 TEST_F(Interface, InstancesComeAndGoInOrder) {
-  Word services[] = {0, 0, 0, 0, 0, word(&operation<'J', 4>), word(&operation<'P', 8>)};
-  Word pool[] = {0, 0, word(&operation<'p', 1>), word(&operation<'A', 3>)};
-  Word journal[] = {0, 0, word(&operation<'j', 1>), word(&operation<'c', 1>)};
-  Word caller[] = {0, 0, 0, 0, 0, 0, 0, word(&operation<'S', 4>)};
-  promised = {{'J', {word(services), Word{1} << 62, 0, 1}},
-              {'A', {word(pool), 128, 0x80000000}},
-              {'S', {word(caller), 4, 0xFFFFFFFF803FC002, 1}},
-              {'p', {word(pool)}}};
-  promised['j'] = promised['c'] = {word(journal)};
-  // The failing operation, whether the caller has a journal, the closing flag, then the order.
-  for (const std::string row :
-       {"-10PAJjp", "-01PAJcjp", "J01PAJp", "P10PS", "P00P", "A10PASp", "A00PAp", "J00PAp"}) {
-    services[5] = row.find('J', 3) < 9 ? word(&operation<'J', 4>) : 0;
+  Word services[] = {0, 0, 0, 0, 0, 0, word(&recorded<kPool, 8>)};
+  Word pool[] = {0, 0, word(&recorded<kPoolEnd, 1>), word(&recorded<kStorage, 3>)};
+  Word journal[] = {0, 0, word(&recorded<kJournalEnd, 1>), word(&recorded<kClose, 1>)};
+  Word caller[] = {0, 0, 0, 0, 0, 0, 0, word(&recorded<kReport, 4>)};
+  promised = {{kJournal, {word(services), Word{1} << 62, 0, 1}},
+              {kStorage, {word(pool), 128, 0x80000000}},
+              {kReport, {word(caller), 4, 0xFFFFFFFF803FC002, 1}},
+              {kPoolEnd, {word(pool)}},
+              {kJournalEnd, {word(journal)}},
+              {kClose, {word(journal)}}};
+  const struct {
+    Operation fails;
+    bool has_caller, has_journals, closes;
+    const char* order;
+  } rows[] = {{kNone, true, true, false, "+pool +storage +journal -journal -pool "},
+              {kNone, false, true, true, "+pool +storage +journal close -journal -pool "},
+              {kJournal, false, true, true, "+pool +storage +journal -pool "},
+              {kNone, false, false, false, "+pool +storage -pool "},
+              {kPool, true, true, false, "+pool report "},
+              {kPool, false, true, false, "+pool "},
+              {kStorage, true, true, false, "+pool +storage report -pool "},
+              {kStorage, false, true, false, "+pool +storage -pool "}};
+  for (const auto& [fails, has_caller, has_journals, closes, wanted] : rows) {
+    services[5] = has_journals ? word(&recorded<kJournal, 4>) : 0;
     Words made(16, n);  // words that are not the module's stay as the pool left them
-    answers = {{'P', word(pool)}, {'A', word(made.data())}, {'J', word(journal)}};
-    answers[row[0]] = 0;
-    promised['P'] = {word(services), 0, row[1] == '1' ? word(caller) : 0, 1, ~n, 2, 3, n};
-    const Word instance = run("vxufinan", services, promised['P'][2], ~n, Word{2}, Word{3}, n);
-    ASSERT_EQ(instance, row[0] == 'P' ? 0 : answers['A']) << row;
+    answers = {{kPool, word(pool)}, {kStorage, word(made.data())}, {kJournal, word(journal)}};
+    answers[fails] = 0;
+    promised[kPool] = {word(services), 0, has_caller ? word(caller) : 0, 1, ~n, 2, 3, n};
+    const Word instance = run("vxufinan", services, promised[kPool][2], ~n, Word{2}, Word{3}, n);
+    ASSERT_EQ(instance, fails == kPool ? 0 : answers[kStorage]);
     if (instance != 0) {
       EXPECT_EQ(made, Words({n, n, n, symbol("VXU_EXTNAMEReqVersion"), symbol("VXU_EXTNAMEVersion"),
                              word(services), symbol("VXU_EXTNAMEDestroy"), n, n, n, n, word(pool),
-                             answers['J'], 0, n, *at(symbol("funclist"))}));
-      made[13] = row[2] == '1' ? n : 0;
+                             has_journals ? answers[kJournal] : 0, 0, n, *at(symbol("funclist"))}));
+      made[13] = closes ? n : 0;
       EXPECT_EQ(run("VXU_EXTNAMEDestroy", instance), 0u);
     }
-    EXPECT_EQ(std::exchange(order, ""), row.substr(3));
+    EXPECT_EQ(std::exchange(order, ""), wanted);
   }
   services[6] = 0;  // services that make no pools, or none at all, and no journal
   for (const Word none : {word(services), Word{0}})
@@ -128,7 +153,7 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
     Words target(13);
     target[i == 4 ? 12 : 4 + i] = word(&forwarded);
     const auto forward = reinterpret_cast<Word (*)(Word*, Word, Word, ...)>(entry(names[i]));
-    promised['F'] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
+    promised[kForward] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
     EXPECT_EQ(forward(&target[0], ~n, n, n, n + 1, n + 2, 2.5, n + 3, n + 4), n) << i;
     EXPECT_TRUE(forward(nullptr, n, n) == 0 && forward(&Words(13)[0], n, n) == 0);
   }
@@ -157,7 +182,7 @@ TEST_F(Interface, KeywordsAndNumbers) {
     EXPECT_EQ(record[5], n << 8 | 0x102);
   }
 
-  Word handle[28] = {0, 0, 0, 0, 0, 0, word(&operation<'P', 8>)}, cases[32]{};
+  Word handle[28] = {0, 0, 0, 0, 0, 0, word(&recorded<kPool, 8>)}, cases[32]{};
   const auto wide = [](const std::u32string& s) { return call(Width::wide, text(s), kPlain, 4); };
   EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, by the tables
   for (char32_t c : {0x131u, 0xFFFFu, 0x10428u, ~0u}) EXPECT_EQ(wide({c, 'R', 'R'}), kNoKeyword);

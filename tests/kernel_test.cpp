@@ -7,6 +7,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <regex>
+#include <thread>
 #include <vector>
 
 #include "services.h"
@@ -61,12 +64,16 @@ TEST(Kernel, OffersItsServices) {
   for (int round = 0; round < 2; ++round) {
     vxfnc::MemoryPool* const pool = handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0);
     EXPECT_EQ(pool->allocate(pool, ~0ULL, 0), nullptr);
+    std::map<char*, std::uint64_t> taken;
     for (std::uint64_t bytes = 1; bytes < 5000; bytes += bytes / 2 + 1) {
       auto* const storage = static_cast<char*>(pool->allocate(pool, bytes, vxfnc::kZeroFilled));
       EXPECT_EQ(reinterpret_cast<std::uintptr_t>(storage) % 16, 0u);
       EXPECT_EQ(std::count(storage, storage + bytes, 0), static_cast<std::ptrdiff_t>(bytes));
       std::memset(storage, 0xFF, bytes);
+      taken[storage] = bytes;
     }
+    for (const auto& [storage, bytes] : taken)
+      EXPECT_EQ(std::count(storage, storage + bytes, '\xFF'), static_cast<std::ptrdiff_t>(bytes));
     pool->destroy(pool);
   }
 }
@@ -91,6 +98,24 @@ TEST(Kernel, RefusesWhatItCannotPassOn) {
   EXPECT_EQ(kernel.version(), (vxkernel::Version{7, 0, 0}));
 }
 
+TEST(Kernel, SaysWhatItLoadsAndWhyItCannot) {
+  const auto message = [](const std::string& path) -> std::string {
+    try {
+      return std::string(Kernel(path).build());
+    } catch (const vxkernel::LoadError& error) {
+      return error.what();
+    }
+  };
+  const std::string module = VXFNC_MODULE, folder = module.substr(0, module.rfind('/') + 1);
+  const std::pair<std::string, const char*> rows[] = {
+      {module, "^vxfnc "},
+      {folder + "none.so", "^cannot load module .*none.so: .*No such file"},
+      {folder + "fake_module.so", " offers version 7.2 of the interface; this kernel takes 7.1$"},
+      {"/lib/x86_64-linux-gnu/libm.so.6", " is no module: it has no entry point vxextver$"}};
+  for (const auto& [path, wanted] : rows)
+    EXPECT_TRUE(std::regex_search(message(path), std::regex(wanted))) << message(path);
+}
+
 TEST(Kernel, EvaluatesWithoutAllocating) {
   const Kernel kernel(VXFNC_MODULE);
   const std::vector<Argument> texts(16, Argument(std::string_view("text")));
@@ -104,8 +129,12 @@ TEST(Kernel, EvaluatesWithoutAllocating) {
 }
 
 #ifndef VXFNC_SANITIZED
-TEST(Kernel, TellsWantOfStorageFromARefusal) {
+TEST(Kernel, TellsNoStorageFromARefusal) {
   const Kernel kernel(VXFNC_MODULE);
+  std::thread([&] {  // whose first call is refused
+    EXPECT_EQ(kernel.evaluate("FINANCE", "IRR", {}).status, vxkernel::kRefused);
+  })
+      .join();
   std::vector<Argument> flows(400, Argument(1.0));
   flows[0] = -150.0;
   for (std::size_t i = 0; i < 200; ++i) flows[200 + i] = static_cast<double>(20000 + i);

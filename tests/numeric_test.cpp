@@ -9,7 +9,6 @@
 #include "frame/kernel_records.h"
 #include "numeric/bounded.h"
 #include "numeric/elementary.h"
-#include "numeric/newton.h"
 #include "numeric/vectors.h"
 
 namespace vxfnc {
@@ -83,57 +82,6 @@ TEST(Vectors, BothFormsAgreeToTheBit) {
         maximum = std::fmax(maximum, std::fabs(v[n]));
       }
     }
-  }
-}
-
-// An objective that asks for given steps of ln(1 + x), one an evaluation, the last one for ever.
-struct Steps {
-  std::vector<double> asked;
-  std::size_t evaluations = 0;
-  double lowest = 1.0;
-};
-
-std::int32_t ask(NewtonControl& control) noexcept {
-  auto& steps = *static_cast<Steps*>(control.context);
-  const double g = steps.asked[std::min(steps.evaluations++, steps.asked.size() - 1)];
-  steps.lowest = std::min(steps.lowest, control.x);
-  control.derivative = 1.0;
-  control.value = -g * (control.x + 1.0);
-  return g == 1e9 ? 2 : 0;  // stands for a point without a value
-}
-
-TEST(Newton, CountsItsStepsAndSaysHowItEnded) {
-  using enum NewtonEnd;
-  const auto repeated = [](std::size_t n, std::vector<double> last) {
-    last.insert(last.begin(), n, 0.01);
-    return last;
-  };
-  // clang-format off
-  const struct { std::vector<double> steps; double scale; NewtonEnd end; std::size_t evaluations; } rows[] = {
-      {{0.5, 0.0}, 0, kConverged, 2},        {{0.5, 5e-13, 7.0}, 0, kConverged, 2},
-      {{0.5, 6e-13, 0.0}, 0, kConverged, 3}, {{1e9}, 0, kNoValue, 1},
-      {{0.5, 1e9}, 1e99, kNoValue, 2},       {{354.89, 0.0}, 0, kConverged, 2},
-      {{354.9}, 1e99, kStepTooLong, 1},      {{354.89}, 0, kStepTooLong, 2},      {{NAN}, 0, kStepTooLong, 1},
-      {{-HUGE_VAL}, 0, kStepTooLong, 1},     {{-1e3, 0.0}, 0, kConverged, 2},
-      {{-0.0953101798043249, 2e-9, 9.0}, 0, kConvergedAtZero, 2},
-      {repeated(99, {0.0}), 0, kConverged, 100},      {repeated(100, {0.0}), 0, kExhausted, 101},
-      {repeated(100, {0.0}), 1, kSmallResidual, 101}, {{0.01}, 1e13, kExhausted, 101},
-      {{0.01}, 1e14, kSmallResidual, 101},
-  };
-  // clang-format on
-  for (const auto& row : rows) {
-    Steps steps{row.steps};
-    NewtonControl control;
-    control.evaluate = ask;
-    control.context = &steps;
-    control.start = 0.1;
-    control.residualScale = row.scale;
-    const bool is_found = row.end <= kSmallResidual;
-    EXPECT_EQ(CallSpecialNewton(control), is_found ? 0 : 1) << &row - rows;
-    EXPECT_EQ(static_cast<int>(control.end), static_cast<int>(row.end)) << &row - rows;
-    EXPECT_EQ(steps.evaluations, row.evaluations) << &row - rows;
-    EXPECT_GE(steps.lowest, -0.9999999) << &row - rows;
-    EXPECT_EQ(row.end == kConvergedAtZero, same_bits(control.x, 0.0)) << &row - rows;
   }
 }
 

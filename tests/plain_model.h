@@ -267,7 +267,8 @@ void compare(auto& calls, std::string_view word, const auto& model, double share
   for (int i = 0; i < 9000; ++i) {
     const Values v = calls(keyword);
     const Basis& basis = has_basis ? calls.basis() : kBases[0];
-    const bool fits = v.size() >= keyword.least() && v.size() <= keyword.most();
+    const bool is_list = keyword.most() == catalog::kNoBound;
+    const bool fits = is_list || (v.size() >= keyword.least() && v.size() <= keyword.most());
     const Answer want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
                              : Answer{kRefused, harness::kUntouched, kUnmarked};
     for (const Width width : {Width::wide, Width::byte}) {
