@@ -91,19 +91,4 @@ TEST(Schedule, RandomCallsMatchPlainLoops) {
     compare(calls, keyword, modelled);
 }
 
-// The calendar repeats itself every 400 years.
-TEST(Schedule, FarDatesCountAsNearOnes) {
-  Calls calls;
-  for (const char* const keyword : {"COUPDAYBS", "COUPDAYS", "COUPDAYSNC", "COUPNUM"})
-    for (int i = 0; i < 1000; ++i) {
-      const Values v = calls(*catalog::find(keyword));
-      const Basis& basis = calls.basis();
-      const Answer near = answered(Width::wide, keyword, v, basis);
-      const double later = 146097 * 0x1p22;
-      if (near.status != 0) continue;
-      ASSERT_EQ(answered(Width::wide, keyword, {v[0] + later, v[1] + later, v[2]}, basis), near)
-          << keyword << testing::PrintToString(v) << " basis row " << &basis - kBases;
-    }
-}
-
 }  // namespace
