@@ -235,24 +235,20 @@ struct Calls : Generator {
     const double price = of({100, 1. + below(200), 10. * below(2000), below(3) ? 98.5 : rare});
     const double yield = of({0.06, below(999) / 1e3, -f * below(999) / 1e3, f * 1e15, rare});
     const double exact = 360 / (is_bill ? span : M - S);
+    const double redemption = of({100, 1. + below(200), below(9) ? 105 : rare});
+    // clang-format off
     Given drawn = {
-        {"settlement", S},
-        {"maturity", M},
-        {"issue", I},
-        {"last_interest", I},
-        {"first_coupon", F},
-        {"first_interest", of({F, before(S, months)})},
-        {"rate", rate},
-        {"coupon", rate},
-        {"pr", price},
-        {"investment", price},
+        {"settlement", S}, {"maturity", M}, {"issue", I}, {"last_interest", I}, {"first_coupon", F},
+        {"first_interest", of({F, before(S, months)})}, {"rate", rate}, {"coupon", rate},
+        {"pr", price}, {"investment", price}, {"redemption", redemption}, {"par", redemption},
         {"discount", of({below(999) / 1e3, below(9) ? 0.1 : rare, below(3) ? 0.07 : exact})},
-        {"frequency", below(12) ? f : odd()},
-        {"redemption", of({100, 1. + below(200), below(9) ? 105 : rare})},
-        {"yld", of({yield, yield, yield, -exact, f * (kTiny * near() - 1)})}};
-    drawn["par"] = drawn["redemption"];
-    if (is_bill)
-      drawn["settlement"] = s + below(2) / 2., drawn["maturity"] = s + (below(9) ? span : -span);
+        {"yld", of({yield, yield, yield, -exact, f * (kTiny * near() - 1)})},
+        {"frequency", below(12) ? f : odd()}};
+    // clang-format on
+    if (is_bill) {
+      drawn["settlement"] = s + below(2) / 2.;
+      drawn["maturity"] = s + (below(9) ? span : -span);
+    }
     if (name == "ODDLYIELD") drawn["pr"] = of({price, -price, -100 * rate / f * below(4)});
     Values v = call(keyword, drawn);
     if (below(30) == 0) v[0] = odd();
