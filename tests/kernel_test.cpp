@@ -85,6 +85,10 @@ TEST(Kernel, RefusesWhatItCannotPassOn) {
   for (const char* function : {"FINANCE", "FINANCE#"}) {
     const auto too_long = kernel.evaluate(function, "SLN", arguments);
     EXPECT_TRUE(too_long.status == vxkernel::kTextTooLong && too_long.marked == 2);
+    EXPECT_EQ(kernel.evaluate(function, text, arguments).marked, 2);
+    const auto long_keyword = kernel.evaluate(function, text + 'x', {});
+    EXPECT_TRUE(long_keyword.status == vxkernel::kTextTooLong && long_keyword.marked == 0);
+    EXPECT_EQ(kernel.evaluate(function, text, {}).status, vxkernel::kRefused);
     EXPECT_EQ(kernel.evaluate(function, "", arguments).marked, 0);
     for (const char* malformed : {"\xFF\xC3SLN", "\xC1\x93LN", "\xE0\x85\xBFLN", "\xF5SLN"})
       EXPECT_EQ(kernel.evaluate(function, malformed, {}).marked, 0);
