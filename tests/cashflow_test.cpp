@@ -403,9 +403,14 @@ TEST(CashFlow, KnownCallsGiveKnownValues) {
   const std::tuple<const char*, Values, double> rows[] = {
       {"IRR", {-6, 1000, -3000, 900, 800, 4000}, 162.61637236374455},
       {"IRR", {8, 10000, -700, 4}, no},
+      {"IRR", {251189, -100000, -39811, 39811, -20, -2}, -0.99262782879683331},  // the 40th step
+      {"IRR", {-2, 251189, -3981, 3}, 125593.48415137417},  // not found by a 41st
+      {"IRR", {-8, 7, -1, -7, -6, 8}, no},                  // from the fourth start, and the fifth
+      {"IRR", {-8, 4, -2, 6, -9, 2}, -0.73363037087949345},
       {"XIRR", flows, -0.1003061714995052},
       {"RATE", {13, 48, -49, 9100, 1}, 47.999999999999616},
-      {"PV", {0.01, 1e6, -100}, 10000},  // (1 + rate)^-nper underflows
+      {"RATE", {16, -48, 52, 39811, 1}, no},  // its last value is just too large
+      {"PV", {0.01, 1e6, -100}, 10000},       // (1 + rate)^-nper underflows
       {"DOLLARDE", {-0.0, 35}, 0}};
   for (const auto& [name, v, wanted] : rows)
     EXPECT_EQ(answered(Width::wide, name, v, kBases[0]).bits, std::bit_cast<harness::Word>(wanted))
