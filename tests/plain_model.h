@@ -134,8 +134,10 @@ inline double read(std::string_view word, const catalog::Argument& a, const Valu
   const bool forgives = a.fallback.find("missing") != a.fallback.npos;
   require(!is_nan || word != "FV" || a.name != "pv" || !std::isnan(v[2]), slot);
   if (is_nan ? forgives || is_payment : forgives && given == kNull) return fallback(a);
-  if (a.kind == kWhole && forgives)  // a choice
-    return require(std::abs(given + 0.5) < 0x1p31 && std::trunc(given) == given, slot), given;
+  if (a.kind == kWhole && forgives) {  // a choice
+    require(std::abs(given + 0.5) < 0x1p31 && std::trunc(given) == given, slot);
+    return given;
+  }
   if (a.name == "fraction" || (a.kind == kFrequency && word.starts_with("COUP"))) {
     const double x = number(v, slot, true);
     require(x < 0x1p31 || (low_bits(v, slot) > 0 && a.kind == kWhole), slot);
