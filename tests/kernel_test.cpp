@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <regex>
 #include <thread>
 #include <vector>
 
@@ -112,12 +111,12 @@ TEST(Kernel, SaysWhatItLoadsAndWhyItCannot) {
   };
   const std::string module = VXFNC_MODULE, folder = module.substr(0, module.rfind('/') + 1);
   const std::pair<std::string, const char*> rows[] = {
-      {module, "^vxfnc "},
-      {folder + "none.so", "^cannot load module .*none.so: .*No such file"},
-      {folder + "fake_module.so", " offers version 7.2 of the interface; this kernel takes 7.1$"},
-      {"/lib/x86_64-linux-gnu/libm.so.6", " is no module: it has no entry point vxextver$"}};
+      {module, "vxfnc "},
+      {folder + "none.so", "/none.so: cannot open shared object file: No such file or directory"},
+      {folder + "fake_module.so", " offers version 7.2 of the interface; this kernel takes 7.1"},
+      {"/lib/x86_64-linux-gnu/libm.so.6", " is no module: it has no entry point vxextver"}};
   for (const auto& [path, wanted] : rows)
-    EXPECT_TRUE(std::regex_search(message(path), std::regex(wanted))) << message(path);
+    EXPECT_NE(message(path).find(wanted), std::string::npos) << message(path);
 }
 
 TEST(Kernel, EvaluatesWithoutAllocating) {
