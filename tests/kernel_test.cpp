@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <map>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -63,16 +63,16 @@ TEST(Kernel, OffersItsServices) {
   for (int round = 0; round < 2; ++round) {
     vxfnc::MemoryPool* const pool = handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0);
     EXPECT_EQ(pool->allocate(pool, ~0ULL, 0), nullptr);
-    std::map<char*, std::uint64_t> taken;
+    std::vector<std::span<char>> taken;
     for (std::uint64_t bytes = 1; bytes < 5000; bytes += bytes / 2 + 1) {
       auto* const storage = static_cast<char*>(pool->allocate(pool, bytes, vxfnc::kZeroFilled));
       EXPECT_EQ(reinterpret_cast<std::uintptr_t>(storage) % 16, 0u);
       EXPECT_EQ(std::count(storage, storage + bytes, 0), static_cast<std::ptrdiff_t>(bytes));
-      std::memset(storage, 0xFF, bytes);
-      taken[storage] = bytes;
+      taken.emplace_back(storage, bytes);
+      std::memset(storage, static_cast<int>(taken.size()), bytes);
     }
-    for (const auto& [storage, bytes] : taken)
-      EXPECT_EQ(std::count(storage, storage + bytes, '\xFF'), static_cast<std::ptrdiff_t>(bytes));
+    for (char mark = 1; const std::span<char> storage : taken)
+      EXPECT_EQ(std::ranges::count(storage, mark++), std::ssize(storage));
     pool->destroy(pool);
   }
 }
