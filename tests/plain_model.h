@@ -38,7 +38,9 @@ inline const Basis kBases[] = {
 // clang-format on
 
 inline double number_of(cal::sys_days day) { return static_cast<double>((day - kDayZero).count()); }
-inline Date date_of(double number) { return kDayZero + cal::days{static_cast<int>(number)}; }
+inline Date date_of(double number) {  // which may be anything where a bill has its dates
+  return kDayZero + cal::days{static_cast<int>(std::clamp(number, -1e7, 1e7))};
+}
 inline bool month_end(const Date& d) { return d == d.year() / d.month() / cal::last; }
 inline int months_of(const Date& d) {
   return 12 * int{d.year()} + static_cast<int>(unsigned{d.month()});
