@@ -1,0 +1,246 @@
+// How far the results of the loaded module are from the truth: random calls of every keyword beside
+// an evaluation of the same formula by 256 bits. Prints tables in Markdown for docs/accuracy.md,
+// and fails when a keyword is further off than it is held to.
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <thread>
+
+#include "../table.h"
+#include "dates.h"
+#include "keywords.h"
+#include "vxkernel.h"
+
+namespace {
+
+constexpr std::size_t kBlock = 500;         // calls that one generator draws
+constexpr double kLowestRate = -0.9999999;  // where searches come to rest that find no rate
+
+struct Sample {
+  double error = -1;  // in units of the last place of the exact result
+  Drawn call;
+  double got = 0, wanted = 0;
+};
+
+// What some calls of one keyword showed. A loss is an error divided by 1 + the sensitivity of the
+// call.
+struct Findings {
+  std::vector<double> errors, other_errors;  // other: of the row's other order
+  Sample worst, lossiest;
+  double loss = -1, other_loss = -1, residual = 0;
+  std::size_t without_result = 0;
+
+  void add(Findings more) {
+    errors.insert(errors.end(), more.errors.begin(), more.errors.end());
+    other_errors.insert(other_errors.end(), more.other_errors.begin(), more.other_errors.end());
+    if (more.worst.error > worst.error) worst = std::move(more.worst);
+    if (more.loss > loss) lossiest = std::move(more.lossiest);
+    loss = std::max(loss, more.loss);
+    other_loss = std::max(other_loss, more.other_loss);
+    residual = std::max(residual, more.residual);
+    without_result += more.without_result;
+  }
+};
+
+// The root near the start, by the secant rule.
+Real root(const Row& row, const Values& values, const Real& start) {
+  Real x = start, next = start * (1 + 0x1p-30);
+  Real f = row.balance(x, values).sum;
+  for (int i = 0; i < 30 && fabs(next - x) > fabs(x) * 0x1p-220; ++i) {
+    const Real g = row.balance(next, values).sum;
+    if (f == g) break;
+    const Real step = g * (next - x) / (g - f);
+    x = next;
+    f = g;
+    next -= step;
+  }
+  return next;
+}
+
+Real exact(const Row& row, const Values& values, double near) {
+  return row.exact ? row.exact(values) : root(row, values, near);
+}
+
+// What a unit of the result is: its last place, and of a zero the first argument's, an amount.
+Real unit_of(const Real& result, const Values& values) {
+  return result == 0 ? last_place(Real(values[0])) : last_place(result);
+}
+
+double distance(double got, const Real& wanted, const Real& unit) {
+  if (wanted == got) return 0;
+  const double error = rounded(fabs(got - wanted) / unit);
+  return std::isnan(error) ? std::numeric_limits<double>::infinity() : error;
+}
+
+// How far the exact result moves when every argument that is not a whole number moves by half a
+// unit of its own last place: what no order of operations can be blamed for.
+double sensitivity(const Row& row, const Values& values, double near) {
+  const Real wanted = exact(row, values, near);
+  Real sum;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (values[i] == std::trunc(values[i])) continue;
+    Values moved = values;
+    moved[i] = std::nextafter(values[i], HUGE_VAL);
+    sum += fabs(exact(row, moved, near) - wanted) / 2;
+  }
+  return rounded(sum / unit_of(wanted, values));
+}
+
+class Search {
+ public:
+  Search(std::uint64_t seed, std::size_t draws, std::size_t threads)
+      : seed_(seed), blocks_((draws + kBlock - 1) / kBlock), threads_(threads) {}
+
+  // The same findings for any number of threads.
+  Findings run(const Row& row) const {
+    const auto number = static_cast<std::uint64_t>(&row - rows().data());
+    std::vector<Findings> parts(blocks_);
+    std::atomic<std::size_t> next{0};
+    const auto work = [&] {
+      for (std::size_t i; (i = next++) < blocks_;) {
+        Draw draw(seed_, number, i);
+        for (std::size_t k = 0; k < kBlock; ++k) measure(row, draw.arguments(row.ranges), parts[i]);
+      }
+      mpfr_free_cache();
+    };
+    {
+      std::vector<std::jthread> workers;
+      for (std::size_t i = 0; i < threads_; ++i) workers.emplace_back(work);
+    }
+    Findings all;
+    for (Findings& part : parts) all.add(std::move(part));
+    return all;
+  }
+
+ private:
+  void measure(const Row& row, Drawn call, Findings& findings) const {
+    if (row.finish) row.finish(call.values);
+    const Values& values = call.values;
+    const std::vector<vxkernel::Argument> arguments(values.begin(), values.end());
+    const auto answer = kernel_.evaluate("FINANCE", row.keyword, arguments);
+    const bool is_bound = row.balance && answer.value == kLowestRate;  // no root there
+    if (!answer.ok() || !std::isfinite(answer.value) || is_bound) {
+      ++findings.without_result;
+      return;
+    }
+    const Real wanted = exact(row, values, answer.value), unit = unit_of(wanted, values);
+    const Sample sample{distance(answer.value, wanted, unit), call, answer.value, rounded(wanted)};
+    findings.errors.push_back(sample.error);
+    if (sample.error > findings.worst.error) findings.worst = sample;
+    if (row.balance) {
+      const auto [sum, largest] = row.balance(answer.value, values);
+      findings.residual = std::max(findings.residual, rounded(fabs(sum) / largest));
+    }
+    double other_error = -1;
+    if (!row.order.empty()) {
+      other_error = distance(row.plain(values), wanted, unit);
+      findings.other_errors.push_back(other_error);
+    }
+    // A loss is at most the error: few calls need their sensitivity.
+    if (sample.error <= findings.loss && other_error <= findings.other_loss) return;
+    const double scale = 1 + sensitivity(row, values, answer.value);
+    findings.other_loss = std::max(findings.other_loss, other_error / scale);
+    if (sample.error / scale <= findings.loss) return;
+    findings.loss = sample.error / scale;
+    findings.lossiest = sample;
+  }
+
+  vxkernel::Kernel kernel_{VXFNC_MODULE};
+  std::uint64_t seed_;
+  std::size_t blocks_, threads_;
+};
+
+std::string figure(double x) {
+  if (x == 0) return "0";
+  return x < 100   ? fmt::format("{:.2f}", x)
+         : x < 1e6 ? fmt::format("{:.0f}", x)
+                   : fmt::format("{:.1e}", x);
+}
+
+double median(std::vector<double> errors) {
+  if (errors.empty()) return 0;
+  const auto middle = errors.begin() + static_cast<std::ptrdiff_t>(errors.size() / 2);
+  std::nth_element(errors.begin(), middle, errors.end());
+  return *middle;
+}
+
+// A call as the command takes it.
+std::string line(const Row& row, const Drawn& call) {
+  std::string text = row.keyword;
+  for (std::size_t i = 0; i < call.values.size(); ++i) {
+    const dates::Date day = dates::date(call.values[i]);
+    text += call.is_day[i] ? fmt::format(" {:04}-{:02}-{:02}", int{day.year()},
+                                         unsigned{day.month()}, unsigned{day.day()})
+                           : fmt::format(" {}", call.values[i]);
+  }
+  return text;
+}
+
+std::string told(const Row& row, const char* what, const Sample& sample) {
+  return fmt::format("  {}: finance {}\n    returns {}, exactly {}\n", what, line(row, sample.call),
+                     sample.got, sample.wanted);
+}
+
+std::string name(const Row& row) {
+  return row.what.empty() ? row.keyword : row.keyword + ", " + row.what;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+  std::uint64_t seed = 19600101;
+  std::size_t draws = 100000;
+  std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
+  std::string only;
+  CLI::App app("Distance of every keyword's results from an evaluation by 256 bits");
+  app.add_option("--seed", seed, "of the random arguments")->capture_default_str();
+  app.add_option("--draws", draws, "calls of each keyword")->capture_default_str();
+  app.add_option("--threads", threads)->capture_default_str();
+  app.add_option("--only", only, "this keyword alone");
+  CLI11_PARSE(app, argc, argv);
+
+  const Search search(seed, draws, threads);
+  Table figures({"keyword", "calls", "median", "worst", "arguments", "loss", "at most", "residual"},
+                1);
+  Table orders({"keyword", "median", "loss", "other median", "other loss", "other order"}, 1);
+  std::string calls;
+  bool is_held = true;
+  for (const Row& row : rows()) {
+    if (!only.empty() && row.keyword != only) continue;
+    const Findings found = search.run(row);
+    if (found.errors.empty()) throw std::runtime_error(row.keyword + ": no call has a result");
+    const Sample& worst = found.worst;
+    figures.add({name(row), std::to_string(found.errors.size()), figure(median(found.errors)),
+                 figure(worst.error), figure(sensitivity(row, worst.call.values, worst.got)),
+                 figure(found.loss), fmt::format("{}", row.limit),
+                 row.balance ? fmt::format("{:.1e}", found.residual) : ""});
+    if (!row.order.empty()) {
+      orders.add({name(row), figure(median(found.errors)), figure(found.loss),
+                  figure(median(found.other_errors)), figure(found.other_loss), row.order});
+    }
+    calls += fmt::format("{}\n  {}\n", name(row), row.ranges);
+    if (found.without_result > 0)
+      calls += fmt::format("  without a result: {}\n", found.without_result);
+    if (worst.error > 0) calls += told(row, "worst", worst);
+    if (found.loss > 0) calls += told(row, "loss", found.lossiest);
+    if (found.loss > row.limit) {
+      std::cerr << fmt::format("{} is held to a loss of {}, and loses {}: finance {}\n",
+                               row.keyword, row.limit, found.loss, line(row, found.lossiest.call));
+      is_held = false;
+    }
+  }
+  std::cout << heading() << fmt::format("\n{} calls of each, seed {}.\n\n", draws, seed)
+            << figures.text() << "\n## Other orders\n\n"
+            << orders.text() << "\n## Ranges and worst calls\n\n```text\n"
+            << calls << "```\n";
+  return is_held ? 0 : 1;
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 2;
+}
