@@ -591,15 +591,6 @@ T coupon_days(const T& settlement, const T& maturity, const T& f, const T& basis
   }
 }
 
-Row coupons(const char* keyword, char what) {
-  constexpr auto kRanges =
-      "settlement=@1950:2050 maturity=settlement+1:10957 frequency=1|2|4|6|12 basis=0|1|2|3|4";
-  return formula<4>(keyword, kRanges, 0,
-                    [what](const auto& s, const auto& m, const auto& f, const auto& b) {
-                      return coupon_days(s, m, f, b, what);
-                    });
-}
-
 // Ranges that several keywords share.
 #define BASIS "basis=0|1|2|3|4"
 #define SCHEDULE "frequency=1|2|4|6|12 " BASIS
@@ -615,6 +606,14 @@ Row coupons(const char* keyword, char what) {
 #define LOAN "pv=1..1e6 fv=-1e5..1e5 type=0|1"
 #define SPAN "rate=1e-5~0.02 nper=1:480 pv=1..1e6 start=1:nper end=start:nper type=0|1"
 
+// Whole numbers but for 365 / frequency.
+Row coupons(const char* keyword, char what) {
+  return formula<4>(keyword, BOND SCHEDULE, what == 'd' ? 0.5 : 0,
+                    [what](const auto& s, const auto& m, const auto& f, const auto& b) {
+                      return coupon_days(s, m, f, b, what);
+                    });
+}
+
 std::vector<Row> all_rows() {
   const char* const expm1_log1p = "`expm1` and `log1p` of the C library throughout";
   const char* const what_is_left =
@@ -626,8 +625,8 @@ std::vector<Row> all_rows() {
   const char* const gain = "the gain over the price paid, instead of a quotient near 1 less 1";
   // clang-format off
   std::vector<Row> rows = {
-      formula<7>("ACCRINT", "issue=@1950:2050 first_interest=issue-0:3650 settlement=issue+1:3650 rate=0.001..0.2 par=1..1e6 " SCHEDULE, 8, ACCRINT),
-      formula<5>("ACCRINTM", "issue=@1950:2050 settlement=issue+1:3650 rate=0.001..0.2 par=1..1e6 " BASIS, 4, ACCRINTM),
+      formula<7>("ACCRINT", "issue=@1950:2050 first_interest=issue-0:3650 settlement=issue+1:3650 rate=0.001..0.2 par=1..1e6 " SCHEDULE, 2, ACCRINT),
+      formula<5>("ACCRINTM", "issue=@1950:2050 settlement=issue+1:3650 rate=0.001..0.2 par=1..1e6 " BASIS, 2, ACCRINTM),
       formula<7>("AMORDEGRC", "cost=100..1e6 bought=@1950:2050 end=bought+1:366 salvage=0..100 period=0:12 rate=0.05..0.33 " BASIS, 0, AMORDEGRC),
       formula<7>("AMORLINC", "cost=100..1e6 bought=@1950:2050 end=bought+0:366 salvage=0..100 period=0:20 rate=0.05..0.5 " BASIS, 8, AMORLINC),
       coupons("COUPDAYBS", 'b'),
@@ -636,51 +635,51 @@ std::vector<Row> all_rows() {
       coupons("COUPNCD", 'n'),
       coupons("COUPNUM", '#'),
       coupons("COUPPCD", 'p'),
-      formula<6>("CUMIPMT", SPAN, 1, CUMIPMT, "the shares of interest, summed from the last payment back"),
-      formula<6>("CUMPRINC", SPAN, 1, CUMPRINC, "powers instead of a balance carried from period to period"),
-      formula<5>("DB", "cost=100..1e6 salvage=1..100 life=1:40 period=1:life month=1:12", 1, DB, what_is_left),
-      formula<5>("DDB", "cost=100..1e6 salvage=0..100 life=2:40 period=1:life factor=0.5..4", 1, DDB, what_is_left),
-      formula<5>("DISC", DISCOUNTED "pr=50..100 redemption=100..110 " BASIS, 4, DISC),
-      formula<2>("DOLLARDE", "price=-1000..1000 fraction=1:1024", 4, [](const auto& p, const auto& d) { return dollar(p, d, true); }),
-      formula<2>("DOLLARFR", "price=-1000..1000 fraction=1:1024", 4, [](const auto& p, const auto& d) { return dollar(p, d, false); }),
-      formula<6>("DURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 1, DURATION, times),
-      formula<2>("EFFECT", "nominal=1e-6~2 periods=1|2|4|12|52|365", 1, EFFECT, expm1_log1p),
-      formula<5>("FV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 pv=-1e5..1e5 type=0|1", 1, FV, expm1_log1p),
-      list("FVSCHEDULE", "principal=1..1e6 rate{1:24}=-0.5..0.5", 32, FVSCHEDULE),
-      formula<5>("INTRATE", DISCOUNTED "investment=50..100 redemption=100..110 " BASIS, 4, INTRATE),
-      formula<6>("IPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1, IPMT, "interest on what the payments to come are worth"),
-      list_search("one change of sign", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4", 1, IRR),
-      list_search("two changes", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 out{1:2}=-1e3..-1", 1, IRR),
-      formula<4>("ISPMT", "rate=1e-5~0.02 per=1:480 nper=1:480 pv=1..1e6", 4, ISPMT),
-      formula<6>("MDURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 1, MDURATION, times),
-      list("MIRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 finance=1e-3..0.3 reinvest=1e-3..0.3", 1, MIRR, "division by 1 + rate at each step, and the C library's `expm1`"),
-      formula<2>("NOMINAL", "effective=1e-6~2 periods=1|2|4|12|52|365", 1, NOMINAL, expm1_log1p),
-      formula<5>("NPER", "rate=1e-5~0.02 pmt=-1e4..-100 pv=1..1e5 fv=-1e5..0 type=0|1", 1, NPER, "`log1p` of what the ratio is above 1, instead of `log` of the ratio"),
-      list("NPV", "rate=1e-4~1 flow{1:24}=-1e4..1e4", 32, NPV),
-      with(formula<9>("ODDFPRICE", ODD_FIRST "yld=-0.02..0.3 redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 1, ODDFPRICE, powers), set_first_coupon),
-      with(search<9>("ODDFYIELD", ODD_FIRST "pr=at(-0.02..0.3) redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 1, ODDFYIELD), set_odd_price),
-      formula<8>("ODDLPRICE", ODD_LAST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 16, ODDLPRICE),
-      formula<8>("ODDLYIELD", ODD_LAST "pr=50..110 redemption=90..110 " SCHEDULE, 16, ODDLYIELD, gain),
-      formula<5>("PMT", "rate=1e-5~0.02 nper=1:480 " LOAN, 1, PMT, expm1_log1p),
-      formula<6>("PPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1, PPMT, "the first principal times a power"),
-      formula<7>("PRICE", BOND "rate=0.001..0.2 yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 1, PRICE, powers),
-      formula<5>("PRICEDISC", DISCOUNTED "discount=0.001..0.2 redemption=90..110 " BASIS, 4, PRICEDISC),
-      formula<6>("PRICEMAT", DISCOUNTED "issue=settlement-0:3650 rate=0.001..0.2 yld=-0.02..0.3 " BASIS, 8, PRICEMAT),
-      formula<5>("PV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 fv=-1e5..1e5 type=0|1", 1, PV, expm1_log1p),
-      with(search<5>("RATE", "nper=1:480 pmt=at(1e-4~0.02) pv=1..1e6 fv=-1e5..1e5 type=0|1", 1, RATE), [](Values& v) { v[1] = PMT(v[1], v[0], v[2], v[3], v[4]); }),
-      formula<5>("RECEIVED", DISCOUNTED "investment=50..100 discount=0.001..0.09 " BASIS, 16, RECEIVED),
-      formula<3>("SLN", "cost=100..1e6 salvage=0..1e5 life=1..40", 2, SLN),
+      formula<6>("CUMIPMT", SPAN, 1e7, CUMIPMT, "the shares of interest, summed from the last payment back"),
+      formula<6>("CUMPRINC", SPAN, 1e6, CUMPRINC, "powers instead of a balance carried from period to period"),
+      formula<5>("DB", "cost=100..1e6 salvage=1..100 life=1:40 period=1:life month=1:12", 1e7, DB, what_is_left),
+      formula<5>("DDB", "cost=100..1e6 salvage=0..100 life=2:40 period=1:life factor=0.5..4", 1e6, DDB, what_is_left),
+      formula<5>("DISC", DISCOUNTED "pr=50..100 redemption=100..110 " BASIS, 2, DISC),
+      formula<2>("DOLLARDE", "price=-1000..1000 fraction=1:1024", 1, [](const auto& p, const auto& d) { return dollar(p, d, true); }),
+      formula<2>("DOLLARFR", "price=-1000..1000 fraction=1:1024", 1, [](const auto& p, const auto& d) { return dollar(p, d, false); }),
+      formula<6>("DURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, DURATION, times),
+      formula<2>("EFFECT", "nominal=1e-6~2 periods=1|2|4|12|52|365", 70, EFFECT, expm1_log1p),
+      formula<5>("FV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 pv=-1e5..1e5 type=0|1", 150, FV, expm1_log1p),
+      list("FVSCHEDULE", "principal=1..1e6 rate{1:24}=-0.5..0.5", 8, FVSCHEDULE),
+      formula<5>("INTRATE", DISCOUNTED "investment=50..100 redemption=100..110 " BASIS, 2, INTRATE),
+      formula<6>("IPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e7, IPMT, "interest on what the payments to come are worth"),
+      list_search("one change of sign", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4", 40, IRR),
+      list_search("two changes", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 out{1:2}=-1e3..-1", 40, IRR),
+      formula<4>("ISPMT", "rate=1e-5~0.02 per=1:480 nper=1:480 pv=1..1e6", 2, ISPMT),
+      formula<6>("MDURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, MDURATION, times),
+      list("MIRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 finance=1e-3..0.3 reinvest=1e-3..0.3", 40, MIRR, "division by 1 + rate at each step, and the C library's `expm1`"),
+      formula<2>("NOMINAL", "effective=1e-6~2 periods=1|2|4|12|52|365", 70, NOMINAL, expm1_log1p),
+      formula<5>("NPER", "rate=1e-5~0.02 pmt=-1e4..-100 pv=1..1e5 fv=-1e5..0 type=0|1", 1e7, NPER, "`log1p` of what the ratio is above 1, instead of `log` of the ratio"),
+      list("NPV", "rate=1e-4~1 flow{1:24}=-1e4..1e4", 30, NPV),
+      with(formula<9>("ODDFPRICE", ODD_FIRST "yld=-0.02..0.3 redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 400, ODDFPRICE, powers), set_first_coupon),
+      with(search<9>("ODDFYIELD", ODD_FIRST "pr=at(-0.02..0.3) redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 1000, ODDFYIELD), set_odd_price),
+      formula<8>("ODDLPRICE", ODD_LAST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 8, ODDLPRICE),
+      formula<8>("ODDLYIELD", ODD_LAST "pr=50..110 redemption=90..110 " SCHEDULE, 8, ODDLYIELD, gain),
+      formula<5>("PMT", "rate=1e-5~0.02 nper=1:480 " LOAN, 150, PMT, expm1_log1p),
+      formula<6>("PPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e6, PPMT, "the first principal times a power"),
+      formula<7>("PRICE", BOND "rate=0.001..0.2 yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 400, PRICE, powers),
+      formula<5>("PRICEDISC", DISCOUNTED "discount=0.001..0.2 redemption=90..110 " BASIS, 8, PRICEDISC),
+      formula<6>("PRICEMAT", DISCOUNTED "issue=settlement-0:3650 rate=0.001..0.2 yld=-0.02..0.3 " BASIS, 20, PRICEMAT),
+      formula<5>("PV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 fv=-1e5..1e5 type=0|1", 100, PV, expm1_log1p),
+      with(search<5>("RATE", "nper=1:480 pmt=at(1e-4~0.02) pv=1..1e6 fv=-1e5..1e5 type=0|1", 2000, RATE), [](Values& v) { v[1] = PMT(v[1], v[0], v[2], v[3], v[4]); }),
+      formula<5>("RECEIVED", DISCOUNTED "investment=50..100 discount=0.001..0.09 " BASIS, 4, RECEIVED),
+      formula<3>("SLN", "cost=100..1e6 salvage=0..1e5 life=1..40", 1, SLN),
       formula<4>("SYD", "cost=100..1e6 salvage=0..1e5 life=1:40 period=1:life", 4, SYD),
-      formula<3>("TBILLEQ", BILL "discount=0.001..0.2", 1, TBILLEQ, "both differences of the quadratic's root rewritten, so that neither cancels"),
-      formula<3>("TBILLPRICE", BILL "discount=0.001..0.2", 4, TBILLPRICE),
-      formula<3>("TBILLYIELD", BILL "pr=80..99.99", 4, TBILLYIELD),
-      formula<7>("VDB", "cost=100..1e6 salvage=0..100 life=2:40 start=0:life end=1:life factor=0.5..4 no_switch=0|1", 1, VDB, what_is_left),
-      list_search("", "XIRR", "out=-1e5..-1e3 in{1:20}=1..1e4 day=@2015:2025 day{*}=day+1:400", 1, XIRR),
-      list("XNPV", "rate=-0.5..1 first=-1e4..1e4 amount{0:23}=-1e4..1e4 day=@2015:2025 day{*}=day+1:400", 1, XNPV),
+      formula<3>("TBILLEQ", BILL "discount=0.001..0.2", 1e6, TBILLEQ, "both differences of the quadratic's root rewritten, so that neither cancels"),
+      formula<3>("TBILLPRICE", BILL "discount=0.001..0.2", 2, TBILLPRICE),
+      formula<3>("TBILLYIELD", BILL "pr=80..99.99", 2, TBILLYIELD),
+      formula<7>("VDB", "cost=100..1e6 salvage=0..100 life=2:40 start=0:life end=1:life factor=0.5..4 no_switch=0|1", 1e5, VDB, what_is_left),
+      list_search("", "XIRR", "out=-1e5..-1e3 in{1:20}=1..1e4 day=@2015:2025 day{*}=day+1:400", 40, XIRR),
+      list("XNPV", "rate=-0.5..1 first=-1e4..1e4 amount{0:23}=-1e4..1e4 day=@2015:2025 day{*}=day+1:400", 20, XNPV),
       formula<3>("YEARFRAC", "start=@1950:2050 end=start+0:36525 " BASIS, 2, YEARFRAC),
-      with(search<7>("YIELD", BOND "rate=0.001..0.2 pr=at(-0.02..0.3) redemption=90..110 " SCHEDULE, 1, YIELD), [](Values& v) { v[3] = std::apply(PRICE, first<double, 7>(v)); }),
-      formula<5>("YIELDDISC", DISCOUNTED "pr=50..100 redemption=100..110 " BASIS, 4, INTRATE),
-      formula<6>("YIELDMAT", DISCOUNTED "issue=settlement-0:3650 rate=0.001..0.2 pr=50..110 " BASIS, 1, YIELDMAT, gain),
+      with(search<7>("YIELD", BOND "rate=0.001..0.2 pr=at(-0.02..0.3) redemption=90..110 " SCHEDULE, 1000, YIELD), [](Values& v) { v[3] = std::apply(PRICE, first<double, 7>(v)); }),
+      formula<5>("YIELDDISC", DISCOUNTED "pr=50..100 redemption=100..110 " BASIS, 2, INTRATE),
+      formula<6>("YIELDMAT", DISCOUNTED "issue=settlement-0:3650 rate=0.001..0.2 pr=50..110 " BASIS, 30, YIELDMAT, gain),
   };
   // clang-format on
   return rows;

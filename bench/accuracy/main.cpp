@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <fstream>
 #include <iostream>
 #include <limits>
 #include <thread>
 
 #include "../table.h"
 #include "dates.h"
+#include "elementary.h"
 #include "keywords.h"
 #include "vxkernel.h"
 
@@ -95,17 +97,19 @@ double sensitivity(const Row& row, const Values& values, double near) {
 class Search {
  public:
   Search(std::uint64_t seed, std::size_t draws, std::size_t threads)
-      : seed_(seed), blocks_((draws + kBlock - 1) / kBlock), threads_(threads) {}
+      : seed_(seed), draws_(draws), threads_(threads) {}
 
   // The same findings for any number of threads.
   Findings run(const Row& row) const {
     const auto number = static_cast<std::uint64_t>(&row - rows().data());
-    std::vector<Findings> parts(blocks_);
+    const std::size_t draws = row.balance ? draws_ / 5 : draws_;
+    std::vector<Findings> parts(draws / kBlock + 1);
     std::atomic<std::size_t> next{0};
     const auto work = [&] {
-      for (std::size_t i; (i = next++) < blocks_;) {
+      for (std::size_t i; (i = next++) < parts.size();) {
         Draw draw(seed_, number, i);
-        for (std::size_t k = 0; k < kBlock; ++k) measure(row, draw.arguments(row.ranges), parts[i]);
+        const std::size_t most = std::min(kBlock, draws - i * kBlock);
+        for (std::size_t k = 0; k < most; ++k) measure(row, draw.arguments(row.ranges), parts[i]);
       }
       mpfr_free_cache();
     };
@@ -153,7 +157,7 @@ class Search {
 
   vxkernel::Kernel kernel_{VXFNC_MODULE};
   std::uint64_t seed_;
-  std::size_t blocks_, threads_;
+  std::size_t draws_, threads_;
 };
 
 std::string figure(double x) {
@@ -197,12 +201,14 @@ int main(int argc, char** argv) try {
   std::uint64_t seed = 19600101;
   std::size_t draws = 100000;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
-  std::string only;
+  std::string only, calls_file;
   CLI::App app("Distance of every keyword's results from an evaluation by 256 bits");
   app.add_option("--seed", seed, "of the random arguments")->capture_default_str();
-  app.add_option("--draws", draws, "calls of each keyword")->capture_default_str();
+  app.add_option("--draws", draws, "calls of each formula; a search takes a fifth of them")
+      ->capture_default_str();
   app.add_option("--threads", threads)->capture_default_str();
   app.add_option("--only", only, "this keyword alone");
+  app.add_option("--calls", calls_file, "the file for ranges and worst calls");
   CLI11_PARSE(app, argc, argv);
 
   const Search search(seed, draws, threads);
@@ -228,17 +234,22 @@ int main(int argc, char** argv) try {
     if (found.without_result > 0)
       calls += fmt::format("  without a result: {}\n", found.without_result);
     if (worst.error > 0) calls += told(row, "worst", worst);
-    if (found.loss > 0) calls += told(row, "loss", found.lossiest);
+    if (found.lossiest.call.values != worst.call.values) calls += told(row, "loss", found.lossiest);
     if (found.loss > row.limit) {
       std::cerr << fmt::format("{} is held to a loss of {}, and loses {}: finance {}\n",
                                row.keyword, row.limit, found.loss, line(row, found.lossiest.call));
       is_held = false;
     }
   }
-  std::cout << heading() << fmt::format("\n{} calls of each, seed {}.\n\n", draws, seed)
-            << figures.text() << "\n## Other orders\n\n"
-            << orders.text() << "\n## Ranges and worst calls\n\n```text\n"
-            << calls << "```\n";
+  const std::string title = heading() + fmt::format("\n{} draws, seed {}", draws, seed);
+  std::cout << title << ".\n\n" << figures.text();
+  if (only.empty()) {
+    std::string elementary;
+    is_held = report_elementary(seed, 10 * draws, threads, elementary) && is_held;
+    std::cout << "\n### Another order\n\n" << orders.text();
+    std::cout << "\n### Elementary functions\n\n" << elementary;
+  }
+  if (!calls_file.empty()) std::ofstream(calls_file) << title << ".\n\n" << calls;
   return is_held ? 0 : 1;
 } catch (const std::exception& error) {
   std::cerr << error.what() << '\n';
