@@ -226,10 +226,9 @@ const auto IRR = [](const Real& rate, const auto& v) {
 template <class T>
 Balance<T> dated(const T& rate, const T* amounts, std::size_t n) {
   Balance<T> balance{0, 0};
-  const T log_of_year = log1p(rate);
+  const T per_day = exp(-log1p(rate) / 365);
   for (std::size_t i = 0; i < n; ++i) {
-    const T years = (amounts[n + i] - amounts[n]) / 365;
-    const T term = amounts[i] * exp(-years * log_of_year);
+    const T term = amounts[i] * power(per_day, whole(T(amounts[n + i] - amounts[n])));
     balance.sum = balance.sum + term;
     balance.largest = most(balance.largest, T(fabs(term)));
   }
@@ -390,10 +389,10 @@ const auto DURATION = [](const auto& s, const auto& m, const auto& coupon, const
                          const auto& f, const auto& basis) {
   using T = std::decay_t<decltype(s)>;
   const auto at = position(s, m, f, basis, false);
-  const T lost = yield / f / (1 + yield / f), amount = 100 * coupon / f;  // lost: in a period
+  const T base = 1 + yield / f, amount = 100 * coupon / f;
   T weight = 1, weights = 0, times = 0;
   for (int k = 0; k < at.n; ++k) {
-    if (k > 0) weight = weight - weight * lost;
+    if (k > 0) weight = weight / base;
     weights += weight;
     times += weight * (at.left + k);
   }
@@ -620,8 +619,6 @@ std::vector<Row> all_rows() {
       "what is left, reduced each period, instead of cost less the total";
   const char* const powers =
       "powers by `exp` and `log1p` instead of a rounded factor multiplied up";
-  const char* const times =
-      "weights less y / (1 + y) each period instead of times a rounded 1 / (1 + y)";
   const char* const gain = "the gain over the price paid, instead of a quotient near 1 less 1";
   // clang-format off
   std::vector<Row> rows = {
@@ -642,7 +639,7 @@ std::vector<Row> all_rows() {
       formula<5>("DISC", DISCOUNTED "pr=50..100 redemption=100..110 " BASIS, 2, DISC),
       formula<2>("DOLLARDE", "price=-1000..1000 fraction=1:1024", 1, [](const auto& p, const auto& d) { return dollar(p, d, true); }),
       formula<2>("DOLLARFR", "price=-1000..1000 fraction=1:1024", 1, [](const auto& p, const auto& d) { return dollar(p, d, false); }),
-      formula<6>("DURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, DURATION, times),
+      formula<6>("DURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, DURATION),
       formula<2>("EFFECT", "nominal=1e-6~2 periods=1|2|4|12|52|365", 70, EFFECT, expm1_log1p),
       formula<5>("FV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 pv=-1e5..1e5 type=0|1", 150, FV, expm1_log1p),
       list("FVSCHEDULE", "principal=1..1e6 rate{1:24}=-0.5..0.5", 8, FVSCHEDULE),
@@ -651,13 +648,13 @@ std::vector<Row> all_rows() {
       list_search("one change of sign", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4", 40, IRR),
       list_search("two changes", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 out{1:2}=-1e3..-1", 40, IRR),
       formula<4>("ISPMT", "rate=1e-5~0.02 per=1:480 nper=1:480 pv=1..1e6", 2, ISPMT),
-      formula<6>("MDURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, MDURATION, times),
+      formula<6>("MDURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, MDURATION),
       list("MIRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 finance=1e-3..0.3 reinvest=1e-3..0.3", 40, MIRR, "division by 1 + rate at each step, and the C library's `expm1`"),
       formula<2>("NOMINAL", "effective=1e-6~2 periods=1|2|4|12|52|365", 70, NOMINAL, expm1_log1p),
       formula<5>("NPER", "rate=1e-5~0.02 pmt=-1e4..-100 pv=1..1e5 fv=-1e5..0 type=0|1", 1e7, NPER, "`log1p` of what the ratio is above 1, instead of `log` of the ratio"),
       list("NPV", "rate=1e-4~1 flow{1:24}=-1e4..1e4", 30, NPV),
-      with(formula<9>("ODDFPRICE", ODD_FIRST "yld=-0.02..0.3 redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 400, ODDFPRICE, powers), set_first_coupon),
-      with(search<9>("ODDFYIELD", ODD_FIRST "pr=at(-0.02..0.3) redemption=90..110 frequency=1|2|4|6|12 basis=1|2|3|4", 1000, ODDFYIELD), set_odd_price),
+      with(formula<9>("ODDFPRICE", ODD_FIRST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 400, ODDFPRICE, powers), set_first_coupon),
+      with(search<9>("ODDFYIELD", ODD_FIRST "pr=at(-0.02..0.3) redemption=90..110 " SCHEDULE, 1000, ODDFYIELD), set_odd_price),
       formula<8>("ODDLPRICE", ODD_LAST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 8, ODDLPRICE),
       formula<8>("ODDLYIELD", ODD_LAST "pr=50..110 redemption=90..110 " SCHEDULE, 8, ODDLYIELD, gain),
       formula<5>("PMT", "rate=1e-5~0.02 nper=1:480 " LOAN, 150, PMT, expm1_log1p),

@@ -245,7 +245,7 @@ int main(int argc, char** argv) try {
   std::cout << title << ".\n\n" << figures.text();
   if (only.empty()) {
     std::string elementary;
-    is_held = report_elementary(seed, 10 * draws, threads, elementary) && is_held;
+    is_held = report_elementary(seed, 4 * draws, threads, elementary) && is_held;
     std::cout << "\n### Another order\n\n" << orders.text();
     std::cout << "\n### Elementary functions\n\n" << elementary;
   }

@@ -5,25 +5,23 @@
 #include <mpfr.h>
 
 #include <cmath>
-#include <utility>
+#include <cstdint>
 
 class Real {
  public:
-  Real(double x = 0) { mpfr_init2(m_, kBits), mpfr_set_d(m_, x, MPFR_RNDN); }  // NOLINT: implicit
-  Real(const Real& x) { mpfr_init2(m_, kBits), mpfr_set(m_, x.m_, MPFR_RNDN); }
-  Real(Real&& x) noexcept : Real(0) { mpfr_swap(m_, x.m_); }
-  ~Real() { mpfr_clear(m_); }
+  Real(double x = 0) : Real(kUnset) { mpfr_set_d(m_, x, MPFR_RNDN); }  // NOLINT: implicit
+  Real(const Real& x) : Real(kUnset) { mpfr_set(m_, x.m_, MPFR_RNDN); }
   Real& operator=(const Real& x) { return mpfr_set(m_, x.m_, MPFR_RNDN), *this; }  // NOLINT: self
-  Real& operator=(Real&& x) noexcept { return mpfr_swap(m_, x.m_), *this; }
+  ~Real() = default;
 
   Real& operator+=(const Real& x) { return mpfr_add(m_, m_, x.m_, MPFR_RNDN), *this; }
   Real& operator-=(const Real& x) { return mpfr_sub(m_, m_, x.m_, MPFR_RNDN), *this; }
   Real& operator*=(const Real& x) { return mpfr_mul(m_, m_, x.m_, MPFR_RNDN), *this; }
   Real& operator/=(const Real& x) { return mpfr_div(m_, m_, x.m_, MPFR_RNDN), *this; }
-  friend Real operator+(Real a, const Real& b) { return std::move(a += b); }
-  friend Real operator-(Real a, const Real& b) { return std::move(a -= b); }
-  friend Real operator*(Real a, const Real& b) { return std::move(a *= b); }
-  friend Real operator/(Real a, const Real& b) { return std::move(a /= b); }
+  friend Real operator+(Real a, const Real& b) { return a += b; }
+  friend Real operator-(Real a, const Real& b) { return a -= b; }
+  friend Real operator*(Real a, const Real& b) { return a *= b; }
+  friend Real operator/(Real a, const Real& b) { return a /= b; }
   friend Real operator-(Real a) { return mpfr_neg(a.m_, a.m_, MPFR_RNDN), a; }
   friend bool operator<(const Real& a, const Real& b) { return mpfr_less_p(a.m_, b.m_) != 0; }
   friend bool operator>(const Real& a, const Real& b) { return b < a; }
@@ -38,6 +36,8 @@ class Real {
   friend Real log1p(Real x) { return mpfr_log1p(x.m_, x.m_, MPFR_RNDN), x; }
   friend Real pow(Real x, const Real& y) { return mpfr_pow(x.m_, x.m_, y.m_, MPFR_RNDN), x; }
 
+  friend Real power(Real x, long n) { return mpfr_pow_si(x.m_, x.m_, n, MPFR_RNDN), x; }
+
   friend double rounded(const Real& x) { return mpfr_get_d(x.m_, MPFR_RNDN); }
   // Of the double next to x: the distance between two doubles of its magnitude. 0 for 0.
   friend Real last_place(const Real& x) {
@@ -49,7 +49,15 @@ class Real {
 
  private:
   static constexpr mpfr_prec_t kBits = 256;
+  enum Unset : std::uint8_t { kUnset };
+  explicit Real(Unset) {
+    mpfr_custom_init(limbs_, kBits);
+    mpfr_custom_init_set(m_, MPFR_ZERO_KIND, 0, kBits, limbs_);
+  }
+
+  mp_limb_t limbs_[kBits / GMP_NUMB_BITS];  // in place: allocating them costs as much as adding
   mpfr_t m_;
 };
 
 inline double rounded(double x) { return x; }
+inline double power(double x, long n) { return std::pow(x, static_cast<double>(n)); }

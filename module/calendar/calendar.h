@@ -76,7 +76,14 @@ constexpr void set_date(CalendarDate& date, std::int64_t day_number) noexcept {
 }
 
 // Years begin in March here, so that leap days come last. A division that leaves a remainder is one
-// multiplication by the reciprocal, whose lower half holds the remainder.
+// multiplication by the reciprocal, whose lower half holds the remainder. The constants are those
+// of Neri and Schneider (Euclidean affine functions and their application to calendar algorithms,
+// 2022). tools/check_constants.py checks them for every day of a century and of a year:
+// - 2^32 / 1461, rounded up, times 4 d + 3 for the days d of a century, 0 to 36524: the year, and
+// what
+//   remains of the product is the day of the year.
+// - (2141 d + 197913) / 2^16 for the days d of a year, 0 to 365: the month, as (5 d + 461) / 153.
+//   2141 is next to 2^16 * 5 / 153, so that what remains, divided by 2141, is the day less 1.
 constexpr void set_short_date(CalendarDate& date, std::uint32_t day_number) noexcept {
   const std::uint32_t quarters = 4 * (day_number + 68569);
   const std::uint32_t century = quarters / 146097;

@@ -1,5 +1,9 @@
 // Bounded time. A loop over periods may stop as soon as nothing can change any more; one that is
 // still changing after this many periods is not carried out, so that no call can run for seconds.
+//
+// Nothing here rounds but the addition that `is_settled` tries, once and to nearest as in the loop.
+// The constants are choices: 2^24 periods bound the time of a call, and counts of steps are exact
+// up to 2^53.
 #pragma once
 
 #include <algorithm>

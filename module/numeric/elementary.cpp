@@ -16,7 +16,7 @@ double zexpm1(double x) noexcept {
 double zln1px(double x) noexcept {
   constexpr double kRationalLimit = 0.03125;
   if (!(std::fabs(x) <= kRationalLimit)) return std::log(1.0 + x);
-  // A rational approximation of 2 artanh(s / 2).
+  // Minimax over 0 <= x <= 1/32: see the header.
   const double s = x / (1.0 + x / 2.0);
   const double t = s * s;
   const double numerator = 0.08333333333333427 - 0.0023812878804825234 * t;
@@ -35,7 +35,7 @@ double zpower(double x, double y, std::int32_t* status) noexcept {
   constexpr double kWholeLimit = 9007199254740992.0;         // 2^53
   constexpr double kHugeExponent = 1.3407807929943e+154;     // root of the largest double
   constexpr double kSafetyMargin = 1.0000000000000007;       // 1 + 3 * 2^-52
-  constexpr double kExpUnderflow = -708.3964185;             // the result would be subnormal
+  constexpr double kExpUnderflow = -708.3964185;             // -1022 ln 2: next come subnormals
   constexpr double kMultiplicationLimit = 72.0873067782343;  // 104 ln 2
   const auto failed = [status](PowerStatus why) {
     *status = why;

@@ -8,10 +8,11 @@
 namespace vxfnc {
 namespace {
 
-constexpr double kLongestStep = 354.891356446692;      // half of where e^g overflows
+// tools/check_constants.py derives all but the lowest point, which is a choice.
+constexpr double kLongestStep = 354.891356446692;      // 512 ln 2, half of where e^g overflows
 constexpr double kLowestPoint = -0.9999999;            // just above a rate of -100 %
-constexpr double kNextToZero = 1.053671212772351e-08;  // its square is nothing beside 1
-constexpr double kNothing = 1.110223024625157e-15;     // ten units of rounding
+constexpr double kNextToZero = 1.053671212772351e-08;  // 2^-26.5: its square is nothing beside 1
+constexpr double kNothing = 1.110223024625157e-15;     // 10 * 2^-53, ten units of rounding
 
 NewtonEnd search(NewtonControl& control) noexcept {
   control.x = control.start;

@@ -2,6 +2,12 @@
 //
 // It works on ln(1 + x), so that no step carries x to or below -1, and ends after at most
 // maxIterations + 1 evaluations.
+//
+// Error: the last step is at most the tolerance, and Newton's method squares what is left. At
+// 1e-12 the rest is far below rounding, and the error of the root is that of the objective's value
+// over its slope. docs/accuracy.md lists the errors and the residuals of RATE, XIRR and YIELD
+// beside a solve by 256 bits, with the worst inputs. Two exceptions: a root within 1.05e-8 of 0 may
+// be returned as 0, and one below -0.9999999 as -0.9999999.
 #pragma once
 
 #include <cstdint>
