@@ -243,10 +243,10 @@ int main(int argc, char** argv) try {
   }
   const std::string title = heading() + fmt::format("\n{} draws, seed {}", draws, seed);
   std::cout << title << ".\n\n" << figures.text();
+  std::cout << "\n### Another order\n\n" << orders.text();
   if (only.empty()) {
     std::string elementary;
     is_held = report_elementary(seed, 4 * draws, threads, elementary) && is_held;
-    std::cout << "\n### Another order\n\n" << orders.text();
     std::cout << "\n### Elementary functions\n\n" << elementary;
   }
   if (!calls_file.empty()) std::ofstream(calls_file) << title << ".\n\n" << calls;
