@@ -11,7 +11,7 @@
 namespace {
 
 using dates::Date;
-using std::exp, std::expm1, std::fabs, std::log, std::log1p, std::pow, std::sqrt, std::trunc;
+using std::exp, std::expm1, std::fabs, std::log, std::log1p, std::sqrt, std::trunc;
 
 // ---- Rows. Arguments reach a formula in their order.
 
