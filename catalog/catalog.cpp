@@ -114,6 +114,19 @@ const Keyword* find(std::string_view word) noexcept {
   return keyword == std::end(kKeywords) ? nullptr : keyword;
 }
 
+std::optional<int> basis_of(std::string_view text) noexcept {
+  constexpr std::size_t kLongestText = 255;
+  if (text.size() > kLongestText) return std::nullopt;
+  std::array<char, kLongestText> letters{};
+  std::size_t count = 0;
+  for (const char c : text) {
+    if (c != ' ') letters[count++] = upper(c);
+  }
+  const auto* const found = std::ranges::find(kBasisNames, std::string_view(letters.data(), count));
+  if (found == kBasisNames.end()) return std::nullopt;
+  return static_cast<int>(found - kBasisNames.begin());
+}
+
 namespace {
 
 std::string digits(double value) {

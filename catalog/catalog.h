@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -194,6 +195,13 @@ inline constexpr std::size_t kNoBound = SIZE_MAX;
 constexpr bool is_frequency(double value) noexcept {
   return value == 1 || value == 2 || value == 4 || value == 6 || value == 12;
 }
+
+// The names of the day-count bases, each in the place of its code.
+inline constexpr std::array<std::string_view, 5> kBasisNames = {"30/360", "ACTUAL", "ACT/360",
+                                                                "ACT/365", "EU30/360"};
+
+// The code of a basis by its text, as the module reads it: in any case, blanks anywhere.
+std::optional<int> basis_of(std::string_view text) noexcept;
 
 // What a day-count basis may be, in words.
 inline constexpr std::string_view kBasisRange =

@@ -1,4 +1,4 @@
-#include "services.h"
+#include "kernel/services.h"
 
 #include <clocale>
 #include <cstdio>
@@ -86,14 +86,12 @@ vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxf
 constexpr std::int64_t kNotSupported = -2143305724;  // 0x803FC004
 
 struct SinkJournal : vxfnc::Journal {
-  explicit SinkJournal(const JournalSink& journal_sink) : Journal{}, sink(journal_sink) {}
-  const JournalSink& sink;
+  explicit SinkJournal(const vxk_open_options& open_options) : Journal{}, options(open_options) {}
+  const vxk_open_options& options;
 
   std::int64_t write(std::string_view line) const noexcept {
-    try {
-      if (sink) sink(line);
-    } catch (...) {  // the module's side knows no exceptions
-      return kNotSupported;
+    if (options.journal != nullptr) {
+      options.journal(options.journal_context, line.data(), line.size());
     }
     return 0;
   }
@@ -133,7 +131,7 @@ std::int32_t destroy_journal(vxfnc::Journal* journal) {
 vxfnc::Journal* create_journal(vxfnc::KernelServices* services, const std::uint64_t*, std::uint64_t,
                                const vxfnc::WideChar*) {
   auto* const journal =
-      new (std::nothrow) SinkJournal(static_cast<InstanceServices*>(services)->sink);
+      new (std::nothrow) SinkJournal(static_cast<InstanceServices*>(services)->options);
   if (journal == nullptr) return nullptr;
   journal->destroy = destroy_journal;
   journal->close = close_journal;
@@ -251,8 +249,8 @@ void begin_call() noexcept { was_refused = false; }
 
 bool was_storage_refused() noexcept { return was_refused; }
 
-InstanceServices::InstanceServices(const JournalSink& journal_sink) noexcept
-    : KernelServices(*kernel_handle()), sink(journal_sink) {
+InstanceServices::InstanceServices(const vxk_open_options& open_options) noexcept
+    : KernelServices(*kernel_handle()), options(open_options) {
   KernelServices::create_journal = vxkernel::create_journal;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "frame/kernel_records.h"
-#include "vxkernel.h"
+#include "kernel/vxkernel.h"
 
 namespace vxkernel {
 
@@ -19,11 +19,11 @@ vxfnc::CallEnvironment* call_environment() noexcept;
 void begin_call() noexcept;
 bool was_storage_refused() noexcept;
 
-// What an instance is created with: pools, and journals that write to the sink. The sink must
-// outlive the journals.
+// What an instance is created with: pools, and journals that write as the options say. The options
+// must outlive the journals.
 struct InstanceServices : vxfnc::KernelServices {
-  explicit InstanceServices(const JournalSink& journal_sink) noexcept;
-  const JournalSink& sink;
+  explicit InstanceServices(const vxk_open_options& open_options) noexcept;
+  const vxk_open_options& options;
 };
 
 }  // namespace vxkernel

@@ -1,0 +1,625 @@
+// Evaluation over columns and over lists: the same work for each row or group, by many threads.
+#include <array>
+#include <atomic>
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <numeric>
+#include <span>
+#include <system_error>
+#include <thread>
+
+#include "kernel/internal.h"
+
+namespace vxkernel {
+namespace {
+
+constexpr std::int64_t kRowsAtOnce = 256;      // that are read into doubles before they are evaluated
+constexpr std::int64_t kRowsPerChunk = 4096;   // that a thread takes at a time; a multiple of 64, as
+constexpr std::int64_t kGroupsPerChunk = 64;   // threads must not share a byte of a bitmap
+constexpr double kDayZeroOfDate32 = 3653;      // 1 January 1970
+constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
+
+bool is_missing(double value) noexcept { return value != value; }
+
+// ---- Reading columns ---------------------------------------------------------------------------
+
+template <class T>
+void convert(const std::byte* from, std::int64_t stride, std::int64_t count, double plus,
+             double* to) noexcept {
+  const auto at = [from](std::int64_t distance) {
+    T value;
+    std::memcpy(&value, from + distance, sizeof value);
+    return static_cast<double>(value);
+  };
+  if (stride == sizeof(T)) {  // the compiler makes vectors of this one
+    constexpr auto kSize = static_cast<std::int64_t>(sizeof(T));
+    for (std::int64_t i = 0; i < count; ++i) to[i] = at(i * kSize) + plus;
+  } else {
+    for (std::int64_t i = 0; i < count; ++i) to[i] = at(i * stride) + plus;
+  }
+}
+
+bool has_bit(const std::uint8_t* bits, std::int64_t i) noexcept {
+  return bits == nullptr || (bits[i / 8] >> (i % 8) & 1) != 0;
+}
+
+// Reads rows as doubles, the missing ones as NaN: into the buffer, or where they are.
+const double* read(const vxk_column& column, std::int64_t row, std::int64_t count,
+                   double* buffer) noexcept {
+  const std::int64_t first = column.stride == 0 ? 0 : column.offset + row;
+  const auto* const from = static_cast<const std::byte*>(column.values) + first * column.stride;
+  const bool is_aligned = reinterpret_cast<std::uintptr_t>(from) % alignof(double) == 0;
+  if (column.type == VXK_FLOAT64 && column.stride == sizeof(double) && column.validity == nullptr &&
+      is_aligned) {
+    return reinterpret_cast<const double*>(from);
+  }
+  switch (column.type) {
+    case VXK_FLOAT64:
+      convert<double>(from, column.stride, count, 0.0, buffer);
+      break;
+    case VXK_FLOAT32:
+      convert<float>(from, column.stride, count, 0.0, buffer);
+      break;
+    case VXK_INT64:
+      convert<std::int64_t>(from, column.stride, count, 0.0, buffer);
+      break;
+    case VXK_INT32:
+      convert<std::int32_t>(from, column.stride, count, 0.0, buffer);
+      break;
+    default:
+      convert<std::int32_t>(from, column.stride, count, kDayZeroOfDate32, buffer);
+      break;
+  }
+  if (column.validity != nullptr) {
+    const std::int64_t step = column.stride == 0 ? 0 : 1;
+    const std::int64_t first_bit = column.offset + step * row;
+    for (std::int64_t i = 0; i < count; ++i) {
+      if (!has_bit(column.validity, first_bit + step * i)) buffer[i] = vxfnc::MISSING;
+    }
+  }
+  return buffer;
+}
+
+// The columns of a caller, whose structures may be shorter or longer than ours.
+std::vector<vxk_column> columns_of(const vxk_column* columns, std::size_t count) {
+  std::vector<vxk_column> own;
+  const auto* at = reinterpret_cast<const std::byte*>(columns);
+  for (std::size_t i = 0; i < count; ++i) {
+    own.push_back(sized(reinterpret_cast<const vxk_column*>(at)));
+    at += columns->size;
+  }
+  return own;
+}
+
+bool is_readable(const vxk_column& column) noexcept {
+  return column.values != nullptr && column.type >= VXK_FLOAT64 && column.type <= VXK_DATE32 &&
+         column.offset >= 0;
+}
+
+// ---- Results -----------------------------------------------------------------------------------
+
+struct Failure {
+  std::int64_t row = std::numeric_limits<std::int64_t>::max();
+  int status = VXK_OK;
+  std::int32_t argument = 0;
+};
+
+struct Tally {
+  std::int64_t failed = 0;
+  std::int64_t missing = 0;
+  Failure first;
+
+  void fail(const Failure& failure) noexcept {
+    ++failed;
+    if (failure.row < first.row) first = failure;
+  }
+  void add(const Tally& other) noexcept {
+    failed += other.failed;
+    missing += other.missing;
+    if (other.first.row < first.row) first = other.first;
+  }
+};
+
+// Collects the bits of 64 rows before it writes them. Rows come one after the other.
+class Bitmap {
+ public:
+  Bitmap(std::uint8_t* bytes, std::int64_t row) noexcept : at_(bytes), bit_(0) {
+    if (at_ != nullptr) at_ += row / 8;
+  }
+  void add(bool is_set) noexcept {
+    bits_ |= std::uint64_t{is_set} << bit_;
+    if (++bit_ == 64) write();
+  }
+  void write() noexcept {
+    static_assert(std::endian::native == std::endian::little);
+    const auto bytes = static_cast<std::size_t>((bit_ + 7) / 8);
+    if (at_ != nullptr) at_ = static_cast<std::uint8_t*>(std::memcpy(at_, &bits_, bytes)) + bytes;
+    bits_ = 0;
+    bit_ = 0;
+  }
+
+ private:
+  std::uint8_t* at_;
+  std::uint64_t bits_ = 0;
+  int bit_;
+};
+
+// Where the results of a chunk go, and what is counted of them.
+class Output {
+ public:
+  Output(const vxk_results& results, std::int64_t row, Tally& tally) noexcept
+      : values_(results.values),
+        has_bits_(results.validity != nullptr || results.failures != nullptr),
+        validity_(results.validity, row),
+        failures_(results.failures, row),
+        tally_(tally) {}
+
+  void store(std::int64_t row, double value) noexcept {
+    values_[row] = value;
+    if (has_bits_) add_bits(true, false);
+  }
+  void miss(std::int64_t row) noexcept {
+    values_[row] = vxfnc::MISSING;
+    ++tally_.missing;
+    if (has_bits_) add_bits(false, false);
+  }
+  void fail(const Failure& failure) noexcept {
+    values_[failure.row] = vxfnc::MISSING;
+    tally_.fail(failure);
+    if (has_bits_) add_bits(false, true);
+  }
+  // Runs the call, and keeps what comes of it. False when it fails.
+  bool run(vxk_call& call, std::int64_t row, auto&& column_of) noexcept {
+    double value = 0.0;
+    std::int32_t argument = 0;
+    const int status = call.run(&value, &argument);
+    if (status == VXK_OK && std::isfinite(value)) [[likely]] {
+      store(row, value);
+      return true;
+    }
+    fail(status == VXK_OK ? Failure{row, VXK_NOT_FINITE, 0}
+                          : Failure{row, status, column_of(argument)});
+    return false;
+  }
+  void finish() noexcept {
+    validity_.write();
+    failures_.write();
+  }
+
+ private:
+  void add_bits(bool is_valid, bool is_failure) noexcept {
+    validity_.add(is_valid);
+    failures_.add(is_failure);
+  }
+
+  double* values_;
+  bool has_bits_;
+  Bitmap validity_;
+  Bitmap failures_;
+  Tally& tally_;
+};
+
+// ---- Many threads ------------------------------------------------------------------------------
+
+bool is_cancelled(const vxk_options& options) noexcept {
+  return options.cancel != nullptr && *options.cancel != 0;
+}
+
+// Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false once
+// it is cancelled. Returns the status of the whole.
+template <class Worker>
+int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
+        const vxk_options& options, Tally& total) {
+  std::atomic<std::int64_t> next{0};
+  std::atomic<std::int64_t> end{rows};  // no chunk begins from here on
+  std::atomic<bool> cancelled{false};
+  std::vector<Tally> tallies(workers.size());
+  const auto work = [&](std::size_t i) {
+    for (;;) {
+      const std::int64_t first = next.fetch_add(chunk, std::memory_order_relaxed);
+      if (first >= end.load(std::memory_order_relaxed)) return;
+      if (!workers[i].evaluate(first, std::min(first + chunk, rows), tallies[i])) {
+        cancelled = true;
+        end = 0;
+      } else if (options.stop_at_failure != 0 && tallies[i].failed > 0) {
+        // Chunks before the failure may be under way still; those behind it need not begin.
+        std::int64_t known = end;
+        while (tallies[i].first.row < known &&
+               !end.compare_exchange_weak(known, tallies[i].first.row)) {
+        }
+        return;
+      }
+    }
+  };
+  {
+    std::vector<std::jthread> threads;
+    try {
+      for (std::size_t i = 1; i < workers.size(); ++i) threads.emplace_back(work, i);
+    } catch (const std::system_error&) {  // go on with what there is
+    }
+    work(0);
+  }
+  for (const Tally& tally : tallies) total.add(tally);
+  if (cancelled) return VXK_CANCELLED;
+  return options.stop_at_failure != 0 && total.failed > 0 ? VXK_FAILED : VXK_OK;
+}
+
+std::size_t thread_count(const vxk_options& options, std::int64_t rows, std::int64_t chunk) {
+  const std::int64_t useful = std::max<std::int64_t>((rows + chunk - 1) / chunk, 1);
+  return static_cast<std::size_t>(std::clamp<std::int64_t>(options.threads, 1, useful));
+}
+
+// ---- Columns -----------------------------------------------------------------------------------
+
+class ColumnWorker {
+ public:
+  // Takes its own copy of the call unless it is the first worker, which has the caller's.
+  ColumnWorker(vxk_call& call, const std::vector<vxk_column>& columns, const vxk_results& results,
+               const vxk_options& options, bool is_first)
+      : own_(is_first ? nullptr : std::make_unique<vxk_call>(call)),
+        call_(is_first ? &call : own_.get()),
+        results_(&results),
+        options_(&options) {
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (columns[i].values == nullptr) continue;
+      if (columns[i].stride == 0) {
+        double value = 0.0;
+        call_->set_number(i, *read(columns[i], 0, 1, &value));
+        is_always_missing_ |= is_missing(call_->numbers[i]);
+      } else {
+        call_->set_number(i, 0.0);
+        inputs_.push_back({&columns[i], i});
+      }
+    }
+    buffers_.resize(inputs_.size() * kRowsAtOnce);
+  }
+
+  bool evaluate(std::int64_t first, std::int64_t last, Tally& tally) noexcept {
+    Output output(*results_, first, tally);
+    bool is_done = true;
+    while (first < last && is_done) {
+      const std::int64_t end = std::min(first + kRowsAtOnce, last);
+      is_done = evaluate_block(first, end, output);
+      if (options_->stop_at_failure != 0 && tally.failed > 0) break;
+      first = end;
+    }
+    output.finish();
+    return is_done;
+  }
+
+ private:
+  struct Input {
+    const vxk_column* column;
+    std::size_t index;              // of its argument
+    const double* values = nullptr;  // of the block
+  };
+
+  // False when it is cancelled.
+  bool evaluate_block(std::int64_t first, std::int64_t last, Output& output) noexcept {
+    const std::int64_t count = last - first;
+    std::array<bool, kRowsAtOnce> missing{};
+    bool some_missing = is_always_missing_;
+    if (is_always_missing_) missing.fill(true);
+    for (std::size_t k = 0; k < inputs_.size(); ++k) {
+      Input& input = inputs_[k];
+      input.values = read(*input.column, first, count, &buffers_[k * kRowsAtOnce]);
+      bool any = false;
+      for (std::int64_t i = 0; i < count; ++i) any |= is_missing(input.values[i]);
+      if (!any) continue;
+      some_missing = true;
+      for (std::int64_t i = 0; i < count; ++i) {
+        missing[static_cast<std::size_t>(i)] |= is_missing(input.values[i]);
+      }
+    }
+    double* const numbers = call_->numbers.data();
+    for (std::int64_t i = 0; i < count; ++i) {
+      if (is_cancelled(*options_)) return false;
+      if (some_missing && missing[static_cast<std::size_t>(i)]) {
+        output.miss(first + i);
+        continue;
+      }
+      for (const Input& input : inputs_) numbers[input.index] = input.values[i];
+      const bool is_good = output.run(*call_, first + i, [](std::int32_t at) { return at; });
+      if (!is_good && options_->stop_at_failure != 0) break;
+    }
+    return true;
+  }
+
+  std::unique_ptr<vxk_call> own_;
+  vxk_call* call_;
+  const vxk_results* results_;
+  const vxk_options* options_;
+  std::vector<Input> inputs_;  // the columns that differ from row to row
+  std::vector<double> buffers_;
+  bool is_always_missing_ = false;
+};
+
+// ---- Lists -------------------------------------------------------------------------------------
+
+class ListWorker {
+ public:
+  ListWorker(const vxk_call& call, const std::vector<vxk_column>& columns,
+             const std::int64_t* offsets, const vxk_results& results, const vxk_options& options)
+      : call_(std::make_unique<vxk_call>(call)),
+        columns_(&columns),
+        offsets_(offsets),
+        results_(&results),
+        options_(&options),
+        values_(columns.size()) {
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      if (columns[k].is_list != 0) lists_.push_back(k);
+    }
+  }
+
+  bool evaluate(std::int64_t first, std::int64_t last, Tally& tally) noexcept {
+    Output output(*results_, first, tally);
+    bool is_done = true;
+    for (std::int64_t group = first; group < last; ++group) {
+      is_done = !is_cancelled(*options_);
+      if (!is_done) break;
+      try {
+        evaluate_group(group, output);
+      } catch (const std::bad_alloc&) {
+        output.fail({group, VXK_OUT_OF_MEMORY, 0});
+      }
+      if (options_->stop_at_failure != 0 && tally.failed > 0) break;
+    }
+    output.finish();
+    return is_done;
+  }
+
+ private:
+  void evaluate_group(std::int64_t group, Output& output) {
+    const std::vector<vxk_column>& columns = *columns_;
+    const std::int64_t first = offsets_[group];
+    const auto flows = static_cast<std::size_t>(offsets_[group + 1] - first);
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      const bool is_list = columns[k].is_list != 0;
+      values_[k].resize(is_list ? flows : 1);
+      const auto count = static_cast<std::int64_t>(values_[k].size());
+      const double* const from =
+          read(columns[k], is_list ? first : group, count, values_[k].data());
+      if (from != values_[k].data()) std::copy_n(from, count, values_[k].data());
+      if (!is_list && is_missing(values_[k][0])) return output.miss(group);
+    }
+    std::int32_t incomplete = 0;
+    const std::size_t present = drop_missing(flows, incomplete);
+    if (incomplete > 0) return output.fail({group, VXK_FAILED, incomplete});
+    const auto least = static_cast<std::size_t>(std::max(options_->min_flows, 1));
+    if (present < (lists_.empty() ? 0 : least)) return output.miss(group);
+    const std::size_t count = options_->date_list > 0 ? sort_and_add(present) : present;
+
+    const std::size_t arguments = lists_.size() * count + columns.size() - lists_.size();
+    if (arguments > static_cast<std::size_t>(kMaxSlots)) {
+      return output.fail({group, VXK_OUT_OF_MEMORY, 0});
+    }
+    if (arguments > call_->size()) call_->resize(std::max(arguments, 2 * call_->size()));
+    call_->record()->count = static_cast<std::int32_t>(arguments + 1);
+    double* to = call_->numbers.data();
+    for (std::size_t k = 0; k < columns.size(); ++k) {
+      to = std::copy_n(values_[k].data(), columns[k].is_list != 0 ? count : 1, to);
+    }
+    output.run(*call_, group, [&](std::int32_t argument) -> std::int32_t {
+      auto at = static_cast<std::size_t>(argument);
+      for (std::size_t k = 0; k < columns.size() && at > 0; ++k) {
+        const std::size_t width = columns[k].is_list != 0 ? count : 1;
+        if (at <= width) return static_cast<std::int32_t>(k + 1);
+        at -= width;
+      }
+      return 0;
+    });
+  }
+
+  // Leaves out flows without a value in the first list. Returns how many remain. A flow that lacks
+  // another value makes that column the incomplete one, from 1.
+  std::size_t drop_missing(std::size_t flows, std::int32_t& incomplete) noexcept {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < flows; ++i) {
+      if (is_missing(values_[lists_[0]][i])) continue;
+      for (const std::size_t k : lists_) {
+        values_[k][kept] = values_[k][i];
+        if (is_missing(values_[k][i]) && incomplete == 0) {
+          incomplete = static_cast<std::int32_t>(k + 1);
+        }
+      }
+      ++kept;
+    }
+    return kept;
+  }
+
+  // Sorts the flows by date, and adds up those of one date in their order. Returns how many remain.
+  std::size_t sort_and_add(std::size_t count) {
+    const auto by = static_cast<std::size_t>(options_->date_list) - 1;
+    std::vector<double>& dates = values_[by];
+    const auto is_out_of_order = [&dates](std::size_t i) { return !(dates[i - 1] < dates[i]); };
+    std::size_t first = 1;
+    while (first < count && !is_out_of_order(first)) ++first;
+    if (first >= count) return count;
+
+    sort_by(dates, count);
+    std::size_t last = 0;
+    sorted_.resize(count);
+    for (const std::size_t k : lists_) {
+      std::vector<double>& values = values_[k];
+      if (k == by) continue;
+      last = 0;
+      sorted_[0] = values[order_[0]];
+      for (std::size_t i = 1; i < count; ++i) {
+        const double value = values[order_[i]];
+        if (dates[order_[i]] == dates[order_[i - 1]]) {
+          sorted_[last] += value;
+        } else {
+          sorted_[++last] = value;
+        }
+      }
+      std::copy_n(sorted_.data(), last + 1, values.data());
+    }
+    last = 0;
+    sorted_[0] = dates[order_[0]];
+    for (std::size_t i = 1; i < count; ++i) {
+      if (dates[order_[i]] != sorted_[last]) sorted_[++last] = dates[order_[i]];
+    }
+    std::copy_n(sorted_.data(), last + 1, dates.data());
+    return last + 1;
+  }
+
+  // Fills order_ with the flows by date, those of one date in their order. Whole days that are close
+  // together, as the dates of many flows are, are counted instead of compared.
+  void sort_by(const std::vector<double>& dates, std::size_t count) {
+    order_.resize(count);
+    const auto [low, high] = std::minmax_element(dates.begin(), dates.begin() + static_cast<std::ptrdiff_t>(count));
+    const double earliest = *low;
+    const double span = *high - earliest;
+    const auto all = std::span(dates).first(count);
+    if (span > 4.0 * static_cast<double>(count) + 1024.0 ||
+        !std::ranges::all_of(all, [](double date) { return date == std::trunc(date); })) {
+      std::iota(order_.begin(), order_.end(), std::size_t{0});
+      std::ranges::stable_sort(order_, {}, [&dates](std::size_t i) { return dates[i]; });
+      return;
+    }
+    starts_.assign(static_cast<std::size_t>(span) + 2, 0);
+    const auto day = [&](std::size_t i) { return static_cast<std::size_t>(dates[i] - earliest); };
+    for (std::size_t i = 0; i < count; ++i) ++starts_[day(i) + 1];
+    std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+    for (std::size_t i = 0; i < count; ++i) order_[starts_[day(i)]++] = i;
+  }
+
+  std::unique_ptr<vxk_call> call_;
+  const std::vector<vxk_column>* columns_;
+  const std::int64_t* offsets_;
+  const vxk_results* results_;
+  const vxk_options* options_;
+  std::vector<std::size_t> lists_;           // the columns that are lists
+  std::vector<std::vector<double>> values_;  // of the group, by column
+  std::vector<double> sorted_;
+  std::vector<std::size_t> order_;
+  std::vector<std::size_t> starts_;
+};
+
+// ---- Reports -----------------------------------------------------------------------------------
+
+// What a column holds in a row, as a message shows it.
+std::string shown(const vxk_column& column, std::int64_t row) {
+  double value = 0.0;
+  value = *read(column, row, 1, &value);
+  if (is_missing(value)) return "missing";
+  char text[64];
+  if (column.type == VXK_DATE32) {
+    using namespace std::chrono;
+    const year_month_day date{sys_days{days{static_cast<int>(value - kDayZeroOfDate32)}}};
+    std::snprintf(text, sizeof text, "invalid: %04d-%02u-%02u", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
+  } else {
+    std::snprintf(text, sizeof text, "invalid: %.15g", value);
+  }
+  return text;
+}
+
+// Fills the report. The value of an argument is shown where a row has just one.
+void report(vxk_report* to, const Tally& tally, int status, const char* keyword,
+            const std::vector<vxk_column>& columns) {
+  if (to == nullptr) return;
+  vxk_report filled{};
+  filled.failed = tally.failed;
+  filled.missing = tally.missing;
+  filled.first.size = sizeof filled.first;
+  const auto [row, why, argument] = tally.first;
+  const auto set = [&](const char* format, auto... values) {
+    set_error(&filled.first, why, row, argument, format, keyword, values...);
+  };
+  if (status == VXK_OUT_OF_MEMORY || status == VXK_BAD_PARAMETER) {
+    const char* const text = status == VXK_OUT_OF_MEMORY ? "out of memory" : "a column, count or offset is invalid";
+    set_error(&filled.first, status, 0, 0, "%s: %s", keyword, text);
+  } else if (tally.failed > 0 && argument > 0) {
+    const vxk_column& column = columns[static_cast<std::size_t>(argument) - 1];
+    const std::string value = column.values == nullptr || column.is_list != 0 ? "invalid or missing" : shown(column, row);
+    set("%s: argument %d is %s", argument, value.c_str());
+  } else if (tally.failed > 0) {
+    set(why == VXK_NOT_FINITE      ? "%s: the result is infinite or no number"
+        : why == VXK_OUT_OF_MEMORY ? "%s: out of memory"
+                                   : "%s: the calculation has no result");
+  }
+  copy_sized(to, filled);
+}
+
+// Runs the workers that make() gives, one for each thread, and reports.
+template <class Worker>
+int evaluate(std::int64_t rows, std::int64_t chunk, const vxk_options* given, vxk_report* to,
+             const char* keyword, const vxk_column* columns, std::size_t count, auto&& is_valid,
+             auto&& make) noexcept {
+  const vxk_options options = sized(given);
+  Tally tally;
+  int status = VXK_BAD_PARAMETER;
+  std::vector<vxk_column> own;
+  try {
+    own = columns_of(columns, count);
+    if (rows >= 0 && is_valid(own, options)) {
+      std::vector<Worker> workers;
+      const std::size_t threads = thread_count(options, rows, chunk);
+      workers.reserve(threads);
+      for (std::size_t i = 0; i < threads; ++i) workers.push_back(make(own, options, i == 0));
+      status = run(workers, rows, chunk, options, tally);
+    }
+    report(to, tally, status, keyword, own);
+  } catch (const std::bad_alloc&) {
+    status = VXK_OUT_OF_MEMORY;
+    vxk_report filled{};
+    filled.first = {sizeof filled.first, status, 0, 0, 0, "out of memory"};
+    copy_sized(to, filled);
+  }
+  return status;
+}
+
+}  // namespace
+}  // namespace vxkernel
+
+using namespace vxkernel;
+
+int vxk_evaluate_columns(vxk_call* call, const vxk_column* columns, int64_t rows,
+                         const vxk_results* results, const vxk_options* options,
+                         vxk_report* to) {
+  const vxk_results where = sized(results);
+  const auto is_valid = [&](const std::vector<vxk_column>& own, const vxk_options&) {
+    return where.values != nullptr && std::ranges::all_of(own, [](const vxk_column& column) {
+             return column.values == nullptr || is_readable(column);
+           });
+  };
+  return evaluate<ColumnWorker>(
+      rows, kRowsPerChunk, options, to, call->keyword.utf8().c_str(), columns, call->size(),
+      is_valid, [&](const auto& own, const vxk_options& chosen, bool is_first) {
+        return ColumnWorker(*call, own, where, chosen, is_first);
+      });
+}
+
+int vxk_evaluate_lists(const vxk_kernel* kernel, const char* function, const char* keyword,
+                       const vxk_column* columns, int32_t column_count, const int64_t* offsets,
+                       int64_t groups, const vxk_results* results, const vxk_options* options,
+                       vxk_report* to) {
+  vxk_report failed{};
+  failed.first.size = sizeof failed.first;
+  vxk_call* call = nullptr;
+  const int status = vxk_prepare(kernel, function, keyword, 0, &call, &failed.first);
+  if (status != VXK_OK) {
+    copy_sized(to, failed);
+    return status;
+  }
+  const std::unique_ptr<vxk_call> owner(call);
+  const vxk_results where = sized(results);
+  const auto count = static_cast<std::size_t>(std::max(column_count, 0));
+  const auto is_valid = [&](const std::vector<vxk_column>& own, const vxk_options& chosen) {
+    const auto by = static_cast<std::size_t>(std::max(chosen.date_list, 0));
+    return where.values != nullptr && std::ranges::all_of(own, is_readable) && by <= own.size() &&
+           std::ranges::any_of(own, [](const vxk_column& column) { return column.is_list != 0; }) &&
+           (by == 0 || own[by - 1].is_list != 0) && offsets[0] >= 0 &&
+           std::is_sorted(offsets, offsets + groups + 1);
+  };
+  return evaluate<ListWorker>(groups, kGroupsPerChunk, options, to, keyword, columns, count,
+                              is_valid,
+                              [&](const auto& own, const vxk_options& chosen, bool) {
+                                return ListWorker(*call, own, offsets, where, chosen);
+                              });
+}
