@@ -1,12 +1,12 @@
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 #include <charconv>
 #include <utility>
 
-#include "depreciation.h"
-#include "flows.h"
-#include "loans.h"
-#include "securities.h"
+#include "catalog/depreciation_rows.h"
+#include "catalog/flows_rows.h"
+#include "catalog/loans_rows.h"
+#include "catalog/securities_rows.h"
 
 namespace catalog {
 namespace {

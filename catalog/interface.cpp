@@ -72,23 +72,22 @@ int vxk_keyword(int32_t index, vxk_keyword_info* info) {
   const catalog::Keyword& keyword = catalog::keywords()[static_cast<std::size_t>(index)];
   const catalog::Description& words = keyword.description;
   const std::size_t most = keyword.most();
-  return fill(info,
-              {.size = 0,
-               .result_kind = static_cast<int32_t>(keyword.result),
-               .arguments = static_cast<int32_t>(keyword.arguments().size()),
-               .min_arguments = static_cast<int32_t>(keyword.least()),
-               .max_arguments = most == catalog::kNoBound ? -1 : static_cast<int32_t>(most),
-               .reserved = 0,
-               .name = text(keyword.word),
-               .task = text(catalog::task_titles()[static_cast<std::size_t>(keyword.task)]),
-               .title = text(words.title),
-               .summary = text(words.summary),
-               .result = text(words.result),
-               .formula = text(words.formula),
-               .example = text(words.example),
-               .example_result = text(words.value),
-               .fails = text(words.fails),
-               .related = text(words.related)});
+  return fill(info, {.size = 0,
+                     .result_kind = static_cast<int32_t>(keyword.result),
+                     .arguments = static_cast<int32_t>(keyword.arguments().size()),
+                     .min_arguments = static_cast<int32_t>(keyword.least()),
+                     .max_arguments = most == catalog::kNoBound ? -1 : static_cast<int32_t>(most),
+                     .reserved = 0,
+                     .name = text(keyword.word),
+                     .task = text(catalog::task_titles()[static_cast<std::size_t>(keyword.task)]),
+                     .title = text(words.title),
+                     .summary = text(words.summary),
+                     .result = text(words.result),
+                     .formula = text(words.formula),
+                     .example = text(words.example),
+                     .example_result = text(words.value),
+                     .fails = text(words.fails),
+                     .related = text(words.related)});
 }
 
 int vxk_argument(int32_t index, int32_t argument, vxk_argument_info* info) {

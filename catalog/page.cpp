@@ -1,4 +1,4 @@
-#include "page.h"
+#include "catalog/page.h"
 
 namespace catalog {
 namespace {

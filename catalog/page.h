@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 namespace catalog {
 

@@ -9,7 +9,7 @@ namespace vxkernel {
 namespace {
 
 constexpr std::size_t kSlotsInFrame = 17;  // the keyword and 16 arguments
-constexpr std::int32_t kMaxArguments = 1000000;
+constexpr std::int32_t kMaxArguments = 1 << 28;
 
 // Bytes of the sequence that a lead byte opens; 0 for a byte that opens none.
 std::size_t sequence_length(char32_t lead) noexcept {
@@ -18,14 +18,14 @@ std::size_t sequence_length(char32_t lead) noexcept {
   return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-// The first word of a text's descriptor is the missing value: a module that expects a number in this
-// slot reads it as missing, and refuses it there.
+// The first word of a text's descriptor is the missing value: a module that expects a number in
+// this slot reads it as missing, and refuses it there.
 vxfnc::StringValue string_value(std::size_t length, const void* characters) noexcept {
   return {vxfnc::kMissingBits, static_cast<std::int32_t>(length), characters};
 }
 
-// The record of one call that is not prepared: up to 17 slots are in the caller's frame, more on the
-// heap.
+// The record of one call that is not prepared: up to 17 slots are in the caller's frame, more on
+// the heap.
 class FrameRecord {
  public:
   FrameRecord(std::string_view keyword, const vxk_value* arguments, std::size_t count,

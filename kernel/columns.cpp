@@ -17,10 +17,10 @@
 namespace vxkernel {
 namespace {
 
-constexpr std::int64_t kRowsAtOnce = 256;      // that are read into doubles before they are evaluated
-constexpr std::int64_t kRowsPerChunk = 4096;   // that a thread takes at a time; a multiple of 64, as
-constexpr std::int64_t kGroupsPerChunk = 64;   // threads must not share a byte of a bitmap
-constexpr double kDayZeroOfDate32 = 3653;      // 1 January 1970
+constexpr std::int64_t kRowsAtOnce = 256;  // that are read into doubles before they are evaluated
+constexpr std::int64_t kRowsPerChunk = 4096;  // that a thread takes at a time; a multiple of 64, as
+constexpr std::int64_t kGroupsPerChunk = 64;  // threads must not share a byte of a bitmap
+constexpr double kDayZeroOfDate32 = 3653;     // 1 January 1970
 constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
 
 bool is_missing(double value) noexcept { return value != value; }
@@ -209,8 +209,8 @@ bool is_cancelled(const vxk_options& options) noexcept {
   return options.cancel != nullptr && *options.cancel != 0;
 }
 
-// Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false once
-// it is cancelled. Returns the status of the whole.
+// Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false
+// once it is cancelled. Returns the status of the whole.
 template <class Worker>
 int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
         const vxk_options& options, Tally& total) {
@@ -294,7 +294,7 @@ class ColumnWorker {
  private:
   struct Input {
     const vxk_column* column;
-    std::size_t index;              // of its argument
+    std::size_t index;               // of its argument
     const double* values = nullptr;  // of the block
   };
 
@@ -467,11 +467,12 @@ class ListWorker {
     return last + 1;
   }
 
-  // Fills order_ with the flows by date, those of one date in their order. Whole days that are close
-  // together, as the dates of many flows are, are counted instead of compared.
+  // Fills order_ with the flows by date, those of one date in their order. Whole days that are
+  // close together, as the dates of many flows are, are counted instead of compared.
   void sort_by(const std::vector<double>& dates, std::size_t count) {
     order_.resize(count);
-    const auto [low, high] = std::minmax_element(dates.begin(), dates.begin() + static_cast<std::ptrdiff_t>(count));
+    const auto [low, high] =
+        std::minmax_element(dates.begin(), dates.begin() + static_cast<std::ptrdiff_t>(count));
     const double earliest = *low;
     const double span = *high - earliest;
     const auto all = std::span(dates).first(count);
@@ -532,11 +533,13 @@ void report(vxk_report* to, const Tally& tally, int status, const char* keyword,
     set_error(&filled.first, why, row, argument, format, keyword, values...);
   };
   if (status == VXK_OUT_OF_MEMORY || status == VXK_BAD_PARAMETER) {
-    const char* const text = status == VXK_OUT_OF_MEMORY ? "out of memory" : "a column, count or offset is invalid";
+    const char* const text =
+        status == VXK_OUT_OF_MEMORY ? "out of memory" : "a column, count or offset is invalid";
     set_error(&filled.first, status, 0, 0, "%s: %s", keyword, text);
   } else if (tally.failed > 0 && argument > 0) {
     const vxk_column& column = columns[static_cast<std::size_t>(argument) - 1];
-    const std::string value = column.values == nullptr || column.is_list != 0 ? "invalid or missing" : shown(column, row);
+    const std::string value =
+        column.values == nullptr || column.is_list != 0 ? "invalid or missing" : shown(column, row);
     set("%s: argument %d is %s", argument, value.c_str());
   } else if (tally.failed > 0) {
     set(why == VXK_NOT_FINITE      ? "%s: the result is infinite or no number"
@@ -580,19 +583,18 @@ int evaluate(std::int64_t rows, std::int64_t chunk, const vxk_options* given, vx
 using namespace vxkernel;
 
 int vxk_evaluate_columns(vxk_call* call, const vxk_column* columns, int64_t rows,
-                         const vxk_results* results, const vxk_options* options,
-                         vxk_report* to) {
+                         const vxk_results* results, const vxk_options* options, vxk_report* to) {
   const vxk_results where = sized(results);
   const auto is_valid = [&](const std::vector<vxk_column>& own, const vxk_options&) {
     return where.values != nullptr && std::ranges::all_of(own, [](const vxk_column& column) {
              return column.values == nullptr || is_readable(column);
            });
   };
-  return evaluate<ColumnWorker>(
-      rows, kRowsPerChunk, options, to, call->keyword.utf8().c_str(), columns, call->size(),
-      is_valid, [&](const auto& own, const vxk_options& chosen, bool is_first) {
-        return ColumnWorker(*call, own, where, chosen, is_first);
-      });
+  return evaluate<ColumnWorker>(rows, kRowsPerChunk, options, to, call->keyword.utf8().c_str(),
+                                columns, call->size(), is_valid,
+                                [&](const auto& own, const vxk_options& chosen, bool is_first) {
+                                  return ColumnWorker(*call, own, where, chosen, is_first);
+                                });
 }
 
 int vxk_evaluate_lists(const vxk_kernel* kernel, const char* function, const char* keyword,
@@ -618,8 +620,7 @@ int vxk_evaluate_lists(const vxk_kernel* kernel, const char* function, const cha
            std::is_sorted(offsets, offsets + groups + 1);
   };
   return evaluate<ListWorker>(groups, kGroupsPerChunk, options, to, keyword, columns, count,
-                              is_valid,
-                              [&](const auto& own, const vxk_options& chosen, bool) {
+                              is_valid, [&](const auto& own, const vxk_options& chosen, bool) {
                                 return ListWorker(*call, own, offsets, where, chosen);
                               });
 }

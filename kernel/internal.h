@@ -37,8 +37,8 @@ class Text {
   vxfnc::StringValue value_{};
 };
 
-// Decodes UTF-8 into `to`, which has room for one character per byte. Each byte that does not belong
-// to a well-formed sequence becomes U+FFFD. Returns the end.
+// Decodes UTF-8 into `to`, which has room for one character per byte. Each byte that does not
+// belong to a well-formed sequence becomes U+FFFD. Returns the end.
 char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept;
 
 // Calls a dispatcher on a filled record, whose marks it takes away again. Returns a vxk_status.
@@ -46,8 +46,8 @@ char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept;
 int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
              int32_t* argument) noexcept;
 
-// Fills an error, as far as its size says. A null pointer is allowed. The message is formatted as by
-// printf.
+// Fills an error, as far as its size says. A null pointer is allowed. The message is formatted as
+// by printf.
 [[gnu::format(printf, 5, 6)]] void set_error(vxk_error* error, int status, int64_t row,
                                              int32_t argument, const char* format, ...) noexcept;
 
@@ -57,7 +57,8 @@ void copy_sized(Record* to, Record from) noexcept {
   if (to == nullptr) return;
   from.size = to->size;
   const auto* const bytes = reinterpret_cast<const std::byte*>(&from);
-  std::copy_n(bytes, std::min<std::size_t>(to->size, sizeof from), reinterpret_cast<std::byte*>(to));
+  std::copy_n(bytes, std::min<std::size_t>(to->size, sizeof from),
+              reinterpret_cast<std::byte*>(to));
 }
 
 // The structure of a caller, its missing members zero. A null pointer gives zeros.

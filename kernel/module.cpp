@@ -26,8 +26,8 @@ struct LoadError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The module by the place of what this is linked into. Where that is a symbolic link without a module
-// beside it, by the place that the link leads to.
+// The module by the place of what this is linked into. Where that is a symbolic link without a
+// module beside it, by the place that the link leads to.
 std::string path_of_module() {
   namespace fs = std::filesystem;
   Dl_info self{};
@@ -162,7 +162,8 @@ void set_error(vxk_error* error, int status, int64_t row, int32_t argument, cons
 
 const vxkernel::Function* vxk_kernel::find(const char* name) const noexcept {
   if (name == nullptr) return &functions.front();
-  const auto found = std::ranges::find(functions, std::string_view(name), &vxkernel::Function::name);
+  const auto found =
+      std::ranges::find(functions, std::string_view(name), &vxkernel::Function::name);
   return found == functions.end() ? nullptr : &*found;
 }
 

@@ -129,7 +129,7 @@ VXK_API int vxk_evaluate_values(const vxk_kernel *kernel, const char *function, 
                                 size_t keyword_length, const vxk_value *arguments, int32_t count,
                                 double *result, int32_t *argument);
 
-/* Binds a keyword of a function with a number of arguments, 0 to 1,000,000. NULL as function is the
+/* Binds a keyword of a function with a number of arguments, 0 to 2^28. NULL as function is the
  * module's first one. A function whose name ends in # takes its texts as bytes, any other as wide
  * characters; for texts in ASCII the results are the same. The case of the keyword does not matter.
  * All arguments are missing numbers at first. A number of arguments that the keyword does not take

@@ -5,7 +5,8 @@
 //   sln[1] = 10000, sln[2] = 1000, sln[3] = 5;
 //   double depreciation = sln.run().value;  // 1800
 //
-// Only opening and preparing throw. What the functions do, their ranges and units are in vxkernel.h.
+// Only opening and preparing throw. What the functions do, their ranges and units are in
+// vxkernel.h.
 #ifndef VXKERNEL_HPP
 #define VXKERNEL_HPP
 
@@ -67,7 +68,8 @@ struct Result {
 // A vxk_error as an exception.
 class Error : public std::runtime_error {
  public:
-  explicit Error(const vxk_error& error) : std::runtime_error(error.message), status(error.status) {}
+  explicit Error(const vxk_error& error)
+      : std::runtime_error(error.message), status(error.status) {}
   int status;
 };
 
@@ -159,8 +161,8 @@ class Kernel {
                              const char* function = nullptr) const {
     vxk_call* call = nullptr;
     vxk_error error = no_error();
-    const auto count = static_cast<std::int32_t>(
-        arguments > 0x7FFFFFFF ? std::size_t{0x7FFFFFFF} : arguments);
+    const auto count =
+        static_cast<std::int32_t>(arguments > 0x7FFFFFFF ? std::size_t{0x7FFFFFFF} : arguments);
     if (vxk_prepare(kernel_.get(), function, keyword.c_str(), count, &call, &error) != VXK_OK) {
       throw Error(error);
     }
@@ -174,8 +176,8 @@ class Kernel {
     const std::size_t most = 0x7FFFFFFF;
     result.status = vxk_evaluate_values(
         kernel_.get(), function, keyword.data(), keyword.size(), arguments.data(),
-        static_cast<std::int32_t>(arguments.size() > most ? most : arguments.size()),
-        &result.value, &result.argument);
+        static_cast<std::int32_t>(arguments.size() > most ? most : arguments.size()), &result.value,
+        &result.argument);
     return result;
   }
 

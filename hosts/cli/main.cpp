@@ -12,11 +12,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "call.h"
-#include "definitions.h"
-#include "filter.h"
-#include "page.h"
-#include "table.h"
+#include "catalog/page.h"
+#include "hosts/cli/engines/clickhouse_config.h"
+#include "hosts/cli/engines/filter.h"
+#include "hosts/cli/single_call.h"
+#include "hosts/cli/table/table.h"
 
 namespace {
 
@@ -77,11 +77,11 @@ struct Options {
 
 // One result a call on standard output, so that results and calls stay side by side: a full stop,
 // or the error as JSON, where it failed.
-void print(const cli::Outcome& outcome, const std::vector<std::string>& words,
+void print(const cli::SingleResult& result, const std::vector<std::string>& words,
            const std::string& place, const Options& options) {
-  if (!outcome.ok) std::cerr << "finance: " << place << outcome.text << '\n';
-  const std::string text = outcome.ok ? outcome.text : std::string(cli::kMissingWord);
-  std::cout << (options.as_json ? json_of(outcome, words) : text) << '\n';
+  if (!result.ok) std::cerr << "finance: " << place << result.text << '\n';
+  const std::string text = result.ok ? result.text : std::string(cli::kMissingWord);
+  std::cout << (options.as_json ? json_of(result, words) : text) << '\n';
 }
 
 // Empty lines and comments are no calls.
@@ -91,17 +91,17 @@ cli::ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
     if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
-    cli::Outcome outcome{};
+    cli::SingleResult result{};
     std::vector<std::string> words;
     try {
       words = cli::words_of(line);
       if (words.empty()) continue;
-      outcome = cli::evaluate(kernel, words, options.decimals);
+      result = cli::evaluate(kernel, words, options.decimals);
     } catch (const std::invalid_argument& error) {
-      outcome.text = error.what();
+      result.text = error.what();
     }
-    print(outcome, words, options.calls + ':' + std::to_string(number) + ": ", options);
-    if (!outcome.ok) exit_code = cli::kSomeFailed;
+    print(result, words, options.calls + ':' + std::to_string(number) + ": ", options);
+    if (!result.ok) exit_code = cli::kSomeFailed;
   }
   if (lines.bad()) throw std::runtime_error("cannot read " + options.calls);
   return exit_code;
@@ -117,18 +117,18 @@ cli::ExitCode evaluate_calls(const vxkernel::Kernel& kernel, const Options& opti
 // A single call that fails prints nothing but its error, unless the result is asked for as JSON.
 cli::ExitCode evaluate_call(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
                             const Options& options) {
-  const cli::Outcome outcome = cli::evaluate(kernel, words, options.decimals);
-  if (outcome.ok || options.as_json) {
-    print(outcome, words, "", options);
+  const cli::SingleResult result = cli::evaluate(kernel, words, options.decimals);
+  if (result.ok || options.as_json) {
+    print(result, words, "", options);
   } else {
-    std::cerr << "finance: " << outcome.text << '\n';
+    std::cerr << "finance: " << result.text << '\n';
   }
-  return outcome.ok ? cli::kAllWell : cli::kCalculationFailed;
+  return result.ok ? cli::kAllWell : cli::kCalculationFailed;
 }
 
 std::string described(const std::string& word) {
   const catalog::Keyword* const keyword = catalog::find(word);
-  if (keyword == nullptr) throw std::runtime_error(cli::no_such_keyword(word));
+  if (keyword == nullptr) throw std::runtime_error(cli::unknown_keyword(word));
   return page_of(*keyword);
 }
 
@@ -279,7 +279,7 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
   }
   if (options.lists) return std::cout << catalog::list_by_task(), cli::kAllWell;
   if (is_given("--describe")) return std::cout << described(options.described), cli::kAllWell;
-  if (is_given("--definitions")) return std::cout << cli::clickhouse_definitions(), cli::kAllWell;
+  if (is_given("--definitions")) return std::cout << cli::clickhouse_config(), cli::kAllWell;
 
   const vxkernel::Kernel kernel(options.module);
   if (is_given("--calls")) return evaluate_calls(kernel, options);

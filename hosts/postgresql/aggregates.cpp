@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "flows.h"
-#include "own_kernel.h"
-#include "plain_values.h"
+#include "hosts/call/module_loader.h"
+#include "hosts/postgresql/pg_values.h"
+#include "hosts/sql/flow_aggregates.h"
 
 extern "C" {
 #include <catalog/pg_type.h>
@@ -17,6 +17,16 @@ using namespace finance_pg;
 namespace {
 
 using host::FlowAggregate;
+
+// Makes it the failure of a flow or a group of flows.
+void fail(Failure& failure, const host::FlowError& error) noexcept {
+  int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
+  if (error.status == host::Status::kWrongType) sql_state = ERRCODE_DATATYPE_MISMATCH;
+  if (error.status == host::Status::kInvalidArgument)
+    sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+  finance_pg::fail(failure, sql_state, error.message,
+                   "Each row is a flow: an amount, and a date or period; a rate is the group's.");
+}
 
 // The flows of a group so far, in the server's storage. Serialized as it stands, without the unused
 // room: workers run on one machine.
@@ -65,18 +75,20 @@ Datum add_flow(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
     values[i] =
         value_of(plain, is_date ? catalog::ArgumentKind::kDate : catalog::ArgumentKind::kNumber);
   }
-  Outcome outcome;
+  Failure failure;
   host::Flow flow{};
   bool has_flow = false;
-  const bool is_well = guarded(outcome, [&] {
-    const auto made = host::flow_of(aggregate, {values, static_cast<std::size_t>(count)});
+  const bool is_good = guarded(failure, [&] {
+    host::FlowError error;
+    const auto made = host::flow_of(aggregate, {values, static_cast<std::size_t>(count)}, error);
     has_flow = made.has_value();
     flow = made.value_or(flow);
+    if (!error.ok()) fail(failure, error);
   });
-  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
+  if (is_error(failure, aggregate.null_on_error)) report(failure);
   Group* const group = with_room(group_of(fcinfo, 0), storage, 1);
   if (has_flow) group->flows[group->count++] = flow;
-  group->is_bad |= !is_well;
+  group->is_bad |= !is_good;
   PG_RETURN_POINTER(group);
 }
 
@@ -84,15 +96,19 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
   const Group* const group = group_of(fcinfo, 0);
   if (group == nullptr || group->is_bad) PG_RETURN_NULL();
   CHECK_FOR_INTERRUPTS();
-  Outcome outcome;
-  const bool is_well = guarded(outcome, [&] {
-    outcome.value =
-        host::value_of_flows(aggregate, host::own_kernel(), {group->flows, group->count}).number;
+  Failure failure;
+  double value = 0.0;
+  guarded(failure, [&] {
+    host::FlowError error;
+    value =
+        host::value_of_flows(aggregate, host::loaded_module(), {group->flows, group->count}, error)
+            .number;
+    if (!error.ok()) fail(failure, error);
   });
   CHECK_FOR_INTERRUPTS();  // large groups take a while
-  if (!is_well && is_reported(outcome, aggregate.fails)) report(outcome);
-  if (!is_well || std::isnan(outcome.value)) PG_RETURN_NULL();
-  PG_RETURN_FLOAT8(outcome.value);
+  if (is_error(failure, aggregate.null_on_error)) report(failure);
+  if (!failure.is_none() || std::isnan(value)) PG_RETURN_NULL();
+  PG_RETURN_FLOAT8(value);
 }
 
 }  // namespace

@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "own_kernel.h"
-#include "page.h"
-#include "plain_values.h"
-#include "sql_call.h"
+#include "catalog/page.h"
+#include "hosts/call/module_loader.h"
+#include "hosts/postgresql/pg_values.h"
+#include "hosts/sql/sql_call.h"
 
 extern "C" {
 #include <catalog/pg_type.h>
@@ -30,7 +30,7 @@ namespace {
 using host::SqlCall;
 using host::Value;
 
-// What a complaint does not say: how the keyword is called, or what the argument is.
+// What a message does not say: how the keyword is called, or what the argument is.
 std::string detail_of(const catalog::Keyword& keyword, const catalog::Argument* argument) {
   if (argument == nullptr) {
     return signature_of(keyword) + ": " + std::string(keyword.description.title) + '.';
@@ -48,12 +48,12 @@ std::string detail_of_no_keyword() {
   return detail + '.';
 }
 
-// False, with the outcome, for a word that names no keyword, or one that takes other counts.
-bool is_callable(std::string_view word, std::size_t count, Outcome& outcome) {
-  const auto complaint = SqlCall::complaint_of(word, count);
-  if (!complaint) return true;
+// False, with the failure, for a word that names no keyword, or one that takes other counts.
+bool is_callable(std::string_view word, std::size_t count, Failure& failure) {
+  const auto error = SqlCall::keyword_error(word, count);
+  if (!error) return true;
   const catalog::Keyword* const keyword = catalog::find(word);
-  fail(outcome, ERRCODE_UNDEFINED_FUNCTION, *complaint,
+  fail(failure, ERRCODE_UNDEFINED_FUNCTION, *error,
        keyword == nullptr ? detail_of_no_keyword() : detail_of(*keyword, nullptr));
   return false;
 }
@@ -62,27 +62,25 @@ int sql_state_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {
   if (value.kind == SqlValue::kRefused) return ERRCODE_DATATYPE_MISMATCH;
   const Value seen = value_of(value, kind);
   if (seen.is_text()) return ERRCODE_INVALID_PARAMETER_VALUE;
-  return host::fits(seen, kind) ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE : ERRCODE_DATATYPE_MISMATCH;
+  return host::has_type(seen, kind) ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE
+                                    : ERRCODE_DATATYPE_MISMATCH;
 }
 
-void evaluate(SqlCall& call, const SqlValue* arguments, Outcome& outcome) noexcept {
-  guarded(outcome, [&] {
-    const host::SqlAnswer answer =
-        call.evaluate(host::own_kernel(), [arguments](std::size_t i, catalog::ArgumentKind kind) {
+// Fills the failure of a call.
+void explain(const SqlCall& call, const host::CallResult& result, const SqlValue* arguments,
+             Failure& failure) noexcept {
+  guarded(failure, [&] {
+    if (result.status == host::Status::kOutOfMemory) throw std::bad_alloc();
+    const std::string message =
+        call.error_message(result, [arguments](std::size_t i, catalog::ArgumentKind kind) {
           return value_of(arguments[i - 1], kind);
         });
-    if (answer.complaint.empty()) {
-      outcome.kind = std::isnan(answer.value.number) ? Outcome::kNull : Outcome::kValue;
-      outcome.value = answer.value.number;
-      outcome.is_date = answer.value.is_date();
-      return;
-    }
-    const catalog::Argument* const argument =
-        answer.position == 0 ? nullptr : &call.callee().described(answer.position);
-    fail(outcome,
-         argument == nullptr ? ERRCODE_INVALID_PARAMETER_VALUE
-                             : sql_state_of(arguments[answer.position - 1], argument->kind),
-         answer.complaint, detail_of(call.callee().keyword(), argument));
+    const catalog::Argument* const parameter =
+        result.position == 0 ? nullptr : &call.parameter(result.position);
+    fail(failure,
+         parameter == nullptr ? ERRCODE_INVALID_PARAMETER_VALUE
+                              : sql_state_of(arguments[result.position - 1], parameter->kind),
+         message, detail_of(call.keyword(), parameter));
   });
 }
 
@@ -100,15 +98,15 @@ void forget_call(void* site) noexcept {
 }
 
 // Makes the site's call that of this keyword and count, unless it is.
-bool prepare(CallSite& site, std::string_view word, std::size_t count, Outcome& outcome) noexcept {
-  if (site.call != nullptr && site.call->callee().keyword().word == word &&
-      site.call->callee().size() == count) {
+bool prepare(CallSite& site, std::string_view word, std::size_t count, Failure& failure) noexcept {
+  if (site.call != nullptr && site.call->keyword().word == word && site.call->size() == count) {
     return true;
   }
   forget_call(&site);
-  guarded(outcome, [&] {
-    if (!is_callable(word, count, outcome)) return;
-    site.call = std::make_unique<SqlCall>(*catalog::find(word), count).release();
+  guarded(failure, [&] {
+    if (!is_callable(word, count, failure)) return;
+    site.call =
+        std::make_unique<SqlCall>(host::loaded_module(), *catalog::find(word), count).release();
   });
   return site.call != nullptr;
 }
@@ -146,6 +144,21 @@ CallSite* site_of(FunctionCallInfo fcinfo, int first) {
   return site;
 }
 
+void set_argument(SqlCall& call, std::size_t position, const SqlValue& value) noexcept {
+  switch (value.kind) {
+    case SqlValue::kNull:
+      return call.set_missing(position);
+    case SqlValue::kNumber:
+      return call.set_number(position, value.number);
+    case SqlValue::kDate:
+      return call.set_date(position, value.number);
+    case SqlValue::kText:
+      return call.set_text(position, {value.text, value.size});
+    case SqlValue::kRefused:
+      return call.set_wrong_type(position);
+  }
+}
+
 // The elements of VARIADIC array[...].
 SqlValues elements_of(Datum datum) {
   ArrayType* const array = DatumGetArrayTypeP(datum);
@@ -169,83 +182,121 @@ SqlValues elements_of(Datum datum) {
   return {values, room};
 }
 
-// The arguments from a position on.
-SqlValues arguments_of(FunctionCallInfo fcinfo, int first, CallSite& site) {
-  if (get_fn_expr_variadic(fcinfo->flinfo)) {
-    if (PG_ARGISNULL(first)) return {site.values, 0};
-    return elements_of(PG_GETARG_DATUM(first));
+// Sets an argument in the call itself. Numbers and dates, which most are, take no detour.
+void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
+  switch (type) {
+    case INT2OID:
+      return call.set_number(position, DatumGetInt16(datum));
+    case INT4OID:
+      return call.set_number(position, DatumGetInt32(datum));
+    case INT8OID:
+      return call.set_number(position, static_cast<double>(DatumGetInt64(datum)));
+    case FLOAT4OID:
+      return call.set_number(position, static_cast<double>(DatumGetFloat4(datum)));
+    case FLOAT8OID:
+      return call.set_number(position, DatumGetFloat8(datum));
+    case DATEOID:
+      if (DATE_NOT_FINITE(DatumGetDateADT(datum))) break;
+      return call.set_date(position, DatumGetDateADT(datum) + kDateZero);
+    default:
+      break;
   }
-  for (int i = first; i < PG_NARGS(); ++i) {
-    site.values[i - first] =
-        PG_ARGISNULL(i) ? SqlValue{} : plain_value(PG_GETARG_DATUM(i), site.types[i - first]);
-  }
-  return {site.values, static_cast<std::size_t>(PG_NARGS() - first)};
+  set_argument(call, position, plain_value(datum, type));
 }
 
-// Evaluates a keyword for the arguments from a position on.
-void call(FunctionCallInfo fcinfo, std::string_view word, int first, Outcome& outcome) {
+// Evaluates a keyword for the arguments from a position on. NULL as result is a value, too.
+host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool null_on_error,
+                 Failure& failure) {
   CallSite* const site = site_of(fcinfo, first);
-  const SqlValues arguments = arguments_of(fcinfo, first, *site);
-  if (!prepare(*site, word, arguments.count, outcome)) return;
-  evaluate(*site->call, arguments.values, outcome);
-  constexpr std::size_t kKept = 100;  // arguments; the storage for more is not the server's to keep
-  if (arguments.count > kKept) forget_call(site);
+  const bool is_array = get_fn_expr_variadic(fcinfo->flinfo);
+  SqlValues elements{};
+  if (is_array && !PG_ARGISNULL(first)) elements = elements_of(PG_GETARG_DATUM(first));
+  const std::size_t count =
+      is_array ? elements.count : static_cast<std::size_t>(PG_NARGS() - first);
+  if (!prepare(*site, word, count, failure)) return {};
+
+  SqlCall& prepared = *site->call;
+  prepared.begin();
+  for (std::size_t i = 1; i <= count; ++i) {
+    const int argument = first + static_cast<int>(i) - 1;
+    if (is_array) {
+      set_argument(prepared, i, elements.values[i - 1]);
+    } else if (PG_ARGISNULL(argument)) {
+      prepared.set_missing(i);
+    } else {
+      set_argument(prepared, i, PG_GETARG_DATUM(argument), site->types[i - 1]);
+    }
+  }
+  const host::CallResult result = prepared.run();
+  if (!result.ok() && (!null_on_error || result.status == host::Status::kOutOfMemory)) {
+    for (std::size_t i = 0; i < count && !is_array; ++i) {
+      const int argument = first + static_cast<int>(i);
+      site->values[i] = PG_ARGISNULL(argument)
+                            ? SqlValue{}
+                            : plain_value(PG_GETARG_DATUM(argument), site->types[i]);
+    }
+    explain(prepared, result, is_array ? elements.values : site->values, failure);
+  }
+  constexpr std::size_t kKept = 100;  // arguments; the memory for more is not the server's to keep
+  if (count > kKept) forget_call(site);
   CHECK_FOR_INTERRUPTS();  // long lists take a while
+  return result.value;
 }
 
-Datum answer(FunctionCallInfo fcinfo, bool fails) {
+Datum evaluate_any(FunctionCallInfo fcinfo, bool null_on_error) {
   CHECK_FOR_INTERRUPTS();
-  Outcome outcome;
+  Failure failure;
+  host::Value value;
   if (PG_ARGISNULL(0)) {
-    guarded(outcome, [&] {
-      fail(outcome, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing",
+    guarded(failure, [&] {
+      fail(failure, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing",
            detail_of_no_keyword());
     });
   } else {
     const text* const word = PG_GETARG_TEXT_PP(0);
-    call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, outcome);
+    value = call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, null_on_error, failure);
   }
-  if (is_reported(outcome, fails)) report(outcome);
-  if (outcome.kind != Outcome::kValue) PG_RETURN_NULL();
-  PG_RETURN_FLOAT8(outcome.value);
+  if (is_error(failure, null_on_error)) report(failure);
+  if (std::isnan(value.number)) PG_RETURN_NULL();
+  PG_RETURN_FLOAT8(value.number);
 }
 
-// A function of one keyword. It looks for nothing by name, so that nobody can put a function of his
-// own in its way.
-Datum answer_of(FunctionCallInfo fcinfo, std::string_view word) {
+// A function of one keyword. It looks for nothing by name, so that no function of another schema
+// can take the place of one that it calls.
+Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word) {
   CHECK_FOR_INTERRUPTS();
-  Outcome outcome;
-  call(fcinfo, word, 0, outcome);
-  if (is_reported(outcome, true)) report(outcome);
-  if (outcome.kind != Outcome::kValue) PG_RETURN_NULL();
-  if (outcome.is_date) PG_RETURN_DATEADT(static_cast<DateADT>(outcome.value - kDateZero));
-  PG_RETURN_FLOAT8(outcome.value);
+  Failure failure;
+  const host::Value value = call(fcinfo, word, 0, false, failure);
+  if (is_error(failure, false)) report(failure);
+  if (std::isnan(value.number)) PG_RETURN_NULL();
+  if (value.is_date()) PG_RETURN_DATEADT(static_cast<DateADT>(value.number - kDateZero));
+  PG_RETURN_FLOAT8(value.number);
 }
 
 // A keyword in capital letters; raises an error where there is none.
 Datum keyword_of(std::string_view word) {
-  word = clipped(word);
+  word = truncate_for_message(word);
   char canonical[16] = {};
-  Outcome outcome;
-  const bool is_well = guarded(outcome, [&] {
+  Failure failure;
+  const bool is_known = guarded(failure, [&] {
     const catalog::Keyword* const keyword = catalog::find(word);
     if (keyword != nullptr) return void(keyword->word.copy(canonical, sizeof canonical - 1));
-    fail(outcome, ERRCODE_UNDEFINED_FUNCTION, "finance: " + host::no_such_keyword(word),
+    fail(failure, ERRCODE_UNDEFINED_FUNCTION, "finance: " + host::unknown_keyword(word),
          detail_of_no_keyword());
   });
-  if (!is_well) report(outcome);
+  if (!is_known) report(failure);
   PG_RETURN_TEXT_P(cstring_to_text(canonical));
 }
 
 }  // namespace
 
-SQL_FUNCTION(finance) { return answer(fcinfo, true); }
+SQL_FUNCTION(finance) { return evaluate_any(fcinfo, false); }
 
-SQL_FUNCTION(finance_try) { return answer(fcinfo, false); }
+SQL_FUNCTION(finance_try) { return evaluate_any(fcinfo, true); }
 
 // One for each keyword without lists, from the catalogue.
 #define KEYWORD_FUNCTION(name, word) \
-  SQL_FUNCTION(name) { return answer_of(fcinfo, word); }
+  SQL_FUNCTION(name) { return evaluate_keyword(fcinfo, word); }
 #include "symbols.inc"
 
 SQL_FUNCTION(finance_keyword_in) { return keyword_of(PG_GETARG_CSTRING(0)); }
@@ -275,9 +326,9 @@ SQL_FUNCTION(finance_keyword_send) {
 SQL_FUNCTION(finance_version) {
   (void)fcinfo;
   char line[200] = {};
-  Outcome outcome;
-  const bool is_well =
-      guarded(outcome, [&] { host::versions(VXFNC_VERSION).copy(line, sizeof line - 1); });
-  if (!is_well) report(outcome);
+  Failure failure;
+  const bool is_loaded =
+      guarded(failure, [&] { host::versions(VXFNC_VERSION).copy(line, sizeof line - 1); });
+  if (!is_loaded) report(failure);
   PG_RETURN_TEXT_P(cstring_to_text(line));
 }

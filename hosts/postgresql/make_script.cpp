@@ -4,8 +4,8 @@
 #include <iostream>
 #include <string>
 
-#include "catalog.h"
-#include "flows.h"
+#include "catalog/catalog.h"
+#include "hosts/sql/flow_aggregates.h"
 
 namespace {
 

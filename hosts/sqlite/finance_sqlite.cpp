@@ -10,14 +10,13 @@
 #include <mutex>
 #include <new>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "flows.h"
-#include "keywords_table.h"
-#include "own_kernel.h"
-#include "sql_call.h"
+#include "hosts/call/module_loader.h"
+#include "hosts/sql/flow_aggregates.h"
+#include "hosts/sql/sql_call.h"
+#include "hosts/sqlite/keywords_table.h"
 
 SQLITE_EXTENSION_INIT1
 
@@ -73,24 +72,45 @@ void set_result(sqlite3_context* context, const Value& result) {
 
 // ---- finance, finance_try ----------------------------------------------------------------------
 
-void fail(sqlite3_context* context, const std::string& complaint) {
-  const bool gives_null = sqlite3_user_data(context) != nullptr;
-  if (gives_null) return sqlite3_result_null(context);
-  sqlite3_result_error(context, complaint.data(), static_cast<int>(complaint.size()));
+// The message is made only if it is reported.
+void fail(sqlite3_context* context, auto&& make_message) {
+  const bool null_on_error = sqlite3_user_data(context) != nullptr;
+  if (null_on_error) return sqlite3_result_null(context);
+  const std::string message = make_message();
+  sqlite3_result_error(context, message.data(), static_cast<int>(message.size()));
+}
+
+void set_argument(SqlCall& call, std::size_t position, sqlite3_value* value) noexcept {
+  switch (sqlite3_value_type(value)) {
+    case SQLITE_NULL:
+      return call.set_missing(position);
+    case SQLITE_INTEGER:
+    case SQLITE_FLOAT:
+      return call.set_number(position, sqlite3_value_double(value));
+    case SQLITE_TEXT:
+      return call.set_text(position, text_of(value));
+    default:
+      return call.set_wrong_type(position);
+  }
 }
 
 void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** argv) {
-  const host::SqlAnswer answer = call.evaluate(
-      host::own_kernel(),
-      [argv](std::size_t i, catalog::ArgumentKind kind) { return value_of(argv[i], kind); });
-  if (!answer.complaint.empty()) return fail(context, answer.complaint);
-  set_result(context, answer.value);
+  call.begin();
+  for (std::size_t i = 1; i <= call.size(); ++i) set_argument(call, i, argv[i]);
+  const host::CallResult result = call.run();
+  if (result.ok()) return set_result(context, result.value);
+  if (result.status == host::Status::kOutOfMemory) return sqlite3_result_error_nomem(context);
+  fail(context, [&] {
+    return call.error_message(result, [argv](std::size_t i, catalog::ArgumentKind kind) {
+      return value_of(argv[i], kind);
+    });
+  });
 }
 
 void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
     if (argc == 0 || sqlite3_value_type(argv[0]) == SQLITE_NULL) {
-      return fail(context, "finance: the keyword is missing");
+      return fail(context, [] { return "finance: the keyword is missing"; });
     }
     // The auxiliary data of the keyword lives as long as it is the same in all rows.
     if (auto* const known = static_cast<SqlCall*>(sqlite3_get_auxdata(context, 0))) {
@@ -98,10 +118,10 @@ void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept 
     }
     const auto count = static_cast<std::size_t>(argc) - 1;
     const std::string_view word = text_of(argv[0]);
-    if (const auto complaint = SqlCall::complaint_of(word, count)) {
-      return fail(context, *complaint);
+    if (const auto error = SqlCall::keyword_error(word, count)) {
+      return fail(context, [&error] { return *error; });
     }
-    auto call = std::make_unique<SqlCall>(*catalog::find(word), count);
+    auto call = std::make_unique<SqlCall>(host::loaded_module(), *catalog::find(word), count);
     evaluate(context, *call, argv);
     sqlite3_set_auxdata(context, 0, call.release(),
                         [](void* old) { delete static_cast<SqlCall*>(old); });
@@ -140,13 +160,13 @@ std::optional<Flow> flow_of(sqlite3_context* context, sqlite3_value** argv, std:
   for (std::size_t i = 0; i < count; ++i) {
     values[i] = value_of(argv[i], aggregate.is_dated && i + 1 == count ? kDate : kNumber);
   }
-  try {
-    return host::flow_of(aggregate, {values, count});
-  } catch (const std::logic_error&) {
-    if (aggregate.fails) throw;
+  host::FlowError error;
+  const auto flow = host::flow_of(aggregate, {values, count}, error);
+  if (!error.ok()) {
     ++bad;
-    return std::nullopt;
+    if (!aggregate.null_on_error) sqlite3_result_error(context, error.message.c_str(), -1);
   }
+  return flow;
 }
 
 void step(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
@@ -173,11 +193,10 @@ void value(sqlite3_context* context) noexcept {
     const FlowAggregate& aggregate = aggregate_of(context);
     const Group* const group = group_of(context, false);
     if (group == nullptr || group->bad > 0) return;  // NULL
-    try {
-      set_result(context, value_of_flows(aggregate, host::own_kernel(), group->flows));
-    } catch (const std::logic_error&) {
-      if (aggregate.fails) throw;
-    }
+    host::FlowError error;
+    const Value result = value_of_flows(aggregate, host::loaded_module(), group->flows, error);
+    if (error.ok()) return set_result(context, result);
+    if (!aggregate.null_on_error) sqlite3_result_error(context, error.message.c_str(), -1);
   });
 }
 
@@ -236,7 +255,7 @@ int load(sqlite3* database, char** error, const sqlite3_api_routines* api) {
   };
   if (api->libversion_number() < kOldestSqlite) return complain("needs SQLite 3.31 or newer");
   try {
-    host::own_kernel();
+    host::loaded_module();
     // One write for the process: other connections may be calling by now.
     static std::once_flag first;
     std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });

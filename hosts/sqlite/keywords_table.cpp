@@ -1,10 +1,10 @@
-#include "keywords_table.h"
+#include "hosts/sqlite/keywords_table.h"
 
 #include <new>
 #include <string>
 
-#include "catalog.h"
-#include "page.h"
+#include "catalog/catalog.h"
+#include "catalog/page.h"
 
 SQLITE_EXTENSION_INIT3
 

@@ -1,0 +1,161 @@
+#include "hosts/call/checked_call.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace host {
+namespace {
+
+using catalog::ArgumentKind;
+
+constexpr double kNoBasis = 6.0;  // a number that the module refuses as a basis
+
+std::string expected(ArgumentKind kind) {
+  switch (kind) {
+    case ArgumentKind::kNumber:
+      return "must be a number";
+    case ArgumentKind::kWhole:
+      return "must be a whole number";
+    case ArgumentKind::kDate:
+    case ArgumentKind::kDateTime:
+      return "must be a date (YYYY-MM-DD)";
+    case ArgumentKind::kFrequency:
+      return "must be 1, 2, 4, 6 or 12";
+    case ArgumentKind::kBasis:
+      break;
+  }
+  return fmt::format("must be {}", catalog::kBasisRange);
+}
+
+std::string counted(std::size_t least, std::size_t most) {
+  if (most == catalog::kNoBound) return fmt::format("{} or more arguments", least);
+  if (most == least) return fmt::format("{} arguments", least);
+  return fmt::format("{} {} {} arguments", least, most == least + 1 ? "or" : "to", most);
+}
+
+// The keyword's lists are not of one length.
+std::string unpaired(const catalog::Keyword& keyword) {
+  std::string lists;
+  for (const catalog::Argument& argument : keyword.arguments()) {
+    if (argument.presence != catalog::Presence::kRepeated) continue;
+    lists.insert(0, std::string(argument.name) + (lists.empty() ? "" : " for each "));
+  }
+  return fmt::format("takes one {}", lists);
+}
+
+}  // namespace
+
+std::optional<std::string> CheckedCall::arity_error(const catalog::Keyword& keyword,
+                                                    std::size_t count) {
+  if (count < keyword.least() || count > keyword.most()) {
+    return fmt::format("takes {}, not {}", counted(keyword.least(), keyword.most()), count);
+  }
+  if (!keyword.pairs_up(count)) return unpaired(keyword);
+  return std::nullopt;
+}
+
+CheckedCall::CheckedCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword,
+                         std::size_t count)
+    : keyword_(&keyword),
+      call_(kernel.prepare(std::string(keyword.word), count, "FINANCE")),
+      is_date_(keyword.result == catalog::ResultKind::kDate) {
+  parameters_.reserve(count);
+  for (std::size_t i = 1; i <= count; ++i) {
+    parameters_.push_back(keyword.argument_at(i, count));
+    if (parameter(i).kind == ArgumentKind::kFrequency) frequency_ = i;
+  }
+}
+
+void CheckedCall::set_text(std::size_t position, std::string_view text) noexcept {
+  if (parameter(position).kind != ArgumentKind::kBasis) {
+    set_wrong_type(position);
+    text = {};
+  }
+  set_number(position, catalog::basis_of(text).value_or(kNoBasis));
+}
+
+CallResult CheckedCall::run() noexcept {
+  if (frequency_ != 0) {
+    const double frequency = call_[frequency_];
+    if (!std::isnan(frequency) && !catalog::is_frequency(frequency)) set_wrong_type(frequency_);
+  }
+  if (wrong_type_ != 0) return {Status::kWrongType, wrong_type_};
+  const vxkernel::Result result = call_.run();
+  if (result.ok()) return {.value = value_of(result.value)};
+  if (result.status == VXK_OUT_OF_MEMORY) return {Status::kOutOfMemory};
+  const auto position = static_cast<std::size_t>(result.argument);
+  return {position == 0 ? Status::kNoResult : Status::kInvalidArgument, position};
+}
+
+// Names an argument, its value and what is wrong with it.
+std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
+                                        std::string_view reason) const {
+  const Value& value = values[position - 1];
+  const std::string what =
+      value.is_missing() ? "missing" : fmt::format("{}: {}", format_for_message(value), reason);
+  return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
+}
+
+// The value of the argument of this name; NaN when the call has none.
+double CheckedCall::value_of(std::string_view name, std::span<const Value> values) const {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (parameters_[i]->name == name) return values[i].number;
+  }
+  return vxkernel::Argument::missing().number;
+}
+
+// The bound that the argument at a position breaks; null when it breaks none.
+const catalog::Bound* CheckedCall::broken_bound(std::size_t position,
+                                                std::span<const Value> values) const {
+  for (const catalog::Bound& bound : parameters_[position - 1]->bounds()) {
+    const double limit = bound.value + (bound.other.empty() ? 0.0 : value_of(bound.other, values));
+    const double compared =
+        bound.subject.empty() ? values[position - 1].number : value_of(bound.subject, values);
+    if (!bound.holds(compared, limit)) return &bound;
+  }
+  return nullptr;
+}
+
+// Why an argument was refused, in the order in which the module looks at it.
+std::string CheckedCall::range_error(std::size_t position, std::span<const Value> values) const {
+  using enum ArgumentKind;
+  const auto kind = parameters_[position - 1]->kind;
+  const double value = values[position - 1].number;
+  if (kind == kBasis) return expected(kind);
+  const bool needs_whole = kind == kWhole || kind == kDate;
+  if (needs_whole && value != std::trunc(value)) return expected(kind);
+  const catalog::Bound* const bound = broken_bound(position, values);
+  return bound == nullptr ? "outside the allowed range" : words_of(*bound, kind);
+}
+
+std::string CheckedCall::error_message(const CallResult& result,
+                                       std::span<const Value> values) const {
+  switch (result.status) {
+    case Status::kWrongType:
+      return argument_error(result.position, values, expected(parameter(result.position).kind));
+    case Status::kInvalidArgument:
+      return argument_error(result.position, values, range_error(result.position, values));
+    case Status::kOutOfMemory:
+      return "out of memory";
+    default:
+      break;
+  }
+  for (std::size_t i = 1; i <= values.size(); ++i) {  // what the module refuses without a mark
+    const bool is_in_list = parameter(i).presence == catalog::Presence::kRepeated;
+    if (is_in_list && std::isnan(values[i - 1].number)) return argument_error(i, values, "");
+    const catalog::Bound* const bound = broken_bound(i, values);
+    if (bound != nullptr && !bound->marks) {
+      return argument_error(i, values, range_error(i, values));
+    }
+  }
+  const std::string_view when = keyword_->description.fails;
+  return fmt::format("the calculation cannot be carried out{}{}",
+                     when.empty() ? "" : ", as happens when ", when);
+}
+
+std::string unknown_keyword(std::string_view word) {
+  return format_for_message({.word = word, .kind = Value::Kind::kText}) + ": no such keyword";
+}
+
+}  // namespace host

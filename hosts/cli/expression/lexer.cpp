@@ -1,0 +1,85 @@
+#include "hosts/cli/expression/lexer.h"
+
+#include <algorithm>
+
+#include "hosts/call/value.h"
+
+namespace cli {
+namespace {
+
+// Every operator takes a frame of the stack when the expression is evaluated.
+constexpr std::size_t kMostTokens = 5000;
+
+bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// The length of four digits, -, one or two digits, -, one or two digits; 0 for anything else.
+std::size_t like_a_date(std::string_view text) noexcept {
+  std::size_t at = 0;
+  const auto digits = [&](std::size_t most) {
+    std::size_t count = 0;
+    while (count < most && at < text.size() && is_digit(text[at])) ++at, ++count;
+    return count;
+  };
+  const auto dash = [&] { return at < text.size() && text[at] == '-' ? ++at, true : false; };
+  constexpr std::size_t kYear = 4;
+  return digits(kYear) == kYear && dash() && digits(2) > 0 && dash() && digits(2) > 0 ? at : 0;
+}
+
+}  // namespace
+
+std::vector<Token> tokens_of(std::string_view text) {
+  using enum Token::Kind;
+  std::vector<Token> tokens;
+  const auto add = [&](Token::Kind kind, std::size_t at, std::size_t length) {
+    tokens.push_back({kind, text.substr(at, length), at, length});
+  };
+  const auto run = [text](std::size_t at, auto belongs) {
+    const auto* const end = std::find_if_not(text.begin() + at, text.end(), belongs);
+    return static_cast<std::size_t>(end - text.begin()) - at;
+  };
+  const auto number = [&](std::size_t at) {  // an exponent's sign belongs to it
+    std::size_t end = at;
+    while (end < text.size() && (is_digit(text[end]) || is_letter(text[end]) || text[end] == '.' ||
+                                 ((text[end] == '+' || text[end] == '-') && end > at &&
+                                  (text[end - 1] == 'e' || text[end - 1] == 'E')))) {
+      if (text.substr(end).starts_with("..")) break;
+      ++end;
+    }
+    return end - at;
+  };
+  constexpr std::size_t kDateLength = 10;
+  for (std::size_t at = 0; at < text.size(); at += tokens.back().length) {
+    at += run(at, is_blank);
+    if (at == text.size()) break;
+    const char c = text[at];
+    const bool begins_number =
+        is_digit(c) || (c == '.' && at + 1 < text.size() && is_digit(text[at + 1]));
+    if (c == '\'' || c == '"') {
+      const std::size_t end = text.find(c, at + 1);
+      if (end == text.npos) throw SyntaxError("a quotation is not closed", at, text.size() - at);
+      add(c == '"' ? kQuotedName : kText, at, end + 1 - at);
+      tokens.back().text = text.substr(at + 1, end - at - 1);
+    } else if (host::value_of(text.substr(at, kDateLength)).is_date()) {
+      add(kValue, at, kDateLength);
+    } else if (const std::size_t length = like_a_date(text.substr(at)); length > 0) {
+      throw SyntaxError("no such date (YYYY-MM-DD); to subtract, put blanks around -", at, length);
+    } else if (begins_number) {
+      add(kValue, at, number(at));
+    } else if (is_letter(c)) {
+      add(kName, at, run(at, [](char x) { return is_letter(x) || is_digit(x); }));
+    } else if (text.substr(at).starts_with("..") || text.substr(at).starts_with("[]")) {
+      add(kSymbol, at, 2);
+    } else if (c == '.') {
+      add(kValue, at, 1);
+    } else if (std::string_view("+-*/(),=").find(c) != std::string_view::npos) {
+      add(kSymbol, at, 1);
+    } else {
+      throw SyntaxError("this belongs to no expression", at, 1);
+    }
+  }
+  if (tokens.size() > kMostTokens) throw SyntaxError("the expression is too long", 0, 1);
+  add(kEnd, text.size(), 0);
+  return tokens;
+}
+
+}  // namespace cli

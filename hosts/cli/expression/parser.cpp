@@ -1,0 +1,269 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "hosts/cli/expression/expression.h"
+#include "hosts/cli/expression/lexer.h"
+
+namespace cli {
+namespace {
+
+// Deeper nesting is refused: every parenthesis takes a frame of the parser's stack.
+constexpr int kDeepest = 200;
+
+class Parser {
+ public:
+  Parser(std::string_view text, const Columns& columns, std::size_t& calls)
+      : text_(text), columns_(columns), calls_(calls), tokens_(tokens_of(text)) {}
+
+  Expression expression() {
+    using enum Token::Kind;
+    Expression result;
+    const bool is_named =
+        (token().kind == kName || token().kind == kQuotedName) && tokens_[1].is("=");
+    if (is_named) {
+      result.name = token().text;
+      at_ += 2;
+    }
+    const std::size_t from = token().at;
+    result.root = sum();
+    if (token().kind != kEnd) refuse("no operator stands before this");
+    if (!is_named) result.name = source_from(from);
+    const auto& names = columns_.names();
+    if (std::ranges::find(names, result.name) != names.end()) {
+      throw SyntaxError(fmt::format("there is a column {} already", result.name), 0,
+                        is_named ? tokens_[0].length : text_.size());
+    }
+    result.values = std::move(values_);
+    result.lists = std::move(lists_);
+    return result;
+  }
+
+ private:
+  using NodePointer = std::unique_ptr<Node>;
+  using OperandPointer = std::unique_ptr<Operand>;
+
+  [[nodiscard]] const Token& token() const noexcept { return tokens_[at_]; }
+
+  bool take(std::string_view symbol) noexcept {
+    if (!token().is(symbol)) return false;
+    ++at_;
+    return true;
+  }
+
+  [[noreturn]] void refuse(const std::string& message) const {
+    throw SyntaxError(message, token().at, std::max<std::size_t>(token().length, 1));
+  }
+
+  void expect(std::string_view symbol) {
+    if (!take(symbol)) refuse(fmt::format("{} is missing here", symbol));
+  }
+
+  // What was written from a place up to the last token taken.
+  [[nodiscard]] std::string_view source_from(std::size_t from) const {
+    const Token& last = tokens_[at_ - 1];
+    return text_.substr(from, last.at + last.length - from);
+  }
+
+  NodePointer sum() {
+    if (++depth_ > kDeepest) refuse("nested too deeply");
+    const std::size_t from = token().at;
+    NodePointer left = product();
+    while (token().is("+") || token().is("-"))
+      left = operation(std::move(left), from, &Parser::product);
+    --depth_;
+    return left;
+  }
+
+  NodePointer product() {
+    const std::size_t from = token().at;
+    NodePointer left = signed_primary();
+    while (token().is("*") || token().is("/"))
+      left = operation(std::move(left), from, &Parser::signed_primary);
+    return left;
+  }
+
+  NodePointer operation(NodePointer left, std::size_t from, NodePointer (Parser::*operand)()) {
+    const char symbol = token().text[0];
+    ++at_;
+    NodePointer right = (this->*operand)();
+    return arithmetic(source_from(from), symbol, std::move(left), std::move(right));
+  }
+
+  NodePointer signed_primary() {
+    const std::size_t from = token().at;
+    bool is_negative = false;
+    while (token().is("+") || token().is("-")) {
+      is_negative ^= token().is("-");
+      ++at_;
+    }
+    NodePointer operand = primary();
+    if (!is_negative) return operand;
+    return negation(source_from(from), std::move(operand));
+  }
+
+  NodePointer primary() {
+    using enum Token::Kind;
+    const Token first = token();
+    switch (first.kind) {
+      case kValue:
+        if (value_of(first.text).is_text()) refuse("this is no number");
+        ++at_;
+        return constant(first.text, false);
+      case kText:
+        ++at_;
+        return constant(first.text, true);
+      case kName:
+        if (tokens_[at_ + 1].is("(")) return call();
+        [[fallthrough]];
+      case kQuotedName: {
+        if (tokens_[at_ + 1].is("..") || tokens_[at_ + 1].is("[]")) {
+          ++at_;
+          refuse("a list can stand among the arguments of a call alone");
+        }
+        const std::size_t index = column();
+        use_value(index, first);
+        return cli::column(first.text, index);
+      }
+      default:
+        break;
+    }
+    if (!take("("))
+      refuse(first.kind == kEnd ? "the expression ends too early" : "a value is missing here");
+    NodePointer inner = sum();
+    expect(")");
+    return inner;
+  }
+
+  NodePointer call() {
+    const Token word = token();
+    const catalog::Keyword* const keyword = catalog::find(word.text);
+    if (keyword == nullptr) refuse("no such keyword; `finance --list` shows all");
+    at_ += 2;
+    std::vector<OperandPointer> arguments;
+    std::size_t count = 0;
+    bool has_lists = false;
+    if (!token().is(")")) {
+      do {
+        has_lists |= tokens_[at_ + 1].is("[]");
+        arguments.push_back(argument(count));
+      } while (take(","));
+    }
+    expect(")");
+    const std::string_view source = source_from(word.at);
+    if (!has_lists) {
+      if (const auto error = CheckedCall::arity_error(*keyword, count)) {
+        throw SyntaxError(fmt::format("{}: {}", keyword->word, *error), word.at, source.size());
+      }
+    }
+    return cli::call(source, *keyword, std::move(arguments),
+                     has_lists ? std::nullopt : std::optional(count), calls_++);
+  }
+
+  // Counts what it stands for among the arguments of the call.
+  OperandPointer argument(std::size_t& count) {
+    const Token first = token();
+    const bool is_name = first.kind == Token::Kind::kName || first.kind == Token::Kind::kQuotedName;
+    ++count;
+    if (is_name && tokens_[at_ + 1].is("[]")) {
+      const std::size_t index = column();
+      ++at_;
+      if (!columns_.is_in_table(index)) {
+        throw SyntaxError("a result has one value a group, and no list", first.at, first.length);
+      }
+      lists_.push_back(index);
+      return column_list(first.text, index);
+    }
+    if (is_name && tokens_[at_ + 1].is("..")) return range(count);
+    return sum();
+  }
+
+  OperandPointer range(std::size_t& count) {
+    const Token first = token();
+    const std::size_t from = column();
+    ++at_;
+    const Token last = token();
+    if (last.kind != Token::Kind::kName && last.kind != Token::Kind::kQuotedName) {
+      refuse("a column is missing here");
+    }
+    const std::size_t to = column();
+    const Token whole{first.kind, source_from(first.at), first.at,
+                      last.at + last.length - first.at};
+    const auto refuse_range = [&whole](const std::string& message) {
+      throw SyntaxError(message, whole.at, whole.length);
+    };
+    if (to < from) refuse_range(fmt::format("column {} stands before {}", last.text, first.text));
+    // Numbered columns must stand in the order of their numbers: sorted as text, they do not.
+    const auto start = numbered(first.text);
+    for (std::size_t i = from; i <= to; ++i) {
+      const auto here = numbered(columns_.names()[i]);
+      if (start && numbered(last.text) &&
+          (!here || here->stem != start->stem || here->number != start->number + (i - from))) {
+        refuse_range(fmt::format("column {} stands in this range", columns_.names()[i]));
+      }
+      use_value(i, whole);
+    }
+    count += to - from;
+    return column_range(whole.text, from, to);
+  }
+
+  struct Numbered {
+    std::string_view stem;
+    std::uint64_t number;
+  };
+
+  // A name that ends in a number, such as cf12.
+  static std::optional<Numbered> numbered(std::string_view name) {
+    std::size_t digits = 0;
+    while (digits < name.size() && is_digit(name[name.size() - 1 - digits])) ++digits;
+    constexpr std::size_t kMostDigits = 9;
+    if (digits == 0 || digits > kMostDigits) return {};
+    std::uint64_t number = 0;
+    for (const char c : name.substr(name.size() - digits)) {
+      number = 10 * number + static_cast<std::uint64_t>(c - '0');
+    }
+    return Numbered{name.substr(0, name.size() - digits), number};
+  }
+
+  // Takes the name of a column.
+  std::size_t column() {
+    try {
+      const std::size_t index = columns_.find(token().text);
+      ++at_;
+      return index;
+    } catch (const std::invalid_argument& error) {
+      refuse(error.what());
+    }
+  }
+
+  void use_value(std::size_t index, const Token& name) {
+    if (!columns_.has_one_value(index)) {
+      throw SyntaxError(fmt::format("{0} has many values in a group: write {0}[] in a call that "
+                                    "takes a list, or --by {0}",
+                                    columns_.names()[index]),
+                        name.at, name.length);
+    }
+    values_.push_back(index);
+  }
+
+  std::string_view text_;
+  const Columns& columns_;
+  std::size_t& calls_;
+  std::vector<Token> tokens_;
+  std::size_t at_ = 0;
+  int depth_ = 0;
+  std::vector<std::size_t> values_;
+  std::vector<std::size_t> lists_;
+};
+
+}  // namespace
+
+Expression parse(std::string_view text, const Columns& columns, std::size_t& calls) {
+  return Parser(text, columns, calls).expression();
+}
+
+bool uses_lists(std::string_view text) {
+  return std::ranges::any_of(tokens_of(text), [](const Token& token) { return token.is("[]"); });
+}
+
+}  // namespace cli

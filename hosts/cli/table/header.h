@@ -1,0 +1,20 @@
+// The line of column names of a table.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hosts/cli/io/records.h"
+
+namespace cli {
+
+struct Header {
+  std::vector<std::string> names;
+  std::uint64_t lines = 0;  // up to its end
+};
+
+// Reads the first record that is not empty. Throws std::runtime_error.
+Header read_header(const InputFile& input, BlockReader& reader, char delimiter);
+
+}  // namespace cli
