@@ -21,8 +21,8 @@
 #include <thread>
 #include <vector>
 
-#include "frame/kernel_records.h"
-#include "frame/keywords.h"
+#include "abi/kernel_records.h"
+#include "exports/keywords.h"
 #include "rows.h"
 #include "services.h"
 #include "table.h"

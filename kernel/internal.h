@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 #include "kernel/services.h"
 #include "kernel/vxkernel.h"
 

@@ -1,7 +1,7 @@
 // The operation tables that this kernel hands to a module.
 #pragma once
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 #include "kernel/vxkernel.h"
 
 namespace vxkernel {

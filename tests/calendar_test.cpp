@@ -6,7 +6,7 @@
 
 #include "calendar/host_dates.h"
 #include "coupons/schedule.h"
-#include "frame/kernel_handle.h"
+#include "abi/kernel_handle.h"
 
 namespace vxfnc {
 namespace {

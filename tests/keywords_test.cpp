@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "catalog.h"
-#include "frame/keywords.h"
+#include "exports/keywords.h"
 
 namespace vxfnc {
 namespace {

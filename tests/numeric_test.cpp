@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 #include "numeric/bounded.h"
 #include "numeric/elementary.h"
 #include "numeric/vectors.h"

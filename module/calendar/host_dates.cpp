@@ -3,8 +3,8 @@
 #include <cmath>
 #include <optional>
 
+#include "abi/kernel_handle.h"
 #include "calendar/calendar.h"
-#include "frame/kernel_handle.h"
 
 namespace vxfnc {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "frame/kernel_records.h"
-#include "frame/working_storage.h"
+#include "abi/kernel_records.h"
+#include "call/working_storage.h"
 #include "numeric/elementary.h"
 #include "numeric/vectors.h"
 

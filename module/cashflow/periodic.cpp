@@ -2,8 +2,8 @@
 #include <cmath>
 #include <limits>
 
+#include "call/reader.h"
 #include "cashflow/irr.h"
-#include "frame/reader.h"
 #include "numeric/elementary.h"
 
 namespace vxfnc::cashflow {

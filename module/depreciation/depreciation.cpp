@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/reader.h"
+#include "call/reader.h"
 #include "numeric/bounded.h"
 #include "numeric/elementary.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/reader.h"
+#include "call/reader.h"
 #include "numeric/bounded.h"
 
 namespace vxfnc::depreciation {

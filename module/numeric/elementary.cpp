@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 
 namespace vxfnc {
 

@@ -31,7 +31,7 @@ bool count_accrued_periods(SecurityCalc& calc, double& periods) noexcept {
   return true;
 }
 
-Outcome zComputeACCRINT(SecurityCalc& calc) noexcept {
+CalcStatus zComputeACCRINT(SecurityCalc& calc) noexcept {
   zgetMonthDayYear(*calc.issue);
   zgetMonthDayYear(*calc.settlement);
   zgetMonthDayYear(*calc.firstInterest);
@@ -43,7 +43,7 @@ Outcome zComputeACCRINT(SecurityCalc& calc) noexcept {
   return is_done ? kDone : kCannotBeComputed;
 }
 
-Outcome zComputeACCRINTM(SecurityCalc& calc) noexcept {
+CalcStatus zComputeACCRINTM(SecurityCalc& calc) noexcept {
   zgetMonthDayYear(*calc.issue);
   zgetMonthDayYear(*calc.settlement);
   calc.yearFraction = ComputeTheAnnualRatio(*calc.issue, *calc.settlement, *calc.params);

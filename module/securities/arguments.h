@@ -3,8 +3,8 @@
 
 #include <initializer_list>
 
+#include "call/reader.h"
 #include "coupons/schedule.h"
-#include "frame/reader.h"
 #include "securities/security.h"
 
 namespace vxfnc::securities {
@@ -35,7 +35,8 @@ inline void read_year_basis(Reader& in, std::int64_t slot, Security& security) n
 }
 
 // The way out of a handler once all is read: the field that the routine fills.
-inline Status answer(Reader& in, Security& security, Outcome (*calculate)(SecurityCalc&) noexcept,
+inline Status answer(Reader& in, Security& security,
+                     CalcStatus (*calculate)(SecurityCalc&) noexcept,
                      double SecurityCalc::*field) noexcept {
   if (!in.ok()) return in.status();
   return calculate(security) == kDone ? in.store(security.*field) : in.fail();

@@ -49,7 +49,7 @@ void renew_used_up_period(SecurityCalc& calc) noexcept {
 }
 
 // Finds v, the value of 1 that is due in one period.
-Outcome find_discount_factor(const SecurityCalc& calc, double& v) noexcept {
+CalcStatus find_discount_factor(const SecurityCalc& calc, double& v) noexcept {
   const double y = calc.yld / coupons_per_year(calc);
   if (1.0 + y < kLeastDiscountBase) return kYieldTooLow;
   v = 1.0 / (1.0 + y);
@@ -101,9 +101,9 @@ std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
 
 }  // namespace
 
-Outcome PriceTheCoupons(SecurityCalc& calc) noexcept {
+CalcStatus PriceTheCoupons(SecurityCalc& calc) noexcept {
   double v = 1.0;
-  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  if (const CalcStatus status = find_discount_factor(calc, v); status != kDone) return status;
   double term = 1.0;
   double sum = calc.firstCoupon;
   const bool is_done = walk(
@@ -120,7 +120,7 @@ Outcome PriceTheCoupons(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-Outcome SolveForTheYield(SecurityCalc& calc) noexcept {
+CalcStatus SolveForTheYield(SecurityCalc& calc) noexcept {
   NewtonControl control;
   control.evaluate = ComputeF_YIELD;
   control.context = &calc;
@@ -130,14 +130,14 @@ Outcome SolveForTheYield(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-Outcome zComputePRICE(SecurityCalc& calc) noexcept {
+CalcStatus zComputePRICE(SecurityCalc& calc) noexcept {
   if (!find_position(calc)) return kCannotBeComputed;
   renew_used_up_period(calc);
   if (calc.couponCount != 1.0) return PriceTheCoupons(calc);
 
   // Simple interest to the only coupon.
   double v = 1.0;
-  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  if (const CalcStatus status = find_discount_factor(calc, v); status != kDone) return status;
   const double y = calc.yld / coupons_per_year(calc);
   const double cpn = coupon_amount(calc);
   calc.price =
@@ -145,7 +145,7 @@ Outcome zComputePRICE(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-Outcome zComputeYIELD(SecurityCalc& calc) noexcept {
+CalcStatus zComputeYIELD(SecurityCalc& calc) noexcept {
   if (!find_position(calc)) return kCannotBeComputed;
   renew_used_up_period(calc);
   if (calc.couponCount != 1.0) return SolveForTheYield(calc);
@@ -160,10 +160,10 @@ Outcome zComputeYIELD(SecurityCalc& calc) noexcept {
 
 // Every weight carries the part of the period that is left in place of that part's discount: a
 // common factor, which the quotient cancels.
-Outcome zComputeDURATION(SecurityCalc& calc) noexcept {
+CalcStatus zComputeDURATION(SecurityCalc& calc) noexcept {
   if (!find_position(calc)) return kCannotBeComputed;  // a used-up period does not begin anew here
   double v = 1.0;
-  if (const Outcome outcome = find_discount_factor(calc, v); outcome != kDone) return outcome;
+  if (const CalcStatus status = find_discount_factor(calc, v); status != kDone) return status;
   const double f = coupons_per_year(calc);
   const double cpn = coupon_amount(calc);
   const double s = calc.remainingFraction;
@@ -191,12 +191,12 @@ Outcome zComputeDURATION(SecurityCalc& calc) noexcept {
 }
 
 // The duration is divided by 1 + yield a period, which must not be next to nothing.
-Outcome zComputeMDURATION(SecurityCalc& calc) noexcept {
+CalcStatus zComputeMDURATION(SecurityCalc& calc) noexcept {
   const double growth = calc.yld / calc.params->frequency + 1.0;
   if (growth < kLeastDiscountBase) return kYieldTooLow;
-  const Outcome outcome = zComputeDURATION(calc);
+  const CalcStatus status = zComputeDURATION(calc);
   calc.duration = calc.duration / growth;
-  return outcome;
+  return status;
 }
 
 // PRICE(settlement, maturity, rate, yld, redemption, frequency [, basis])

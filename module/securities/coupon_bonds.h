@@ -12,11 +12,11 @@ double coupon_amount(const SecurityCalc& calc) noexcept;
 // Price of coupons and redemption at compound interest, from couponCount, firstCoupon,
 // remainingFraction (to the first coupon) and accruedFraction; and the yield at which that is the
 // price.
-Outcome PriceTheCoupons(SecurityCalc& calc) noexcept;
-Outcome SolveForTheYield(SecurityCalc& calc) noexcept;
+CalcStatus PriceTheCoupons(SecurityCalc& calc) noexcept;
+CalcStatus SolveForTheYield(SecurityCalc& calc) noexcept;
 
-Outcome zComputePRICE(SecurityCalc& calc) noexcept;
-Outcome zComputeYIELD(SecurityCalc& calc) noexcept;
-Outcome zComputeDURATION(SecurityCalc& calc) noexcept;
+CalcStatus zComputePRICE(SecurityCalc& calc) noexcept;
+CalcStatus zComputeYIELD(SecurityCalc& calc) noexcept;
+CalcStatus zComputeDURATION(SecurityCalc& calc) noexcept;
 
 }  // namespace vxfnc::securities

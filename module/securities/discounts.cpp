@@ -20,7 +20,7 @@ double years_to_maturity(SecurityCalc& calc) noexcept {
   return years_between(calc, *calc.settlement, *calc.maturity);
 }
 
-Outcome zComputeDISC(SecurityCalc& calc) noexcept {
+CalcStatus zComputeDISC(SecurityCalc& calc) noexcept {
   const double t = years_to_maturity(calc);
   if (t <= 0.0 || calc.redemption == 0.0) return kCannotBeComputed;
   calc.result = (calc.redemption - calc.price) / calc.redemption / t;
@@ -28,27 +28,27 @@ Outcome zComputeDISC(SecurityCalc& calc) noexcept {
 }
 
 // Unlike a discount, a rate over no time is not caught: it is infinite.
-Outcome zComputeINTRATE(SecurityCalc& calc) noexcept {
+CalcStatus zComputeINTRATE(SecurityCalc& calc) noexcept {
   const double t = years_to_maturity(calc);
   if (t < 0.0) return kCannotBeComputed;
   calc.result = (calc.redemption - calc.investment) / calc.investment / t;
   return kDone;
 }
 
-Outcome zComputePRICEDISC(SecurityCalc& calc) noexcept {
+CalcStatus zComputePRICEDISC(SecurityCalc& calc) noexcept {
   const double t = years_to_maturity(calc);
   calc.result = (1.0 - calc.discount * t) * calc.redemption;
   return kDone;
 }
 
-Outcome zComputeYIELDDISC(SecurityCalc& calc) noexcept {
+CalcStatus zComputeYIELDDISC(SecurityCalc& calc) noexcept {
   const double t = years_to_maturity(calc);
   calc.result = (calc.redemption - calc.price) / calc.price / t;
   return kDone;
 }
 
 // A discount beyond the whole amount gives a negative one.
-Outcome zComputeRECEIVED(SecurityCalc& calc) noexcept {
+CalcStatus zComputeRECEIVED(SecurityCalc& calc) noexcept {
   calc.params->leapYearsWhole = 1;
   const double q = 1.0 - calc.discount * years_to_maturity(calc);
   constexpr double kLargest = std::numeric_limits<double>::max();
@@ -72,7 +72,7 @@ AtMaturity years_at_maturity(SecurityCalc& calc) noexcept {
   return {a, b, years_between(calc, *calc.issue, *calc.settlement)};
 }
 
-Outcome zComputePRICEMAT(SecurityCalc& calc) noexcept {
+CalcStatus zComputePRICEMAT(SecurityCalc& calc) noexcept {
   const auto [a, b, c] = years_at_maturity(calc);
   const double d = 1.0 + b * calc.yld;
   if (d == 0.0) return kCannotBeComputed;
@@ -80,7 +80,7 @@ Outcome zComputePRICEMAT(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-Outcome zComputeYIELDMAT(SecurityCalc& calc) noexcept {
+CalcStatus zComputeYIELDMAT(SecurityCalc& calc) noexcept {
   const auto [a, b, c] = years_at_maturity(calc);
   const double k = calc.rate / calc.params->frequency;
   const double d = c * k * 100.0 + calc.price;
@@ -92,7 +92,7 @@ Outcome zComputeYIELDMAT(SecurityCalc& calc) noexcept {
 // The five keywords of settlement and maturity differ in which two amounts they read, both
 // positive, and in what they calculate.
 Status answer_discounted(Reader& in, double SecurityCalc::*third, double SecurityCalc::*fourth,
-                         Outcome (*calculate)(SecurityCalc&) noexcept,
+                         CalcStatus (*calculate)(SecurityCalc&) noexcept,
                          std::uint8_t keep_end_31 = 0) noexcept {
   Security bill;
   read_dates(in, {bill.settlement, bill.maturity});

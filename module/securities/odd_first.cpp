@@ -84,11 +84,11 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   return false;
 }
 
-Outcome zComputeODDFPRICE(SecurityCalc& calc) noexcept {
+CalcStatus zComputeODDFPRICE(SecurityCalc& calc) noexcept {
   return measure_odd_period(calc) ? PriceTheCoupons(calc) : kCannotBeComputed;
 }
 
-Outcome zComputeODDFYIELD(SecurityCalc& calc) noexcept {
+CalcStatus zComputeODDFYIELD(SecurityCalc& calc) noexcept {
   return measure_odd_period(calc) ? SolveForTheYield(calc) : kCannotBeComputed;
 }
 

@@ -49,7 +49,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   return true;
 }
 
-Outcome zComputeODDLPRICE(SecurityCalc& calc) noexcept {
+CalcStatus zComputeODDLPRICE(SecurityCalc& calc) noexcept {
   if (!measure_odd_period(calc)) return kCannotBeComputed;
   const double cpn = coupon_amount(calc);
   const double z = 1.0 + calc.yld / coupons_per_year(calc) * calc.remainingPeriods;
@@ -58,7 +58,7 @@ Outcome zComputeODDLPRICE(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-Outcome zComputeODDLYIELD(SecurityCalc& calc) noexcept {
+CalcStatus zComputeODDLYIELD(SecurityCalc& calc) noexcept {
   if (!measure_odd_period(calc)) return kCannotBeComputed;
   const double cpn = coupon_amount(calc);
   const double d = calc.accruedPeriods * cpn + calc.price;

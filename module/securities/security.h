@@ -8,15 +8,9 @@
 #include <cstdint>
 
 #include "calendar/day_count.h"
+#include "call/calc_status.h"
 
 namespace vxfnc::securities {
-
-// What a routine answers.
-enum Outcome : std::int32_t {
-  kDone = 0,
-  kCannotBeComputed = 1,
-  kYieldTooLow = 2,  // nothing is left of 1 + yield a period
-};
 
 // At or below this, 1 + yield a period counts as no discount base.
 inline constexpr double kLeastDiscountBase = 1.053671212772351e-08;

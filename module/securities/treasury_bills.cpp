@@ -2,7 +2,7 @@
 // values: fractions of a day count.
 #include <cmath>
 
-#include "frame/reader.h"
+#include "call/reader.h"
 
 namespace vxfnc::securities {
 namespace {

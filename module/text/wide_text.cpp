@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <span>
 
-#include "frame/kernel_handle.h"
+#include "abi/kernel_handle.h"
 
 namespace vxfnc {
 namespace {

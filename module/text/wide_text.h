@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 
 namespace vxfnc {
 

@@ -7,7 +7,8 @@
 #include <cstdint>
 #include <limits>
 
-#include "frame/reader.h"
+#include "call/calc_status.h"
+#include "call/reader.h"
 #include "numeric/bounded.h"
 #include "numeric/elementary.h"
 #include "numeric/newton.h"
@@ -40,8 +41,6 @@ struct AnnuityRecord {
   [[nodiscard]] double advance() const noexcept { return pays_at_start() ? 1.0 + rate : 1.0; }
 };
 
-enum Outcome : std::int32_t { kDone = 0, kCannotBeComputed = 1 };
-
 // g = (1 + rate)^periods - 1. False when that is too large.
 bool grow(double rate, double periods, double& g) noexcept {
   const double exponent = periods * zln1px(rate);
@@ -50,7 +49,7 @@ bool grow(double rate, double periods, double& g) noexcept {
   return true;
 }
 
-Outcome zComputeFV(AnnuityRecord& a) noexcept {
+CalcStatus zComputeFV(AnnuityRecord& a) noexcept {
   double v = 0.0;
   if (!grow(a.rate, a.nper, v)) return kCannotBeComputed;
   a.fv_out = a.fv_out - (v + 1.0) * a.fv_in - v * a.pmt * a.advance() / a.rate;
@@ -58,14 +57,14 @@ Outcome zComputeFV(AnnuityRecord& a) noexcept {
 }
 
 // A rate of 0 divides 0 by 0, and that NaN is the answer.
-Outcome zComputePV(AnnuityRecord& a) noexcept {
+CalcStatus zComputePV(AnnuityRecord& a) noexcept {
   double w = 0.0;
   if (!grow(a.rate, -static_cast<double>(a.nper), w)) return kCannotBeComputed;
   a.pv_out = -a.fv_in * (w + 1.0) + w * a.pmt * a.advance() / a.rate;
   return kDone;
 }
 
-Outcome zComputePMT(AnnuityRecord& a) noexcept {
+CalcStatus zComputePMT(AnnuityRecord& a) noexcept {
   double v = 0.0;
   if (!grow(a.rate, a.nper, v)) return kCannotBeComputed;
   const double p = -a.rate * ((v + 1.0) * a.pv + a.fv_in) / v;
@@ -74,7 +73,7 @@ Outcome zComputePMT(AnnuityRecord& a) noexcept {
 }
 
 // The interest of period `per`, from a payment that is known unless the period is the first.
-Outcome find_interest(AnnuityRecord& a) noexcept {
+CalcStatus find_interest(AnnuityRecord& a) noexcept {
   if (a.per == 1) {
     a.ipmt = a.pays_at_start() ? 0.0 : -a.pv * a.rate;
     return kDone;
@@ -86,12 +85,12 @@ Outcome find_interest(AnnuityRecord& a) noexcept {
   return kDone;
 }
 
-Outcome zComputeIPMT(AnnuityRecord& a) noexcept {
+CalcStatus zComputeIPMT(AnnuityRecord& a) noexcept {
   if (a.per != 1 && zComputePMT(a) != kDone) return kCannotBeComputed;
   return find_interest(a);
 }
 
-Outcome zComputePPMT(AnnuityRecord& a) noexcept {
+CalcStatus zComputePPMT(AnnuityRecord& a) noexcept {
   if (zComputePMT(a) != kDone || find_interest(a) != kDone) return kCannotBeComputed;
   a.ppmt = a.pmt - a.ipmt;
   return kDone;
@@ -133,7 +132,7 @@ bool sum_shares(Run run, double& sum, Pay&& pay) noexcept {
          walk(counted, kLongestWalk, count, sum_stays);
 }
 
-Outcome zComputeCUMIPMT(AnnuityRecord& a) noexcept {
+CalcStatus zComputeCUMIPMT(AnnuityRecord& a) noexcept {
   if (zComputePMT(a) != kDone) return kCannotBeComputed;
   const bool is_done = sum_shares(run_of(a), a.cumipmt, [&](double& balance) {
     const double interest = a.rate * balance;
@@ -143,7 +142,7 @@ Outcome zComputeCUMIPMT(AnnuityRecord& a) noexcept {
   return is_done ? kDone : kCannotBeComputed;
 }
 
-Outcome zComputeCUMPRINC(AnnuityRecord& a) noexcept {
+CalcStatus zComputeCUMPRINC(AnnuityRecord& a) noexcept {
   if (zComputePMT(a) != kDone) return kCannotBeComputed;
   if (a.pays_at_start() && a.start_period == 1) a.cumprinc = a.pmt;
   const bool is_done = sum_shares(run_of(a), a.cumprinc, [&](double& balance) {
@@ -199,7 +198,7 @@ std::int32_t ComputeF_RATE(NewtonControl& control) noexcept {
   return kDone;
 }
 
-Outcome zComputeRATE(AnnuityRecord& a) noexcept {
+CalcStatus zComputeRATE(AnnuityRecord& a) noexcept {
   const double pv = a.pv_out;
   if (!(std::fabs(a.pmt) > 0.0)) {
     // No payments: pv grows to fv, which is accepted with the same sign, not with the opposite.
@@ -227,7 +226,7 @@ void read_type(Reader& in, std::int64_t slot, AnnuityRecord& a) noexcept {
   in.require(a.type <= 1, slot);
 }
 
-Status answer(Reader& in, AnnuityRecord& a, Outcome (*calculate)(AnnuityRecord&) noexcept,
+Status answer(Reader& in, AnnuityRecord& a, CalcStatus (*calculate)(AnnuityRecord&) noexcept,
               double AnnuityRecord::*field) noexcept {
   if (!in.ok()) return in.status();
   return calculate(a) == kDone ? in.store(a.*field) : in.fail();

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "frame/reader.h"
+#include "call/reader.h"
 #include "numeric/elementary.h"
 
 namespace vxfnc::tvm {

@@ -1,7 +1,7 @@
 // What the shared object exports besides the dispatchers: C linkage, 64-bit answers, 0 for success.
 #pragma once
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 
 #pragma GCC visibility push(default)
 extern "C" {

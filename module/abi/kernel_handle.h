@@ -1,7 +1,7 @@
 // The module's one mutable global: the kernel handle, recorded at load and null before.
 #pragma once
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 
 #pragma GCC visibility push(default)
 extern "C" {

@@ -1,8 +1,8 @@
-#include "frame/working_storage.h"
+#include "call/working_storage.h"
 
 #include <cstdlib>
 
-#include "frame/kernel_handle.h"
+#include "abi/kernel_handle.h"
 
 namespace vxfnc {
 

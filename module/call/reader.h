@@ -9,10 +9,10 @@
 #include <cmath>
 #include <cstdint>
 
+#include "abi/kernel_records.h"
 #include "calendar/basis.h"
 #include "calendar/calendar.h"
-#include "frame/characters.h"
-#include "frame/kernel_records.h"
+#include "call/characters.h"
 
 namespace vxfnc {
 

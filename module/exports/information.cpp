@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "build_information.h"
-#include "frame/entry.h"
+#include "exports/entry.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // The module's entry points, its instance, its function list and the journal forwarders.
-#include "frame/entry.h"
+#include "exports/entry.h"
 
 #include <cstring>
 #include <iterator>
 
-#include "frame/dispatch.h"
-#include "frame/kernel_handle.h"
+#include "abi/kernel_handle.h"
+#include "exports/dispatch.h"
 
 vxfnc::KernelServices* Exported_VXHandle = nullptr;
 

@@ -3,10 +3,10 @@
 #include <optional>
 
 #include "calendar/host_dates.h"
+#include "call/reader.h"
 #include "coupons/schedule.h"
-#include "frame/reader.h"
 
-namespace vxfnc::coupons {
+namespace vxfnc::securities {
 namespace {
 
 struct DayNumbers {
@@ -110,4 +110,4 @@ Status fnc_COUPNCD(Reader& in) noexcept { return answer_up_to_maturity(in, zComp
 Status fnc_COUPNUM(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPNUM); }
 Status fnc_COUPPCD(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPPCD); }
 
-}  // namespace vxfnc::coupons
+}  // namespace vxfnc::securities

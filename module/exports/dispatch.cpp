@@ -1,10 +1,10 @@
 // Keyword dispatch: normalise the keyword, find its row, check the count, call the handler.
-#include "frame/dispatch.h"
+#include "exports/dispatch.h"
 
 #include <algorithm>
 #include <type_traits>
 
-#include "frame/keywords.h"
+#include "exports/keywords.h"
 
 #define VXFNC_DECLARE(word, least, most, family) \
   namespace vxfnc::family {                      \

@@ -1,5 +1,5 @@
 // Refusals, and the day-count basis by number and by keyword.
-#include "frame/reader.h"
+#include "call/reader.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,8 +1,8 @@
 // YEARFRAC, the plainest user of the day counts.
 #include "calendar/day_count.h"
-#include "frame/reader.h"
+#include "call/reader.h"
 
-namespace vxfnc::calendar {
+namespace vxfnc::securities {
 
 // YEARFRAC(start, end [, basis])
 // An end date on the 31st counts as the 31st under basis 0: 30 January to 31 March is 61 days.
@@ -19,4 +19,4 @@ Status fnc_YEARFRAC(Reader& in) noexcept {
   return years < 0.0 ? in.fail() : in.store(years);
 }
 
-}  // namespace vxfnc::calendar
+}  // namespace vxfnc::securities

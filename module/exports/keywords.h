@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "frame/reader.h"
+#include "call/reader.h"
 
 namespace vxfnc {
 
@@ -20,12 +20,12 @@ inline constexpr std::int32_t kNoBound = 0;
   ROW(ACCRINTM,    5, 6, securities)      \
   ROW(AMORDEGRC,   7, 8, depreciation)    \
   ROW(AMORLINC,    7, 8, depreciation)    \
-  ROW(COUPDAYBS,   4, 5, coupons)         \
-  ROW(COUPDAYS,    4, 5, coupons)         \
-  ROW(COUPDAYSNC,  4, 5, coupons)         \
-  ROW(COUPNCD,     4, 5, coupons)         \
-  ROW(COUPNUM,     4, 5, coupons)         \
-  ROW(COUPPCD,     4, 5, coupons)         \
+  ROW(COUPDAYBS,   4, 5, securities)      \
+  ROW(COUPDAYS,    4, 5, securities)      \
+  ROW(COUPDAYSNC,  4, 5, securities)      \
+  ROW(COUPNCD,     4, 5, securities)      \
+  ROW(COUPNUM,     4, 5, securities)      \
+  ROW(COUPPCD,     4, 5, securities)      \
   ROW(CUMIPMT,     6, 7, tvm)             \
   ROW(CUMPRINC,    6, 7, tvm)             \
   ROW(DB,          5, 6, depreciation)    \
@@ -66,7 +66,7 @@ inline constexpr std::int32_t kNoBound = 0;
   ROW(VDB,         6, 8, depreciation)    \
   ROW(XIRR,        2, kNoBound, cashflow) \
   ROW(XNPV,        2, kNoBound, cashflow) \
-  ROW(YEARFRAC,    3, 4, calendar)        \
+  ROW(YEARFRAC,    3, 4, securities)      \
   ROW(YIELD,       7, 8, securities)      \
   ROW(YIELDDISC,   5, 6, securities)      \
   ROW(YIELDMAT,    6, 7, securities)

@@ -1,7 +1,7 @@
 // The dispatchers: one evaluation of FINANCE (wide characters) and of FINANCE# (byte strings).
 #pragma once
 
-#include "frame/kernel_records.h"
+#include "abi/kernel_records.h"
 
 #pragma GCC visibility push(default)
 extern "C" {
