@@ -1,7 +1,9 @@
 // Loading a module, and what it says of itself.
 #include <dlfcn.h>
+#include <sys/auxv.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <filesystem>
@@ -32,9 +34,11 @@ std::string path_of_module() {
   namespace fs = std::filesystem;
   Dl_info self{};
   ::dladdr(reinterpret_cast<const void*>(&path_of_module), &self);
-  // A program is named as it was called, which may be a word that the shell looked up.
-  const bool is_program = std::string_view(self.dli_fname).find('/') == std::string_view::npos;
-  const fs::path own = is_program ? "/proc/self/exe" : fs::absolute(self.dli_fname);
+  const char* name = self.dli_fname;
+  if (std::string_view(name) == program_invocation_name) {  // which may be a word for the shell
+    name = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+  }
+  const fs::path own = fs::absolute(name);
   std::error_code error;
   for (const fs::path& place : {own, fs::canonical(own, error)}) {
     for (const char* const folder :

@@ -1,11 +1,9 @@
 // The command `finance`: evaluates calls of the host function FINANCE, one by one, over tables and
 // in the pipes of engines. Results go to standard output, everything else to standard error.
 #include <fcntl.h>
-#include <sys/auxv.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -55,15 +53,9 @@ constexpr const char* kFooter =
     "command\n"
     "line or a file is at fault, 3 some rows or calls failed.";
 
-// The module beside this command: ../lib/vxfnc.so from the folder it stands in.
-std::string default_module() {
-  const auto command = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
-  return std::filesystem::canonical(command).parent_path().parent_path() / "lib" / "vxfnc.so";
-}
-
 struct Options {
-  std::string calls;  // the file of --calls
-  std::string module = default_module();
+  std::string calls;        // the file of --calls
+  std::string module;       // the file of --module
   std::string described;    // the keyword of --describe
   std::string definitions;  // the engine of --definitions
   bool lists = false;

@@ -34,7 +34,7 @@ struct DatedFlowRecord {
   [[nodiscard]] double years(std::int32_t k) const noexcept { return days_from(0, k) / 365.0; }
 };
 
-enum CalcStatus : std::int32_t { kDone = 0, kNoRoot = 1, kNoStart = 2 };
+enum XirrStatus : std::int32_t { kDone = 0, kNoRoot = 1, kNoStart = 2 };
 
 void zComputeXNPV(DatedFlowRecord& flows) noexcept {
   const double d = 1.0 / (1.0 + flows.rate);
@@ -81,7 +81,7 @@ bool has_both_signs(const DatedFlowRecord& flows) noexcept {
          std::any_of(flows.amounts, end, [](double amount) { return amount > 0.0; });
 }
 
-CalcStatus zComputeXIRR(DatedFlowRecord& flows) noexcept {
+XirrStatus zComputeXIRR(DatedFlowRecord& flows) noexcept {
   if (!has_both_signs(flows)) return kNoRoot;
   constexpr double kLowStart = -0.9;
   if (solve_from(flows, flows.rate_given != 0 ? flows.rate : 0.0)) return kDone;
