@@ -10,7 +10,7 @@
 
 #include "hosts/cli/io/output.h"
 #include "hosts/cli/io/records.h"
-#include "hosts/cli/single_call.h"
+#include "hosts/call/checked_call.h"
 
 namespace cli {
 namespace {
