@@ -22,10 +22,10 @@
 #include <vector>
 
 #include "abi/kernel_records.h"
+#include "bench/rows.h"
+#include "bench/table.h"
 #include "exports/keywords.h"
-#include "rows.h"
-#include "services.h"
-#include "table.h"
+#include "kernel/services.h"
 
 namespace {
 

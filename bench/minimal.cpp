@@ -1,4 +1,4 @@
-#include "minimal.h"
+#include "bench/minimal.h"
 
 #include <algorithm>
 #include <cmath>

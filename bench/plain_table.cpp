@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "minimal.h"
+#include "bench/minimal.h"
 
 namespace {
 

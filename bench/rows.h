@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "minimal.h"
+#include "bench/minimal.h"
 
 struct Row {
   std::string keyword;
