@@ -65,11 +65,11 @@ std::string Keyword::function_name() const {
   return name;
 }
 
-std::size_t Keyword::least() const noexcept {
+std::size_t Keyword::min_args() const noexcept {
   return number_of(Presence::kRequired) + number_of(Presence::kRepeated);
 }
 
-std::size_t Keyword::most() const noexcept { return number_of_lists() > 0 ? kNoBound : size_; }
+std::size_t Keyword::max_args() const noexcept { return number_of_lists() > 0 ? kNoBound : size_; }
 
 bool Keyword::pairs_up(std::size_t count) const noexcept {
   const std::size_t lists = number_of_lists();

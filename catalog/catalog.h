@@ -71,17 +71,17 @@ struct Argument {
   std::string_view meaning;  // a phrase, with the unit: "yearly coupon rate, a fraction of par"
   Presence presence = Presence::kRequired;
   std::string_view fallback = {};  // of an optional one: what holds when it is left out
-  std::array<Bound, 3> held_to{};
+  std::array<Bound, 3> bound_list{};
   std::size_t bound_count = 0;
 
   // In the order in which the module looks at them.
   [[nodiscard]] constexpr std::span<const Bound> bounds() const noexcept {
-    return {held_to.data(), bound_count};
+    return {bound_list.data(), bound_count};
   }
 
   [[nodiscard]] constexpr Argument bound(const Bound& condition) const {
     Argument argument = *this;
-    argument.held_to[argument.bound_count++] = condition;
+    argument.bound_list[argument.bound_count++] = condition;
     return argument;
   }
   [[nodiscard]] constexpr Argument above(double value) const {
@@ -173,8 +173,8 @@ class Keyword {
   // What engines that have no keywords call it: "finance_price".
   [[nodiscard]] std::string function_name() const;
   // How many arguments a call may have, the keyword not counted.
-  [[nodiscard]] std::size_t least() const noexcept;
-  [[nodiscard]] std::size_t most() const noexcept;  // kNoBound: any number
+  [[nodiscard]] std::size_t min_args() const noexcept;
+  [[nodiscard]] std::size_t max_args() const noexcept;  // kNoBound: any number
   // False when so many arguments cannot make lists of one length.
   [[nodiscard]] bool pairs_up(std::size_t count) const noexcept;
   // What stands at a position, counted from 1, of a call with `count` arguments; null beyond the

@@ -71,11 +71,11 @@ int vxk_keyword(int32_t index, vxk_keyword_info* info) {
   if (index < 0 || index >= vxk_keyword_count()) return 0;
   const catalog::Keyword& keyword = catalog::keywords()[static_cast<std::size_t>(index)];
   const catalog::Description& words = keyword.description;
-  const std::size_t most = keyword.most();
+  const std::size_t most = keyword.max_args();
   return fill(info, {.size = 0,
                      .result_kind = static_cast<int32_t>(keyword.result),
                      .arguments = static_cast<int32_t>(keyword.arguments().size()),
-                     .min_arguments = static_cast<int32_t>(keyword.least()),
+                     .min_arguments = static_cast<int32_t>(keyword.min_args()),
                      .max_arguments = most == catalog::kNoBound ? -1 : static_cast<int32_t>(most),
                      .reserved = 0,
                      .name = text(keyword.word),

@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto keyword =
       in.ConsumeIntegralInRange(0, 7) > 0 ? harness::text(row.word) : text(in, ascii);
   const auto right =
-      std::min(row.most(), row.least() + in.ConsumeIntegralInRange<std::size_t>(0, 3));
+      std::min(row.max_args(), row.min_args() + in.ConsumeIntegralInRange<std::size_t>(0, 3));
   std::vector<harness::Argument> arguments(
       in.ConsumeBool() ? right : in.ConsumeIntegralInRange<std::size_t>(0, 399));
   for (std::size_t i = 0; i < arguments.size(); ++i)

@@ -60,7 +60,7 @@ TEST(Catalog, ExamplesAndBoundsAgreeWithTheModule) {
       trial.call.push_back(cli::value_of(word).argument());
     const double value = cli::value_of(text.value).number;
     EXPECT_NEAR(kernel.evaluate("FINANCE", keyword.word, trial.call).value / value, 1, 1e-9);
-    if (keyword.most() != catalog::kNoBound) trial.call.resize(keyword.most(), 1.0);
+    if (keyword.max_args() != catalog::kNoBound) trial.call.resize(keyword.max_args(), 1.0);
     for (const catalog::Argument& argument : keyword.arguments()) {
       EXPECT_FALSE(argument.meaning.empty() || argument.meaning.ends_with('.')) << argument.name;
       if (argument.kind == kBasis || trial.position(argument.name) == 0) continue;

@@ -14,10 +14,10 @@ TEST(Keywords, TheCatalogueHasTheSameRowsAndCounts) {
     const catalog::Keyword& keyword = catalog::keywords()[i];
     const bool any_number = row.maximum == kNoBound;
     EXPECT_EQ(keyword.word, row.name);
-    EXPECT_EQ(row.minimum, any_number ? 2 : static_cast<int>(keyword.least()) + 1) << row.name;
-    EXPECT_GE(keyword.least(), 1u) << row.name;
+    EXPECT_EQ(row.minimum, any_number ? 2 : static_cast<int>(keyword.min_args()) + 1) << row.name;
+    EXPECT_GE(keyword.min_args(), 1u) << row.name;
     EXPECT_EQ(any_number ? catalog::kNoBound : static_cast<std::size_t>(row.maximum) - 1,
-              keyword.most());
+              keyword.max_args());
   }
 }
 

@@ -28,10 +28,10 @@ std::string expected(ArgumentKind kind) {
   return fmt::format("must be {}", catalog::kBasisRange);
 }
 
-std::string counted(std::size_t least, std::size_t most) {
-  if (most == catalog::kNoBound) return fmt::format("{} or more arguments", least);
-  if (most == least) return fmt::format("{} arguments", least);
-  return fmt::format("{} {} {} arguments", least, most == least + 1 ? "or" : "to", most);
+std::string argument_counts(std::size_t min, std::size_t max) {
+  if (max == catalog::kNoBound) return fmt::format("{} or more arguments", min);
+  if (max == min) return fmt::format("{} arguments", min);
+  return fmt::format("{} {} {} arguments", min, max == min + 1 ? "or" : "to", max);
 }
 
 // The keyword's lists are not of one length.
@@ -48,8 +48,9 @@ std::string unpaired(const catalog::Keyword& keyword) {
 
 std::optional<std::string> CheckedCall::arity_error(const catalog::Keyword& keyword,
                                                     std::size_t count) {
-  if (count < keyword.least() || count > keyword.most()) {
-    return fmt::format("takes {}, not {}", counted(keyword.least(), keyword.most()), count);
+  if (count < keyword.min_args() || count > keyword.max_args()) {
+    return fmt::format("takes {}, not {}", argument_counts(keyword.min_args(), keyword.max_args()),
+                       count);
   }
   if (!keyword.pairs_up(count)) return unpaired(keyword);
   return std::nullopt;

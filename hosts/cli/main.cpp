@@ -137,7 +137,7 @@ char delimiter_of(const std::string& word) {
   return word[0];
 }
 
-void add_options(CLI::App& app, Options& options) {
+void add_general_options(CLI::App& app, Options& options) {
   app.add_option("--calls", options.calls,
                  "Evaluate one call a line from FILE, - for standard input")
       ->type_name("FILE");
@@ -164,30 +164,35 @@ void add_options(CLI::App& app, Options& options) {
          "What a row that fails becomes: null (default), text, skip or fail")
       ->type_name("HOW")
       ->check(CLI::IsMember({"null", "text", "skip", "fail"}).description(""));
+}
 
+void add_table_options(CLI::App& app, Options& options) {
   constexpr const char* kTables = "Tables";
   cli::TableJob& table = options.table;
-  app.add_option("-e", table.expressions, "Append a column with the value of an expression")
+  app.add_option("-e,--expression", table.expressions,
+                 "Append a column with the value of an expression")
       ->type_name("'NAME = EXPRESSION'")
       ->allow_extra_args(false)
       ->group(kTables);
-  app.add_option("-i", table.input, "Read CSV from FILE; standard input where it is left out, or -")
+  app.add_option("-i,--input", table.input,
+                 "Read CSV from FILE; standard input where it is left out, or -")
       ->type_name("FILE")
       ->group(kTables);
-  app.add_option("-o", table.output, "Write to FILE, which appears whole or not at all")
+  app.add_option("-o,--output", table.output, "Write to FILE, which appears whole or not at all")
       ->type_name("FILE")
       ->check([](const std::string& file) { return file.empty() ? "must name a file" : ""; })
       ->group(kTables);
   const std::map<std::string, cli::Format> formats = {
       {"csv", cli::Format::kCsv}, {"tsv", cli::Format::kTsv}, {"ndjson", cli::Format::kNdjson}};
   app.add_option_function<std::string>(
-         "-t", [&table, formats](const std::string& word) { table.format = formats.at(word); },
+         "-t,--to", [&table, formats](const std::string& word) { table.format = formats.at(word); },
          "Write csv (default), tsv or ndjson")
       ->type_name("TYPE")
       ->check(CLI::IsMember({"csv", "tsv", "ndjson"}).description(""))
       ->group(kTables);
   app.add_option_function<std::string>(
-         "-d", [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
+         "-d,--delimiter",
+         [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
          "What separates the cells of CSV, instead of a comma; tab for a tab")
       ->type_name("CHARACTER")
       ->group(kTables);
@@ -196,12 +201,14 @@ void add_options(CLI::App& app, Options& options) {
       ->delimiter(',')
       ->allow_extra_args(false)
       ->group(kTables);
-  app.add_option("-j", options.workers,
+  app.add_option("-j,--jobs", options.workers,
                  "Work on N threads, instead of as many as there are processors")
       ->type_name("N")
       ->check(CLI::Range(1, 1024).description(""))
       ->group(kTables);
+}
 
+void add_engine_options(CLI::App& app, Options& options) {
   constexpr const char* kEngines = "Engines";
   app.add_option(
          "--filter", options.filter.keyword,
@@ -298,7 +305,9 @@ int run(int argc, char** argv) {
   app.footer(kFooter);
   app.prefix_command();
   Options options;
-  add_options(app, options);
+  add_general_options(app, options);
+  add_table_options(app, options);
+  add_engine_options(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {

@@ -64,7 +64,7 @@ const char* type_of(catalog::ArgumentKind kind) {
   }
 }
 
-bool has_lists(const catalog::Keyword& keyword) { return keyword.most() == catalog::kNoBound; }
+bool has_lists(const catalog::Keyword& keyword) { return keyword.max_args() == catalog::kNoBound; }
 
 void write_aggregate(const host::FlowAggregate& aggregate) {
   const std::string parameters = std::string(aggregate.has_rate ? "rate float8, " : "") +
@@ -103,7 +103,7 @@ void write_function(const catalog::Keyword& keyword, std::size_t count, const ch
 // One function for each number of arguments, since one that is left out is not one that is NULL;
 // and one for each way to say a basis.
 void write_functions(const catalog::Keyword& keyword) {
-  for (std::size_t count = keyword.least(); count <= keyword.most(); ++count) {
+  for (std::size_t count = keyword.min_args(); count <= keyword.max_args(); ++count) {
     write_function(keyword, count, "text");
     if (keyword.argument_at(count, count)->kind == catalog::ArgumentKind::kBasis) {
       write_function(keyword, count, "float8");
