@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -97,13 +98,19 @@ int vxk_argument(int32_t index, int32_t argument, vxk_argument_info* info) {
   const auto arguments = catalog::keywords()[keyword].arguments();
   if (position >= arguments.size()) return 0;
   const catalog::Argument& known = arguments[position];
+  const char* range = "";
+  try {
+    range = ranges()[keyword][position].c_str();
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
   return fill(info, {.size = 0,
                      .kind = static_cast<int32_t>(known.kind),
                      .presence = static_cast<int32_t>(known.presence),
                      .reserved = 0,
                      .name = text(known.name),
                      .meaning = text(known.meaning),
-                     .range = ranges()[keyword][position].c_str(),
+                     .range = range,
                      .default_text = text(known.fallback),
                      .default_value = default_of(known)});
 }

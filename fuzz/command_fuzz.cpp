@@ -8,11 +8,11 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "call.h"
-#include "expression.h"
-#include "lines.h"
-#include "output.h"
-#include "records.h"
+#include "hosts/cli/expression/expression.h"
+#include "hosts/cli/io/output.h"
+#include "hosts/cli/io/records.h"
+#include "hosts/cli/io/tsv.h"
+#include "hosts/cli/single_call.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ void try_call(const vxkernel::Kernel& kernel, const std::string& line) {
     demand(value.is_text() ? text == word : same(cli::value_of_cell(text).number, value.number));
   }
   if (words.empty()) return;
-  const cli::Outcome outcome = cli::evaluate(kernel, words);
+  const cli::SingleResult outcome = cli::evaluate(kernel, words);
   demand(json_of(outcome, words).starts_with("{\"keyword\":"));
   demand(!outcome.text.empty() && is_one_line(outcome.text));
 }
@@ -73,12 +73,25 @@ void try_table(const std::string& text) {
 
 void try_expression(const vxkernel::Kernel& kernel, const std::string& text) {
   try {
-    cli::Evaluator evaluator{.kernel = kernel,
+    cli::BoundCalls calls(kernel);
+    std::size_t count = 0;
+    cli::Evaluator evaluator{.calls = calls,
                              .values = {{.number = 2.5}, cli::value_of("2031-05-15")}};
-    const cli::Expression expression = parse(text, cli::Columns({"a", "b"}));
+    const cli::Expression expression = parse(text, cli::Columns({"a", "b"}), count);
     evaluator.begin(true);
     expression.root->evaluate(evaluator);
-    demand(evaluator.failed || evaluator.complaint.empty());
+    demand(evaluator.failed || evaluator.message.empty());
+    // By columns, a row that is not special has the same result.
+    cli::BlockEvaluator block{.calls = calls, .rows = 2};
+    block.columns = {{.numbers = {2.5, 2.5}}, {.numbers = {26067, 26067}}};
+    block.columns[1].kind = cli::BlockColumn::Kind::kDate;
+    block.is_special = {0, 0};
+    evaluator.begin(false);
+    const cli::Value alone = expression.root->evaluate(evaluator);
+    const cli::BlockColumn* const column = expression.root->evaluate(block);
+    if (column == nullptr || block.is_special[1] != 0) return;
+    demand(!evaluator.failed && same(column->at(1), alone.number) &&
+           (column->kind == cli::BlockColumn::Kind::kDate) == alone.is_date());
   } catch (const cli::SyntaxError& error) {
     demand(error.at <= text.size() && error.length > 0);
   }

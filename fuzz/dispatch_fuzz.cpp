@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "catalog.h"
-#include "harness.h"
+#include "catalog/catalog.h"
+#include "tests/harness.h"
 
 namespace {
 

@@ -91,11 +91,11 @@ class FrameRecord {
   return marked;
 }
 
-int failed(vxfnc::FinanceCall* record, int status, std::int32_t* argument) noexcept {
+int failed(vxfnc::FinanceCall* record, std::int32_t* argument) noexcept {
   const std::int32_t marked = take_mark(record);
   if (argument != nullptr) *argument = std::max(marked, 0);
   if (was_storage_refused()) return VXK_OUT_OF_MEMORY;
-  return marked == 0 ? VXK_NO_KEYWORD : status;
+  return marked == 0 ? VXK_NO_KEYWORD : VXK_FAILED;
 }
 
 }  // namespace
@@ -139,7 +139,7 @@ int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* 
   const auto status = static_cast<int>(dispatcher(record, &value, call_environment()));
   if (status != VXK_OK) [[unlikely]] {
     *result = vxfnc::MISSING;
-    return failed(record, status, argument);
+    return failed(record, argument);
   }
   *result = value;
   if (argument != nullptr) *argument = 0;
@@ -166,8 +166,8 @@ vxk_call::vxk_call(const vxk_call& other)
 void vxk_call::resize(std::size_t count) {
   constexpr std::size_t kWordsPerSlot = sizeof(vxfnc::ArgumentSlot) / sizeof(std::uint64_t);
   texts.resize(count);
-  numbers.resize(count, vxfnc::MISSING);
   storage.resize(vxfnc::kFirstSlotOffset / sizeof(std::uint64_t) + kWordsPerSlot * (count + 1));
+  numbers.resize(count, vxfnc::MISSING);  // last: slots point into it, and size() is its size
   record()->count = static_cast<std::int32_t>(count + 1);
   record()->slots()[0] = {vxfnc::kStringArgument, 0, keyword.value()};
   for (std::size_t i = 0; i < count; ++i) {
@@ -219,8 +219,11 @@ int vxk_prepare(const vxk_kernel* kernel, const char* function, const char* keyw
   };
   const Function* const entry = kernel->find(function);
   if (entry == nullptr) return fail(VXK_NO_FUNCTION, "the module has no function %s", function);
-  if (count < 0 || count > kMaxArguments || std::strlen(keyword) > VXK_MAX_TEXT) {
-    return fail(VXK_BAD_PARAMETER, "%.20s: too many arguments, or too long a keyword", keyword);
+  if (std::strlen(keyword) > VXK_MAX_TEXT) {
+    return fail(VXK_TEXT_TOO_LONG, "%.20s...: the keyword is too long", keyword);
+  }
+  if (count < 0 || count > kMaxArguments) {
+    return fail(VXK_BAD_PARAMETER, "%s: the number of arguments is out of its range", keyword);
   }
   try {
     auto bound = std::make_unique<vxk_call>(*entry, keyword, static_cast<std::size_t>(count));

@@ -9,7 +9,6 @@
 #include <limits>
 #include <numeric>
 #include <span>
-#include <system_error>
 #include <thread>
 
 #include "kernel/internal.h"
@@ -21,6 +20,8 @@ constexpr std::int64_t kRowsAtOnce = 256;  // that are read into doubles before 
 constexpr std::int64_t kRowsPerChunk = 4096;  // that a thread takes at a time; a multiple of 64, as
 constexpr std::int64_t kGroupsPerChunk = 64;  // threads must not share a byte of a bitmap
 constexpr double kDayZeroOfDate32 = 3653;     // 1 January 1970
+constexpr double kDaysOfCalendar = 700000;    // either side of 1960: the years of four digits
+constexpr std::int64_t kMaxThreads = 256;
 constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
 
 bool is_missing(double value) noexcept { return value != value; }
@@ -59,10 +60,10 @@ const double* read(const vxk_column& column, std::int64_t row, std::int64_t coun
   }
   switch (column.type) {
     case VXK_FLOAT64:
-      convert<double>(from, column.stride, count, 0.0, buffer);
+      convert<double>(from, column.stride, count, -0.0, buffer);
       break;
     case VXK_FLOAT32:
-      convert<float>(from, column.stride, count, 0.0, buffer);
+      convert<float>(from, column.stride, count, -0.0, buffer);
       break;
     case VXK_INT64:
       convert<std::int64_t>(from, column.stride, count, 0.0, buffer);
@@ -84,12 +85,18 @@ const double* read(const vxk_column& column, std::int64_t row, std::int64_t coun
   return buffer;
 }
 
-// The columns of a caller, whose structures may be shorter or longer than ours.
+// The columns of a caller, whose structures may be shorter or longer than ours, but all of one
+// size. None where a size is wrong.
 std::vector<vxk_column> columns_of(const vxk_column* columns, std::size_t count) {
   std::vector<vxk_column> own;
+  constexpr std::size_t kMinSize = offsetof(vxk_column, is_list);
+  if (count > 0 && (columns == nullptr || columns->size < kMinSize || columns->size % 8 != 0)) {
+    return own;
+  }
   const auto* at = reinterpret_cast<const std::byte*>(columns);
   for (std::size_t i = 0; i < count; ++i) {
     own.push_back(sized(reinterpret_cast<const vxk_column*>(at)));
+    if (own.back().size != columns->size) return {};
     at += columns->size;
   }
   return own;
@@ -206,7 +213,7 @@ class Output {
 // ---- Many threads ------------------------------------------------------------------------------
 
 bool is_cancelled(const vxk_options& options) noexcept {
-  return options.cancel != nullptr && *options.cancel != 0;
+  return options.cancel != nullptr && __atomic_load_n(options.cancel, __ATOMIC_RELAXED) != 0;
 }
 
 // Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false
@@ -239,7 +246,7 @@ int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
     std::vector<std::jthread> threads;
     try {
       for (std::size_t i = 1; i < workers.size(); ++i) threads.emplace_back(work, i);
-    } catch (const std::system_error&) {  // go on with what there is
+    } catch (const std::exception&) {  // go on with what there is
     }
     work(0);
   }
@@ -250,7 +257,8 @@ int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
 
 std::size_t thread_count(const vxk_options& options, std::int64_t rows, std::int64_t chunk) {
   const std::int64_t useful = std::max<std::int64_t>((rows + chunk - 1) / chunk, 1);
-  return static_cast<std::size_t>(std::clamp<std::int64_t>(options.threads, 1, useful));
+  return static_cast<std::size_t>(
+      std::clamp<std::int64_t>(options.threads, 1, std::min(useful, kMaxThreads)));
 }
 
 // ---- Columns -----------------------------------------------------------------------------------
@@ -265,7 +273,10 @@ class ColumnWorker {
         results_(&results),
         options_(&options) {
     for (std::size_t i = 0; i < columns.size(); ++i) {
-      if (columns[i].values == nullptr) continue;
+      if (columns[i].values == nullptr) {
+        is_always_missing_ |= call_->texts[i] == nullptr && is_missing(call_->numbers[i]);
+        continue;
+      }
       if (columns[i].stride == 0) {
         double value = 0.0;
         call_->set_number(i, *read(columns[i], 0, 1, &value));
@@ -377,6 +388,9 @@ class ListWorker {
     const std::vector<vxk_column>& columns = *columns_;
     const std::int64_t first = offsets_[group];
     const auto flows = static_cast<std::size_t>(offsets_[group + 1] - first);
+    if (flows > static_cast<std::size_t>(kMaxSlots)) {
+      return output.fail({group, VXK_OUT_OF_MEMORY, 0});
+    }
     for (std::size_t k = 0; k < columns.size(); ++k) {
       const bool is_list = columns[k].is_list != 0;
       values_[k].resize(is_list ? flows : 1);
@@ -476,7 +490,7 @@ class ListWorker {
     const double earliest = *low;
     const double span = *high - earliest;
     const auto all = std::span(dates).first(count);
-    if (span > 4.0 * static_cast<double>(count) + 1024.0 ||
+    if (!(span <= 4.0 * static_cast<double>(count) + 1024.0) ||
         !std::ranges::all_of(all, [](double date) { return date == std::trunc(date); })) {
       std::iota(order_.begin(), order_.end(), std::size_t{0});
       std::ranges::stable_sort(order_, {}, [&dates](std::size_t i) { return dates[i]; });
@@ -509,7 +523,7 @@ std::string shown(const vxk_column& column, std::int64_t row) {
   value = *read(column, row, 1, &value);
   if (is_missing(value)) return "missing";
   char text[64];
-  if (column.type == VXK_DATE32) {
+  if (column.type == VXK_DATE32 && std::fabs(value) < kDaysOfCalendar) {
     using namespace std::chrono;
     const year_month_day date{sys_days{days{static_cast<int>(value - kDayZeroOfDate32)}}};
     std::snprintf(text, sizeof text, "invalid: %04d-%02u-%02u", static_cast<int>(date.year()),
@@ -560,7 +574,11 @@ int evaluate(std::int64_t rows, std::int64_t chunk, const vxk_options* given, vx
   std::vector<vxk_column> own;
   try {
     own = columns_of(columns, count);
-    if (rows >= 0 && is_valid(own, options)) {
+    const bool is_sound = rows >= 0 && own.size() == count && options.threads >= 0 &&
+                          options.date_list >= 0 && options.min_flows >= 0;
+    if (is_sound && rows == 0) {
+      status = VXK_OK;
+    } else if (is_sound && is_valid(own, options)) {
       std::vector<Worker> workers;
       const std::size_t threads = thread_count(options, rows, chunk);
       workers.reserve(threads);

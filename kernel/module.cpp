@@ -47,7 +47,7 @@ std::string path_of_module() {
       if (fs::exists(file, error)) return file.lexically_normal().string();
     }
   }
-  throw LoadError("cannot find the module vxfnc.so by the place of " + own.string());
+  return (own.parent_path() / "vxfnc.so").string();  // so that the error names a place
 }
 
 std::unique_ptr<void, int (*)(void*)> open_library(const std::string& path) {
@@ -90,8 +90,8 @@ std::string ascii(const vxfnc::WideChar* name) {
 void load(vxk_kernel& kernel, const std::string& path) {
   static std::mutex one_load_at_a_time;
   const std::lock_guard lock(one_load_at_a_time);
-  const auto require = [&path](bool holds, const std::string& reason) {
-    if (!holds) throw LoadError(path + ' ' + reason);
+  const auto require = [&path](bool holds, std::string_view reason) {
+    if (!holds) throw LoadError(path + ' ' + std::string(reason));
   };
 
   kernel.library = open_library(path);

@@ -17,7 +17,8 @@
  *
  * Structures begin with their size in bytes, which the caller sets (sizeof): a later interface adds
  * members at the end, and takes the shorter structures of older callers. An output structure is
- * filled as far as its size says. Members named "reserved" must be 0.
+ * filled as far as its size says. The structures of an array have one size. Members named "reserved"
+ * must be 0. vxk_error, which is part of a report, keeps its size.
  *
  * Errors. A function that can fail returns a vxk_status. It never throws, prints or ends the process.
  * A vxk_error pointer may be NULL.
@@ -144,11 +145,12 @@ VXK_API int vxk_copy(const vxk_call *call, vxk_call **copy);
 VXK_API void vxk_release(vxk_call *call);
 
 /* The numbers of the call's arguments, which the caller may write: argument 1 is at index 0. They
- * keep their values from one run to the next. The pointer is valid until vxk_release. */
+ * keep their values from one run to the next. An argument that is a text stays one until
+ * vxk_set_number. The pointer is valid until vxk_release. */
 VXK_API double *vxk_arguments(vxk_call *call);
 
 /* Makes an argument a text, which is copied, or a number again. An argument beyond the last fails
- * with VXK_BAD_PARAMETER. */
+ * with VXK_BAD_PARAMETER, a text of more than VXK_MAX_TEXT bytes with VXK_TEXT_TOO_LONG. */
 VXK_API int vxk_set_text(vxk_call *call, int32_t argument, const char *text, size_t length);
 VXK_API int vxk_set_number(vxk_call *call, int32_t argument, double number);
 
@@ -157,7 +159,7 @@ VXK_API int vxk_set_number(vxk_call *call, int32_t argument, double number);
  * it may be infinite or NaN. *argument (may be NULL) is as in vxk_error; 0 with VXK_OK. */
 VXK_API int vxk_run(vxk_call *call, double *result, int32_t *argument);
 
-/* The same with these numbers, as many as the call has arguments. */
+/* The same with these numbers, as many as the call has arguments. Texts of the call stay. */
 VXK_API int vxk_evaluate(vxk_call *call, const double *arguments, double *result,
                          int32_t *argument);
 
@@ -185,7 +187,8 @@ typedef struct vxk_column {
   int32_t reserved;
 } vxk_column;
 
-/* Where results go. Bits are numbered as in a column, from 0. */
+/* Where results go. Bits are numbered as in a column, from 0; the unused bits of the last byte become
+ * 0. */
 typedef struct vxk_results {
   uint32_t size;
   uint32_t reserved;
@@ -196,12 +199,14 @@ typedef struct vxk_results {
 
 typedef struct vxk_options {
   uint32_t size;
-  int32_t threads;         /* how many work, the caller's included; 0 and 1: the caller's alone */
+  int32_t threads;         /* how many work at most, the caller's included; 0 and 1: the caller's alone */
   int32_t stop_at_failure; /* 1: VXK_FAILED ends it at the first row that fails */
   int32_t date_list;       /* of lists, see there: the column of dates, from 1; 0: flows stay */
-  int32_t min_flows;       /* of lists: a group with fewer flows has a missing result; at least 1 */
+  int32_t min_flows;       /* of lists: a group with fewer flows, counted before flows of one date
+                              are added up, has a missing result; 0 and 1: a group without any */
   int32_t reserved;
-  const volatile int32_t *cancel; /* NULL, or a flag that is looked at before each row: not 0 ends it */
+  const volatile int32_t *cancel; /* NULL, or a flag, written atomically, that is read before each row:
+                                     not 0 ends it */
 } vxk_options;
 
 /* How it went. */
@@ -221,7 +226,8 @@ typedef struct vxk_report {
  * whatever is returned.
  *
  * Returns VXK_OK when all rows were evaluated, even if all of them fail; VXK_FAILED with
- * stop_at_failure when one fails, after which the results of that row and later ones are undefined;
+ * stop_at_failure when one fails, after which the results of that row and later ones are undefined and
+ * the report counts the rows that were evaluated;
  * VXK_CANCELLED, VXK_OUT_OF_MEMORY or VXK_BAD_PARAMETER, with results undefined. The call keeps the
  * arguments that it held for columns without values; the others are undefined. */
 VXK_API int vxk_evaluate_columns(vxk_call *call, const vxk_column *columns, int64_t rows,

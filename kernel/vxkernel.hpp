@@ -5,8 +5,8 @@
 //   sln[1] = 10000, sln[2] = 1000, sln[3] = 5;
 //   double depreciation = sln.run().value;  // 1800
 //
-// Only opening and preparing throw. What the functions do, their ranges and units are in
-// vxkernel.h.
+// Evaluating never throws; opening, preparing, copying and setting texts may. What the functions
+// do, their ranges and units are in vxkernel.h.
 #ifndef VXKERNEL_HPP
 #define VXKERNEL_HPP
 
@@ -35,7 +35,8 @@ class Span {
   template <std::size_t N>
   constexpr Span(const T (&values)[N]) noexcept : values_(values), count_(N) {}  // NOLINT
   template <class Container,
-            class = decltype(std::declval<const Container&>().data() - (const T*)nullptr)>
+            class = decltype(std::declval<const Container&>().data() -
+                             static_cast<const T*>(nullptr))>
   constexpr Span(const Container& values) noexcept  // NOLINT
       : values_(values.data()), count_(values.size()) {}
 
@@ -53,6 +54,8 @@ struct Argument : vxk_value {
   Argument(double value) noexcept : vxk_value{value, nullptr, 0} {}  // NOLINT: a list of values is
   Argument(std::string_view value) noexcept                          // a list of arguments
       : vxk_value{0.0, value.data() == nullptr ? "" : value.data(), value.size()} {}
+  Argument(const std::string& value) noexcept : Argument(std::string_view(value)) {}  // NOLINT
+  Argument(const char* value) noexcept : Argument(std::string_view(value)) {}         // NOLINT
   static Argument missing() noexcept { return std::numeric_limits<double>::quiet_NaN(); }
 };
 

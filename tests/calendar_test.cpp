@@ -4,9 +4,9 @@
 #include <chrono>
 #include <cmath>
 
+#include "abi/kernel_handle.h"
 #include "calendar/host_dates.h"
 #include "coupons/schedule.h"
-#include "abi/kernel_handle.h"
 
 namespace vxfnc {
 namespace {

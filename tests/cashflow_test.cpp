@@ -5,7 +5,7 @@
 
 #include <map>
 
-#include "plain_model.h"
+#include "tests/plain_model.h"
 
 namespace {
 
@@ -330,7 +330,7 @@ struct Calls : Generator {
     const std::string_view name = keyword.word;
     const std::size_t n = 1 + random() % 14, many = below(60) ? n : 98 + n;
     const bool is_dated = name[0] == 'X';
-    Values v = keyword.most() < 9 ? loan(keyword) : flows(many, below(3), is_dated);
+    Values v = keyword.max_args() < 9 ? loan(keyword) : flows(many, below(3), is_dated);
     if (is_dated && below(50) == 0) v.clear();  // no flow
     if (name.ends_with("NPV")) v.insert(v.begin(), below(9) ? some_rate() : of({-0.3, 0, -1, -2}));
     if (name == "MIRR" && below(9)) v.insert(v.end(), {some_rate(), some_rate()});

@@ -1,12 +1,13 @@
 // The catalogue against the loaded module: the module returns the values of the examples and
 // refuses what the bounds exclude.
-#include "catalog.h"
+#include "catalog/catalog.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 
-#include "call.h"
+#include "tests/arguments.h"
 
 namespace {
 
@@ -42,10 +43,31 @@ struct Trial {
     const auto [status, result, marked] = kernel.evaluate("FINANCE", keyword.word, other);
     const int own = static_cast<int>(position(argument.name));
     EXPECT_TRUE(broken == nullptr ? marked != own
-                                  : status == 120836 && marked == (broken->marks ? own : -1))
+                                  : status == VXK_FAILED && marked == (broken->marks ? own : 0))
         << argument.name << ", " << place << " is " << value << ": marks " << marked;
   }
 };
+
+// An optional argument with its default value gives the bits of a call without it.
+void expect_defaults(const Trial& trial, std::size_t given) {
+  const catalog::Keyword& keyword = trial.keyword;
+  const auto result = [&](const std::vector<vxkernel::Argument>& call) {
+    return std::bit_cast<std::uint64_t>(trial.kernel.evaluate("FINANCE", keyword.word, call).value);
+  };
+  const bool has_lists = keyword.max_args() == catalog::kNoBound;
+  auto call = trial.call;
+  call.resize(has_lists ? given : keyword.min_args(), 0.0);
+  const std::uint64_t without = result(call);
+  for (std::int32_t i = 1; i <= std::ssize(keyword.arguments()); ++i) {
+    vxk_argument_info info{};
+    info.size = sizeof info;
+    EXPECT_EQ(vxk_argument(vxk_find_keyword(keyword.word.data(), keyword.word.size()), i, &info),
+              1);
+    if (info.presence != VXK_OPTIONAL) continue;
+    call.emplace_back(info.default_value);
+    EXPECT_EQ(result(call), without) << info.name << " is " << info.default_value;
+  }
+}
 
 TEST(Catalog, ExamplesAndBoundsAgreeWithTheModule) {
   const vxkernel::Kernel kernel(VXFNC_MODULE);
@@ -56,11 +78,12 @@ TEST(Catalog, ExamplesAndBoundsAgreeWithTheModule) {
     EXPECT_FALSE(text.result.empty() || text.title.ends_with('.'));
     for (const auto& word : cli::words_of(text.related)) EXPECT_TRUE(catalog::find(word)) << word;
     Trial trial{kernel, keyword, {}};
-    for (const auto& word : cli::words_of(text.example))
-      trial.call.push_back(cli::value_of(word).argument());
+    for (const auto& word : cli::words_of(text.example)) trial.call.push_back(argument_of(word));
     const double value = cli::value_of(text.value).number;
     EXPECT_NEAR(kernel.evaluate("FINANCE", keyword.word, trial.call).value / value, 1, 1e-9);
+    const std::size_t given = trial.call.size();
     if (keyword.max_args() != catalog::kNoBound) trial.call.resize(keyword.max_args(), 1.0);
+    expect_defaults(trial, given);
     for (const catalog::Argument& argument : keyword.arguments()) {
       EXPECT_FALSE(argument.meaning.empty() || argument.meaning.ends_with('.')) << argument.name;
       if (argument.kind == kBasis || trial.position(argument.name) == 0) continue;

@@ -15,7 +15,7 @@ command_path=$1
 expect 'PRICE PRICEDISC PRICEMAT' pri
 expect XIRR --describe XI
 expect 'null text skip fail' --errors ''
-expect '--describe --definitions' --de
+expect '--describe --delimiter --definitions' --de
 expect ndjson -i bonds.csv -t nd
 expect '' PRICE 20
 LC_ALL=C.UTF-8  # where the capital of ı is I; in Turkish, that of i is İ

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "plain_model.h"
+#include "tests/plain_model.h"
 
 namespace {
 
@@ -87,13 +87,14 @@ struct Calls : Generator {
     const double last = from(1, unit() < 5e-4 ? 1e5 : of({40, 40, 40, 40, 40, 40, 40, 3000}));
     const double life = last + of({0, 0, 0, unit()});
     Values v = {cost, cost * of({unit(), unit(), 0.1, 0, 1, 1 + unit(), 1e-9}), life};
-    if (keyword.most() == 7) v.push_back(of({0, from(0, last + 1)}));
+    if (keyword.max_args() == 7) v.push_back(of({0, from(0, last + 1)}));
     v.push_back(of({last, last + 1, from(1, last), from(1, last), from(1, last + 2)}));
     v.push_back(
         of({2, 1, 1.5, 0.5, 3, from(1, 14), from(1, 14), life * unit(), of({0, -1, kNull})}));
     v.push_back(of({0, 1, 0, 1, 0, 1, 0, 1, -0.0, kMissing, kNull, 2, -1, 0.5, 0x1p32 + 1}));
-    for (auto n = random() % 6; n < 2; ++n) spoil(v[random() % keyword.most()]);
-    const std::size_t right = keyword.least() + random() % (keyword.most() - keyword.least() + 1);
+    for (auto n = random() % 6; n < 2; ++n) spoil(v[random() % keyword.max_args()]);
+    const std::size_t right =
+        keyword.min_args() + random() % (keyword.max_args() - keyword.min_args() + 1);
     v.resize(random() % 9 == 0 ? random() % 10 : right, 1);
     return v;
   }

@@ -1,6 +1,6 @@
 // The foreign kernel's side of a call. The byte-string services throw when they are not handed what
 // they are promised; only the low 32 bits of their answers are the answer, the rest is noise.
-#include "harness.h"
+#include "tests/harness.h"
 
 #include <dlfcn.h>
 

@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <map>
 
-#include "harness.h"
+#include "tests/harness.h"
 
 using namespace harness;
 namespace {

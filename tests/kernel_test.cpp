@@ -1,5 +1,5 @@
 // The embeddable kernel: what it offers a module, how it evaluates.
-#include "vxkernel.h"
+#include "kernel/vxkernel.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "services.h"
+#include "kernel/services.h"
 
 static std::atomic<long> allocations{0};
 static std::atomic<long> refused_from{0};  // the number of the first refused one; 0: none is
@@ -39,9 +39,9 @@ TEST(Kernel, OffersItsServices) {
   vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
   std::int64_t value = -1;
   std::uint64_t size = 8;
-  Kernel::set_year_cutoff(1920);
+  vxk_set_year_cutoff(1920);
   handle->get_option(handle, U"VX_NAME_YEARCUTOFF", 18, 3, &value, &size);
-  Kernel::set_year_cutoff(1950);
+  vxk_set_year_cutoff(1950);
   handle->get_option(handle, U"VX_NAME_OTHER", 13, 3, &value, &size);
   handle->get_option(handle, U"VX_NAME_YEARCUTOFF", 18, 2, &value, &size);
   EXPECT_EQ(value, 1920);  // that of the right name and kind
@@ -49,8 +49,11 @@ TEST(Kernel, OffersItsServices) {
   EXPECT_EQ(handle->case_service->convert(handle->case_service, 0x131, 1), 0x131u);
 
   std::string lines;
-  const vxkernel::JournalSink sink = [&](std::string_view line) { lines.append(line) += '|'; };
-  vxkernel::InstanceServices services(sink);
+  vxk_open_options options{sizeof options, 0, nullptr, &lines};
+  options.journal = [](void* to, const char* line, std::size_t length) {
+    static_cast<std::string*>(to)->append(line, length) += '|';
+  };
+  vxkernel::InstanceServices services(options);
   vxfnc::Journal* const journal = services.create_journal(&services, nullptr, 0, U"");
   report(journal, journal->status_to_journal, vxfnc::kAllocationFailure);
   report(journal, journal->message_to_journal, reinterpret_cast<std::int64_t>("%s %0600d"), "bye",
@@ -79,33 +82,31 @@ TEST(Kernel, OffersItsServices) {
 
 TEST(Kernel, RefusesWhatItCannotPassOn) {
   const Kernel kernel(VXFNC_MODULE);
-  const std::string text(vxkernel::kLongestText, 'x');
+  const std::string text(VXK_MAX_TEXT, 'x');
   const std::vector<Argument> arguments = {1.0, std::string_view(text), 1.0};
   for (const char* function : {"FINANCE", "FINANCE#"}) {
     const auto too_long = kernel.evaluate(function, "SLN", arguments);
-    EXPECT_TRUE(too_long.status == vxkernel::kTextTooLong && too_long.marked == 2);
-    EXPECT_EQ(kernel.evaluate(function, text, arguments).marked, 2);
-    const auto long_keyword = kernel.evaluate(function, text + 'x', {});
-    EXPECT_TRUE(long_keyword.status == vxkernel::kTextTooLong && long_keyword.marked == 0);
-    EXPECT_EQ(kernel.evaluate(function, text, {}).status, vxkernel::kRefused);
-    EXPECT_EQ(kernel.evaluate(function, "", arguments).marked, 0);
-    for (const char* malformed : {"\xFF\xC3SLN", "\xC1\x93LN", "\xE0\x85\xBFLN", "\xF5SLN"})
-      EXPECT_EQ(kernel.evaluate(function, malformed, {}).marked, 0);
+    EXPECT_TRUE(too_long.status == VXK_TEXT_TOO_LONG && too_long.argument == 2);
+    EXPECT_EQ(kernel.evaluate(function, text, arguments).argument, 2);
+    EXPECT_EQ(kernel.evaluate(function, text + 'x', {}).status, VXK_TEXT_TOO_LONG);
+    for (const std::string& keyword : std::vector<std::string>{
+             text, "", "\xFF\xC3SLN", "\xC1\x93LN", "\xE0\x85\xBFLN", "\xF5SLN"})
+      EXPECT_EQ(kernel.evaluate(function, keyword, {}).status, VXK_NO_KEYWORD);
     const Argument year[] = {14976.0, 15341.0, std::string_view(" ac t/360 ")};
     EXPECT_EQ(kernel.evaluate(function, "yearfrac ", year).value, 365.0 / 360.0);
   }
   EXPECT_EQ(kernel.evaluate("FINANCE", "SLN", std::vector<Argument>(500, 1.0)).status, 120836);
   const Argument asset[] = {9.0, 0.0, 3.0};
   EXPECT_EQ(kernel.evaluate("FINANCE", "\xC5\xBFln", asset).value, 3.0);  // the long s
-  EXPECT_EQ(kernel.evaluate("FINANCES", "SLN", {}).status, vxkernel::kUnknownFunction);
-  EXPECT_EQ(kernel.version(), (vxkernel::Version{7, 0, 0}));
+  EXPECT_EQ(kernel.evaluate("FINANCES", "SLN", {}).status, VXK_NO_FUNCTION);
+  EXPECT_EQ(kernel.version().major, 7);
 }
 
 TEST(Kernel, SaysWhatItLoadsAndWhyItCannot) {
   const auto message = [](const std::string& path) -> std::string {
     try {
       return std::string(Kernel(path).build());
-    } catch (const vxkernel::LoadError& error) {
+    } catch (const vxkernel::Error& error) {
       return error.what();
     }
   };
@@ -132,10 +133,10 @@ TEST(Kernel, EvaluatesWithoutAllocating) {
 }
 
 #ifndef VXFNC_SANITIZED
-TEST(Kernel, TellsNoStorageFromARefusal) {
+TEST(Kernel, ReportsOutOfMemoryOnlyForTheCallThatRanOut) {
   const Kernel kernel(VXFNC_MODULE);
   std::thread([&] {  // whose first call is refused
-    EXPECT_EQ(kernel.evaluate("FINANCE", "IRR", {}).status, vxkernel::kRefused);
+    EXPECT_EQ(kernel.evaluate("FINANCE", "IRR", {}).status, VXK_FAILED);
   })
       .join();
   std::vector<Argument> flows(400, Argument(1.0));
@@ -149,14 +150,14 @@ TEST(Kernel, TellsNoStorageFromARefusal) {
     refused_from = allocations + i;
     const int status = kernel.evaluate("FINANCE", "XIRR", flows).status;
     refused_from = 0;
-    EXPECT_EQ(status, vxkernel::kOutOfStorage) << i;
+    EXPECT_EQ(status, VXK_OUT_OF_MEMORY) << i;
   }
-  flows[0] = 150.0;  // no rate
+  flows[0] = 150.0;                // no rate
   refused_from = allocations + 1;  // outside of a call
   vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
   EXPECT_EQ(handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0), nullptr);
   refused_from = 0;
-  EXPECT_EQ(kernel.evaluate("FINANCE", "XIRR", flows).status, vxkernel::kRefused);
+  EXPECT_EQ(kernel.evaluate("FINANCE", "XIRR", flows).status, VXK_FAILED);
 }
 #endif
 

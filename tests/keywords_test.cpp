@@ -1,7 +1,7 @@
 // The keyword list and the catalogue.
 #include <gtest/gtest.h>
 
-#include "catalog.h"
+#include "catalog/catalog.h"
 #include "exports/keywords.h"
 
 namespace vxfnc {

@@ -10,9 +10,9 @@
 #include <optional>
 #include <random>
 
-#include "catalog.h"
-#include "harness.h"
+#include "catalog/catalog.h"
 #include "numeric/elementary.h"
+#include "tests/harness.h"
 
 namespace plain {
 
@@ -271,8 +271,8 @@ void compare(auto& calls, std::string_view word, const auto& model, double share
   for (int i = 0; i < 9000; ++i) {
     const Values v = calls(keyword);
     const Basis& basis = has_basis ? calls.basis() : kBases[0];
-    const bool is_list = keyword.most() == catalog::kNoBound;
-    const bool fits = is_list || (v.size() >= keyword.least() && v.size() <= keyword.most());
+    const bool is_list = keyword.max_args() == catalog::kNoBound;
+    const bool fits = is_list || (v.size() >= keyword.min_args() && v.size() <= keyword.max_args());
     const Answer want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
                              : Answer{kRefused, harness::kUntouched, kUnmarked};
     for (const Width width : {Width::wide, Width::byte}) {

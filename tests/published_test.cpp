@@ -7,7 +7,7 @@
 #include <fstream>
 #include <thread>
 
-#include "call.h"
+#include "tests/arguments.h"
 
 namespace {
 
@@ -25,8 +25,7 @@ std::vector<Example> examples() {
                   std::getline(file, e.value, ',') && std::getline(file, e.tolerance);) {
     std::ranges::replace(e.words, ';', ' ');
     e.arguments.clear();  // none is a text that would have to outlive its word
-    for (const std::string& word : cli::words_of(e.words))
-      e.arguments.push_back(cli::value_of(word).argument());
+    for (const std::string& word : cli::words_of(e.words)) e.arguments.push_back(argument_of(word));
     all.push_back(e);
   }
   return all;

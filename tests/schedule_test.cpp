@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "plain_model.h"
+#include "tests/plain_model.h"
 
 namespace {
 

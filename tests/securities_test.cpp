@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "plain_model.h"
+#include "tests/plain_model.h"
 
 namespace {
 

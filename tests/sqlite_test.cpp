@@ -11,7 +11,7 @@
 #include <sstream>
 #include <thread>
 
-#include "call.h"
+#include "tests/arguments.h"
 
 namespace {
 
@@ -99,7 +99,7 @@ TEST(Sqlite, EveryKeywordReturnsTheResultOfTheKernel) {
     for (const catalog::Keyword& keyword : catalog::keywords()) {
       const auto words = cli::words_of(keyword.description.example);
       std::vector<vxkernel::Argument> arguments;
-      for (const std::string& word : words) arguments.push_back(cli::value_of(word).argument());
+      for (const std::string& word : words) arguments.push_back(argument_of(word));
       const double wanted = kernel.evaluate("FINANCE", keyword.word, arguments).value;
       const std::string call = call_of(keyword, words);
       if (keyword.result == catalog::ResultKind::kDate) {

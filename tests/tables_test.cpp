@@ -10,9 +10,9 @@
 #include <random>
 #include <sstream>
 
-#include "in_order.h"
-#include "output.h"
-#include "records.h"
+#include "hosts/cli/io/output.h"
+#include "hosts/cli/io/records.h"
+#include "hosts/cli/table/ordered_pipeline.h"
 
 namespace {
 
@@ -134,7 +134,7 @@ TEST(InOrder, WritesInTheOrderOfReadsAndStopsAtTheFirstError) {
     const auto run = [&](int read_fails, int work_fails, int write_fails) {
       next = 0;
       written.clear();
-      cli::in_order(
+      cli::ordered_pipeline(
           items,
           [&](Item& item) {
             item.number = next++;

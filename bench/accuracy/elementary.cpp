@@ -1,6 +1,6 @@
 // The functions of module/numeric beside their values by 256 bits: random arguments, and every
 // double next to the bounds of each range. Prints a table in Markdown for docs/accuracy.md.
-#include "elementary.h"
+#include "bench/accuracy/elementary.h"
 
 #include <fmt/format.h>
 
@@ -14,10 +14,10 @@
 #include <thread>
 #include <vector>
 
-#include "../table.h"
+#include "bench/accuracy/real.h"
+#include "bench/table.h"
 #include "numeric/elementary.h"
 #include "numeric/vectors.h"
-#include "real.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "keywords.h"
+#include "bench/accuracy/keywords.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <tuple>
 
-#include "dates.h"
+#include "bench/accuracy/dates.h"
 
 namespace {
 

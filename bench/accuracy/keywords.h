@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "ranges.h"
-#include "real.h"
+#include "bench/accuracy/ranges.h"
+#include "bench/accuracy/real.h"
 
 // What an equation is at a trial, and the largest of the terms that should add up to nothing.
 template <class T>

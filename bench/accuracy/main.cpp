@@ -13,11 +13,11 @@
 #include <limits>
 #include <thread>
 
-#include "../table.h"
-#include "dates.h"
-#include "elementary.h"
-#include "keywords.h"
-#include "vxkernel.h"
+#include "bench/accuracy/dates.h"
+#include "bench/accuracy/elementary.h"
+#include "bench/accuracy/keywords.h"
+#include "bench/table.h"
+#include "kernel/vxkernel.hpp"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ranges.h"
+#include "bench/accuracy/ranges.h"
 
 #include <algorithm>
 #include <cctype>
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "dates.h"
+#include "bench/accuracy/dates.h"
 
 namespace {
 

@@ -47,12 +47,12 @@ int main(void) {
   { /* One cost for all rows, a life of 32 bits in every second place: the second row lacks it, the
        third fails. */
     const double cost = 35000, salvage[] = {5000, 5000, 5000, NAN};
-    const int32_t life[] = {5, -1, 0, -1, 0, -1, 5, -1};
+    const int32_t life[] = {-1, -1, -1, -1, -1, -1, 5, -1, 0, -1, 0, -1, 5};
     const uint8_t present[] = {0x0D << 3};
     vxk_column columns[3];
     columns[0] = column_of(VXK_FLOAT64, &cost, 0);
     columns[1] = column_of(VXK_FLOAT64, salvage, sizeof *salvage);
-    columns[2] = column_of(VXK_INT32, life - 6, 2 * sizeof *life);
+    columns[2] = column_of(VXK_INT32, life, 2 * sizeof *life);
     columns[2].validity = present;
     columns[2].offset = 3;
     results.values = values, results.validity = validity, results.failures = failed;
@@ -64,6 +64,10 @@ int main(void) {
     options.stop_at_failure = 1;
     EXPECT(vxk_evaluate_columns(call, columns, 4, &results, &options, &report) == VXK_FAILED);
     columns[0].type = 99;
+    EXPECT(vxk_evaluate_columns(call, columns, 4, &results, &options, &report) ==
+           VXK_BAD_PARAMETER);
+    EXPECT(vxk_evaluate_columns(call, columns, 0, &results, &options, &report) == VXK_OK);
+    columns[1].size = 0;
     EXPECT(vxk_evaluate_columns(call, columns, 4, &results, &options, &report) ==
            VXK_BAD_PARAMETER);
   }
@@ -97,9 +101,10 @@ int main(void) {
     EXPECT(report.missing == 1 && report.failed == 0);
   }
   { /* The keywords as data. */
-    vxk_keyword_info keyword = {sizeof keyword};
-    vxk_argument_info parameter = {sizeof parameter};
+    vxk_keyword_info keyword;
+    vxk_argument_info parameter;
     const int32_t price = vxk_find_keyword("price", 5);
+    keyword.size = sizeof keyword, parameter.size = sizeof parameter;
     EXPECT(vxk_keyword(price, &keyword) && strcmp(keyword.name, "PRICE") == 0);
     EXPECT(keyword.min_arguments == 6 && keyword.max_arguments == 7 && keyword.arguments == 7);
     EXPECT(vxk_argument(price, 3, &parameter) && strcmp(parameter.range, "greater than 0") == 0);
