@@ -61,7 +61,7 @@ void evaluate(benchmark::State& state, const Row& row, vxfnc::Dispatcher* dispat
   Record<Char> record(row);
   double result = 0.0;
   for (auto _ : state) {
-    const std::int64_t status = dispatcher(record.call(), &result, vxkernel::call_environment());
+    const std::int64_t status = dispatcher(record.call(), &result, &vxkernel::call_environment);
     if (status != 0) state.SkipWithError("the call is refused");
     benchmark::DoNotOptimize(result);
   }
@@ -123,7 +123,7 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
   for (const Row& row : kRows) {
     if (row.least == nullptr) continue;
     double answer = NAN;
-    dispatcher(Record<char32_t>(row).call(), &answer, vxkernel::call_environment());
+    dispatcher(Record<char32_t>(row).call(), &answer, &vxkernel::call_environment);
     const double least = row.least(row.arguments);
     if (std::fabs(least - answer) <= 1e-12 * std::fabs(answer)) continue;
     std::fprintf(stderr, "%s: %.17g, with the least work %.17g\n", row.name().c_str(), answer,
@@ -141,7 +141,7 @@ double seconds_of(int threads, int rounds, const std::vector<Row>& mix, vxfnc::D
     double result = 0.0;
     for (int i = 0; i < rounds; ++i) {
       for (const auto& record : records) {
-        wide(record->call(), &result, vxkernel::call_environment());
+        wide(record->call(), &result, &vxkernel::call_environment);
         benchmark::DoNotOptimize(result);
       }
     }

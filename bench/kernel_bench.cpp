@@ -84,6 +84,20 @@ class Record {
   std::vector<double> numbers;
 };
 
+// Stores the arguments of a row, as a host does that knows how many there are.
+void store(double* to, const std::vector<double>& from) {
+  switch (from.size()) {
+    case 3:
+      std::copy_n(from.data(), 3, to);
+      break;
+    case 6:
+      std::copy_n(from.data(), 6, to);
+      break;
+    default:
+      std::copy_n(from.data(), from.size(), to);
+  }
+}
+
 void add_row(Table& table, const vxkernel::Kernel& kernel, vxfnc::Dispatcher* dispatcher,
              const Row& row, std::int64_t rows) {
   const std::size_t count = row.arguments.size();
@@ -103,7 +117,7 @@ void add_row(Table& table, const vxkernel::Kernel& kernel, vxfnc::Dispatcher* di
       [&] {
         double result = 0.0;
         for (std::int64_t i = 0; i < rows; ++i) {
-          dispatcher(record.call(), &result, vxkernel::call_environment());
+          dispatcher(record.call(), &result, &vxkernel::call_environment);
           last = result;
         }
       },
@@ -111,7 +125,7 @@ void add_row(Table& table, const vxkernel::Kernel& kernel, vxfnc::Dispatcher* di
         double* const numbers = vxk_arguments(call.get());
         double result = 0.0;
         for (std::int64_t i = 0; i < rows; ++i) {
-          std::copy_n(row.arguments.data(), count, numbers);
+          store(numbers, row.arguments);
           vxk_run(call.get(), &result, nullptr);
           last = result;
         }

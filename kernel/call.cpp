@@ -91,13 +91,6 @@ class FrameRecord {
   return marked;
 }
 
-int failed(vxfnc::FinanceCall* record, std::int32_t* argument) noexcept {
-  const std::int32_t marked = take_mark(record);
-  if (argument != nullptr) *argument = std::max(marked, 0);
-  if (was_storage_refused()) return VXK_OUT_OF_MEMORY;
-  return marked == 0 ? VXK_NO_KEYWORD : VXK_FAILED;
-}
-
 }  // namespace
 
 char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept {
@@ -132,18 +125,12 @@ Text::Text(std::string_view utf8, bool as_bytes) : bytes_(utf8) {
   value_ = string_value(static_cast<std::size_t>(end - wide_.data()), wide_.data());
 }
 
-int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
-             std::int32_t* argument) noexcept {
-  begin_call();
-  double value = vxfnc::MISSING;
-  const auto status = static_cast<int>(dispatcher(record, &value, call_environment()));
-  if (status != VXK_OK) [[unlikely]] {
-    *result = vxfnc::MISSING;
-    return failed(record, argument);
-  }
-  *result = value;
-  if (argument != nullptr) *argument = 0;
-  return VXK_OK;
+int report_failure(vxfnc::FinanceCall* record, double* result, std::int32_t* argument) noexcept {
+  *result = vxfnc::MISSING;
+  const std::int32_t marked = take_mark(record);
+  if (argument != nullptr) *argument = std::max(marked, 0);
+  if (was_refused) return VXK_OUT_OF_MEMORY;
+  return marked == 0 ? VXK_NO_KEYWORD : VXK_FAILED;
 }
 
 }  // namespace vxkernel
@@ -151,7 +138,7 @@ int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* 
 using namespace vxkernel;
 
 vxk_call::vxk_call(const Function& bound, std::string_view word, std::size_t count)
-    : function(&bound), keyword(word, bound.takes_bytes) {
+    : function(&bound), dispatcher(bound.dispatcher), keyword(word, bound.takes_bytes) {
   resize(count);
 }
 

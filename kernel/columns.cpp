@@ -1,5 +1,4 @@
 // Evaluation over columns and over lists: the same work for each row or group, by many threads.
-#include <array>
 #include <atomic>
 #include <bit>
 #include <chrono>
@@ -212,8 +211,8 @@ class Output {
 
 // ---- Many threads ------------------------------------------------------------------------------
 
-bool is_cancelled(const vxk_options& options) noexcept {
-  return options.cancel != nullptr && __atomic_load_n(options.cancel, __ATOMIC_RELAXED) != 0;
+bool is_set(const volatile std::int32_t* flag) noexcept {
+  return flag != nullptr && __atomic_load_n(flag, __ATOMIC_RELAXED) != 0;
 }
 
 // Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false
@@ -311,29 +310,23 @@ class ColumnWorker {
 
   // False when it is cancelled.
   bool evaluate_block(std::int64_t first, std::int64_t last, Output& output) noexcept {
-    const std::int64_t count = last - first;
-    std::array<bool, kRowsAtOnce> missing{};
-    bool some_missing = is_always_missing_;
-    if (is_always_missing_) missing.fill(true);
     for (std::size_t k = 0; k < inputs_.size(); ++k) {
-      Input& input = inputs_[k];
-      input.values = read(*input.column, first, count, &buffers_[k * kRowsAtOnce]);
-      bool any = false;
-      for (std::int64_t i = 0; i < count; ++i) any |= is_missing(input.values[i]);
-      if (!any) continue;
-      some_missing = true;
-      for (std::int64_t i = 0; i < count; ++i) {
-        missing[static_cast<std::size_t>(i)] |= is_missing(input.values[i]);
-      }
+      inputs_[k].values = read(*inputs_[k].column, first, last - first, &buffers_[k * kRowsAtOnce]);
     }
     double* const numbers = call_->numbers.data();
-    for (std::int64_t i = 0; i < count; ++i) {
-      if (is_cancelled(*options_)) return false;
-      if (some_missing && missing[static_cast<std::size_t>(i)]) {
+    for (std::int64_t i = 0; i < last - first; ++i) {
+      if (is_set(options_->cancel)) return false;
+      bool has_missing = is_always_missing_;
+      // Missing values are looked for here, while the next values come from memory.
+      for (const Input& input : inputs_) {
+        const double value = input.values[i];
+        numbers[input.index] = value;
+        has_missing |= is_missing(value);
+      }
+      if (has_missing) [[unlikely]] {
         output.miss(first + i);
         continue;
       }
-      for (const Input& input : inputs_) numbers[input.index] = input.values[i];
       const bool is_good = output.run(*call_, first + i, [](std::int32_t at) { return at; });
       if (!is_good && options_->stop_at_failure != 0) break;
     }
@@ -370,7 +363,7 @@ class ListWorker {
     Output output(*results_, first, tally);
     bool is_done = true;
     for (std::int64_t group = first; group < last; ++group) {
-      is_done = !is_cancelled(*options_);
+      is_done = !is_set(options_->cancel);
       if (!is_done) break;
       try {
         evaluate_group(group, output);

@@ -41,10 +41,21 @@ class Text {
 // belong to a well-formed sequence becomes U+FFFD. Returns the end.
 char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept;
 
-// Calls a dispatcher on a filled record, whose marks it takes away again. Returns a vxk_status.
-// *argument becomes the argument that is invalid, 0 for none.
-int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
-             int32_t* argument) noexcept;
+// What a call that failed reports: takes its marks away again. Returns a vxk_status.
+int report_failure(vxfnc::FinanceCall* record, double* result, int32_t* argument) noexcept;
+
+// Calls a dispatcher on a filled record. Returns a vxk_status. *argument becomes the argument that
+// is invalid, 0 for none.
+inline int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
+                    int32_t* argument) noexcept {
+  was_refused = false;
+  *result = vxfnc::MISSING;
+  if (dispatcher(record, result, &call_environment) != 0) [[unlikely]] {
+    return report_failure(record, result, argument);
+  }
+  if (argument != nullptr) *argument = 0;
+  return VXK_OK;
+}
 
 // Fills an error, as far as its size says. A null pointer is allowed. The message is formatted as
 // by printf.
@@ -103,10 +114,11 @@ struct vxk_call {
     return reinterpret_cast<vxfnc::FinanceCall*>(storage.data());
   }
   int run(double* result, int32_t* argument) noexcept {
-    return vxkernel::dispatch(function->dispatcher, record(), result, argument);
+    return vxkernel::dispatch(dispatcher, record(), result, argument);
   }
 
   const vxkernel::Function* function;
+  vxfnc::Dispatcher* dispatcher;  // the function's
   vxkernel::Text keyword;
   std::vector<std::uint64_t> storage;
   std::vector<double> numbers;

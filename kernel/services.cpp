@@ -14,6 +14,9 @@
 #include <utility>
 
 namespace vxkernel {
+
+constinit thread_local bool was_refused = false;
+
 namespace {
 
 // ---- Memory pools ------------------------------------------------------------------------------
@@ -31,9 +34,6 @@ struct Pool : vxfnc::MemoryPool {
   std::size_t used = 0;
   alignas(kAlignment) std::byte storage[kInlineBytes];  // left uninitialised
 };
-
-// One instruction to reach, also from a library that a server loads.
-[[gnu::tls_model("initial-exec")]] thread_local bool was_refused = false;
 
 void* storage_or_refusal(std::size_t bytes) noexcept {
   void* const storage = std::malloc(bytes);
@@ -229,25 +229,24 @@ void set_option_year_cutoff(std::int64_t first_year) noexcept {
   year_cutoff.store(first_year, std::memory_order_relaxed);
 }
 
-vxfnc::CallEnvironment* call_environment() noexcept {
-  static vxfnc::ByteStringServices byte_strings = {
-      .reserved_0 = {},
-      .upper = upper,
-      .reserved_55 = nullptr,
-      .compare = compare,
-      .reserved_57 = {},
-      .erase = erase,
-      .reserved_60 = {},
-      .copy = copy,
-      .trim = trim,
-  };
-  static vxfnc::CallEnvironment environment = {.reserved_0 = {}, .byte_strings = &byte_strings};
-  return &environment;
-}
+namespace {
 
-void begin_call() noexcept { was_refused = false; }
+constinit vxfnc::ByteStringServices byte_strings = {
+    .reserved_0 = {},
+    .upper = upper,
+    .reserved_55 = nullptr,
+    .compare = compare,
+    .reserved_57 = {},
+    .erase = erase,
+    .reserved_60 = {},
+    .copy = copy,
+    .trim = trim,
+};
 
-bool was_storage_refused() noexcept { return was_refused; }
+}  // namespace
+
+constinit vxfnc::CallEnvironment call_environment = {.reserved_0 = {},
+                                                     .byte_strings = &byte_strings};
 
 InstanceServices::InstanceServices(const vxk_open_options& open_options) noexcept
     : KernelServices(*kernel_handle()), options(open_options) {

@@ -13,11 +13,11 @@ vxfnc::KernelServices* kernel_handle() noexcept;
 void set_option_year_cutoff(std::int64_t first_year) noexcept;
 
 // The environment of every evaluation, with the byte-string services in its word 10.
-vxfnc::CallEnvironment* call_environment() noexcept;
+extern constinit vxfnc::CallEnvironment call_environment;
 
-// Whether a pool, or memory in one, was refused on this thread since the last call that began here.
-void begin_call() noexcept;
-bool was_storage_refused() noexcept;
+// Whether a pool, or memory in one, was refused on this thread since somebody set it to false. One
+// instruction reaches it, also in a library that a server loads.
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local bool was_refused;
 
 // What an instance is created with: pools, and journals that write as the options say. The options
 // must outlive the journals.
