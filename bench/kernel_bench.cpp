@@ -1,5 +1,6 @@
 // What the kernel adds to the dispatcher's own time: a bound call, columns, lists. All in one run,
 // the fastest of several rounds; the ratios mean the same on any machine.
+// usage: kernel_bench [ROWS]
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -20,7 +21,7 @@
 
 namespace {
 
-constexpr std::int64_t kRowCount = 1'000'000;
+std::int64_t row_count = 1'000'000;
 constexpr int kRounds = 9;
 
 // Seconds of the fastest round of each body; the rounds of all bodies alternate.
@@ -141,12 +142,12 @@ void add_row(Table& table, const vxkernel::Kernel& kernel, vxfnc::Dispatcher* di
 
 // 100,000 groups of 10 flows, each beside a bound call that gets the same arguments.
 void add_lists(Table& table, const vxkernel::Kernel& kernel) {
-  constexpr std::size_t kGroups = 100'000;
+  const auto groups = static_cast<std::size_t>(row_count / 10);
   constexpr std::size_t kFlows = 10;
   std::vector<double> amounts;
   std::vector<double> dates;
   std::vector<std::int64_t> offsets = {0};
-  for (std::size_t group = 0; group < kGroups; ++group) {
+  for (std::size_t group = 0; group < groups; ++group) {
     for (std::size_t i = 0; i < kFlows; ++i) {
       amounts.push_back(i == 0 ? -1000.0 : 120.0 + static_cast<double>(group % 7));
       dates.push_back(kSettlement + 91.0 * static_cast<double>(i) + static_cast<double>(group % 5));
@@ -156,8 +157,8 @@ void add_lists(Table& table, const vxkernel::Kernel& kernel) {
   vxkernel::Call call = kernel.prepare("XIRR", 2 * kFlows);
   const vxk_column columns[] = {vxkernel::column(amounts.data(), true),
                                 vxkernel::column(dates.data(), true)};
-  std::vector<double> rates(kGroups);
-  std::vector<double> out(kGroups);
+  std::vector<double> rates(groups);
+  std::vector<double> out(groups);
   vxk_options options = options_with(1);
   options.date_list = 2;
   vxk_options two = options;
@@ -165,7 +166,7 @@ void add_lists(Table& table, const vxkernel::Kernel& kernel) {
   const auto seconds = fastest({
       [&] {
         double* const numbers = vxk_arguments(call.get());
-        for (std::size_t group = 0; group < kGroups; ++group) {
+        for (std::size_t group = 0; group < groups; ++group) {
           std::copy_n(&amounts[kFlows * group], kFlows, numbers);
           std::copy_n(&dates[kFlows * group], kFlows, numbers + kFlows);
           vxk_run(call.get(), &rates[group], nullptr);
@@ -175,13 +176,14 @@ void add_lists(Table& table, const vxkernel::Kernel& kernel) {
       [&] { kernel.evaluate_lists("XIRR", columns, offsets, results_in(out), &two); },
   });
   demand(rates == out, "XIRR of lists");
-  table.add({"XIRR, groups of 10 flows", figure(seconds[0] * 1e9 / kGroups, 0), "1.00",
-             figure(seconds[1] / seconds[0], 2), figure(seconds[1] / seconds[2], 2)});
+  table.add({"XIRR, groups of 10 flows", figure(seconds[0] * 1e9 / static_cast<double>(groups), 0),
+             "1.00", figure(seconds[1] / seconds[0], 2), figure(seconds[1] / seconds[2], 2)});
 }
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1) row_count = std::atoll(argv[1]);
   void* const module = dlopen(VXFNC_MODULE, RTLD_NOW);
   if (module == nullptr) return std::fprintf(stderr, "%s\n", dlerror()), 1;
   const vxkernel::Kernel kernel(VXFNC_MODULE);
@@ -191,7 +193,7 @@ int main() {
       1);
   for (const char* const keyword : {"SLN", "YEARFRAC", "PRICE", "YIELD"}) {
     const Row& row = *std::ranges::find(kRows, keyword, &Row::keyword);
-    add_row(table, kernel, dispatcher, row, row.keyword == "YIELD" ? kRowCount / 5 : kRowCount);
+    add_row(table, kernel, dispatcher, row, row.keyword == "YIELD" ? row_count / 5 : row_count);
   }
   add_lists(table, kernel);
   std::printf(

@@ -29,10 +29,14 @@ time_of() { # NAME COMMAND...
   best[$name]=$(awk -v a="$began" -v b="$ended" -v c="${best[$name]:-99}" \
     'BEGIN { print b - a < c ? b - a : c }')
 }
+# The same bonds as rows of an engine.
+awk -F, -v OFS='\t' 'NR > 1 { print $3, $4, $5 / 100, $6 / 100, $7, $8, $9 }' "$work/bonds.csv" >"$work/rows.tsv"
+filter() { "$bin/finance" --filter PRICE <"$work/rows.tsv"; }
 for _ in 1 2 3 4 5; do
   time_of plain plain
   time_of one command_on 1
   time_of two command_on 2
+  time_of filter filter
 done
 
 cmp "$work/one.csv" "$work/two.csv"
@@ -48,3 +52,4 @@ row() { # NAME TITLE
 row plain "a program written by hand, one thread"
 row one "\`finance -j 1\`"
 row two "\`finance -j 2\`"
+row filter "\`finance --filter PRICE\`, rows of arguments"

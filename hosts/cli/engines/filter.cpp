@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include "hosts/call/checked_call.h"
 #include "hosts/cli/io/output.h"
 #include "hosts/cli/io/records.h"
-#include "hosts/call/checked_call.h"
 
 namespace cli {
 namespace {
