@@ -17,7 +17,7 @@ void split_line(std::string_view line, Escape escape, std::vector<std::string>& 
     if (count == cells.size()) cells.emplace_back();
     std::string& cell = cells[count++];
     cell.clear();
-    if (escape == Escape::kNone || raw == kMissingCell) {
+    if (escape == Escape::kNone || raw == kMissingCell || raw.find('\\') == raw.npos) {
       cell = raw;
     } else {
       for (std::size_t i = 0; i < raw.size(); ++i) {
