@@ -6,6 +6,8 @@
 
 #include "abi/kernel_handle.h"
 #include "calendar/host_dates.h"
+#include "coupons/coupon_days.h"
+#include "coupons/proportions.h"
 #include "coupons/schedule.h"
 
 namespace vxfnc {

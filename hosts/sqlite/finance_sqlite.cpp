@@ -249,24 +249,24 @@ int register_all(sqlite3* database) {
 }
 
 int load(sqlite3* database, char** error, const sqlite3_api_routines* api) {
-  const auto complain = [&](const char* complaint) {
-    *error = api->mprintf("finance: %s", complaint);
+  const auto fail_to_load = [&](const char* message) {
+    *error = api->mprintf("finance: %s", message);
     return SQLITE_ERROR;
   };
-  if (api->libversion_number() < kOldestSqlite) return complain("needs SQLite 3.31 or newer");
+  if (api->libversion_number() < kOldestSqlite) return fail_to_load("needs SQLite 3.31 or newer");
   try {
     host::loaded_module();
     // One write for the process: other connections may be calling by now.
     static std::once_flag first;
     std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
-    if (sqlite3_api != api) return complain("in use by another copy of SQLite in this process");
+    if (sqlite3_api != api) return fail_to_load("in use by another copy of SQLite in this process");
     const int status = register_all(database);
     if (status == SQLITE_OK) return status;
-    const std::string complaint = sqlite3_errmsg(database);
+    const std::string message = sqlite3_errmsg(database);
     if (status == SQLITE_BUSY && is_registered(database)) return SQLITE_OK;
-    return complain(complaint.c_str());
+    return fail_to_load(message.c_str());
   } catch (const std::exception& reason) {
-    return complain(reason.what());
+    return fail_to_load(reason.what());
   }
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "coupons/coupon_days.h"
+
 namespace vxfnc {
 namespace {
 
@@ -165,31 +167,6 @@ double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerm
   return terms.dayCount;
 }
 
-// A start on a month's end opens the next month, but not from February, on purpose; an end on the
-// 30th or on a month's end then does, too.
-double coupon_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
-  std::int32_t day = start.day;
-  std::int32_t month = start.month;
-  std::int64_t year = start.year;
-  std::int32_t end_day = end.day;
-  std::int32_t end_month = end.month;
-  std::int64_t end_year = end.year;
-  const bool ends_month = end_day == zlastDay(end.year, end_month);
-  if (ends_month && end_month == 2) end_day = 30;
-  if (month != 2 && day == zlastDay(start.year, month)) {
-    ToTheFirstOfTheNextMonth(day, month, year);
-    if (ends_month || end_day == 30) ToTheFirstOfTheNextMonth(end_day, end_month, end_year);
-  }
-  return static_cast<double>(360 * (end_year - year) + 30 * (std::int64_t{end_month} - month - 1) +
-                             std::min(end_day, 30) + std::max(30 - day, 0));
-}
-
-// Days of a period as the measure of fractions: counted for basis 1, fixed for all others.
-double period_length(const CalendarDate& start, const CalendarDate& end,
-                     DayCountTerms& terms) noexcept {
-  return terms.basis == kBasisActual ? CountTheCouponDays(start, end, terms) : terms.periodDays;
-}
-
 // Counts the coupons after settlement one by one.
 [[gnu::noinline]] std::optional<double> walk_coupons(const CalendarDate& settlement,
                                                      const CalendarDate& maturity,
@@ -303,44 +280,6 @@ bool FindCouponInfo(CouponSearch& search) noexcept {
   return true;
 }
 
-double CountTheCouponDays(const CalendarDate& start, const CalendarDate& end,
-                          DayCountTerms& terms) noexcept {
-  const double actual = static_cast<double>(end.dayNumber - start.dayNumber);
-  const auto store = [&terms](double count, double capped, double year_days) {
-    terms.dayCount = count;
-    terms.cappedDayCount = capped;
-    terms.basisYearDays = year_days;
-  };
-  switch (terms.basis) {
-    case kBasisUs30360: {
-      if (terms.plainUs30360 != 0) {
-        terms.dayCount = static_cast<double>(zdays360(start, end, kUsMethod));
-        break;
-      }
-      const double capped = std::min(coupon_days_30_360(start, end), terms.periodDays);
-      store(capped, capped, 360.0);
-      break;
-    }
-    case kBasisActual:
-      store(actual, actual, 1.0);
-      break;
-    case kBasisActual360:
-      store(actual, std::min(actual, terms.periodDays), 360.0);
-      break;
-    case kBasisActual365:
-      store(actual, std::min(actual, terms.periodDays), 365.0);
-      break;
-    case kBasisEuropean30360: {
-      const auto days = static_cast<double>(zdays360(start, end, kEuropeanMethod));
-      store(days, std::min(days, terms.periodDays), 360.0);
-      break;
-    }
-    default:
-      break;
-  }
-  return terms.dayCount;
-}
-
 std::optional<double> CountTheCoupons(const CalendarDate& settlement, const CalendarDate& maturity,
                                       const DayCountTerms& terms) noexcept {
   if (settlement.dayNumber < maturity.dayNumber && is_monthly(settlement, maturity, terms)) {
@@ -367,80 +306,6 @@ std::optional<double> CountWholeCoupons(const CalendarDate& start, const Calenda
     if (stepped == kSameDay) break;
   }
   return coupons;
-}
-
-double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
-                                const CalendarDate& d, DayCountTerms& terms) noexcept {
-  const double days = CountTheCouponDays(a, b, terms);
-  const double fraction = terms.basis == kBasisActual ? days / CountTheCouponDays(c, d, terms)
-                                                      : terms.dayCount / terms.periodDays;
-  return terms.atLeastOnePeriod != 0 ? std::max(fraction, 1.0) : fraction;
-}
-
-std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
-                                                        const CalendarDate& maturity,
-                                                        DayCountTerms& terms) noexcept {
-  CouponSearch search(settlement, maturity, terms, 0);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  if (search.couponOnSettlement != nullptr) return 0.0;
-  const double days = CountTheCouponDays(settlement, search.nextStore, terms);
-  return days / period_length(search.previousStore, search.nextStore, terms);
-}
-
-std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
-                                               const CalendarDate& maturity,
-                                               DayCountTerms& terms) noexcept {
-  CouponSearch search(start, maturity, terms, 0);
-  if (!FindCouponInfo(search)) return std::nullopt;
-  const CalendarDate& next = search.nextStore;
-  if (zCompareDates(next, end) != kEarlier) {
-    // On a coupon date both ends of the measure are the start date: no days under basis 1, kept so.
-    const CalendarDate& measure_end =
-        search.couponOnSettlement != nullptr ? search.onSettlementStore : next;
-    return Compute1CouponProportion(start, end, search.previousStore, measure_end, terms);
-  }
-  double sum = Compute1CouponProportion(start, next, search.previousStore, next, terms);
-  CalendarDate from = next;
-  for (std::int64_t k = 1; k <= kLongestSchedule; ++k) {
-    const CalendarDate to = zAdvanceDate(next, k, terms);
-    if (zCompareDates(to, end) != kEarlier) {
-      return sum + Compute1CouponProportion(from, end, from, to, terms);
-    }
-    sum += Compute1CouponProportion(from, to, from, to, terms);
-    from = to;
-  }
-  return std::nullopt;
-}
-
-bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
-                       const CalendarDate& anchor, DayCountTerms& terms,
-                       CouponList& list) noexcept {
-  CouponSearch search(start, anchor, terms, 0);
-  if (!FindCouponInfo(search)) return false;
-  const auto set = [&terms](CouponPeriod& slot, const CalendarDate& from, const CalendarDate& to) {
-    slot.start = from;
-    slot.end = to;
-    slot.days = period_length(from, to, terms);
-  };
-  const CalendarDate first_end = search.nextStore;
-  list.starts_on_coupon = search.couponOnSettlement != nullptr;
-  set(list.slots[0], search.previousStore, first_end);
-  list.used = 1;
-  list.periods = 1;
-
-  CalendarDate last_start = search.previousStore;
-  CalendarDate last_end = first_end;
-  while (zCompareDates(last_end, end) == kEarlier) {
-    if (list.periods > kLongestSchedule) return false;
-    last_start = last_end;
-    last_end = zAdvanceDate(first_end, list.periods, terms);
-    ++list.periods;
-  }
-  if (list.periods > 1) {
-    set(list.slots[1], last_start, last_end);
-    list.used = 2;
-  }
-  return true;
 }
 
 }  // namespace vxfnc

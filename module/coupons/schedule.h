@@ -70,10 +70,6 @@ struct CouponSearch {
 // frequency makes the schedule too long to walk.
 bool FindCouponInfo(CouponSearch& search) noexcept;
 
-// Days of accrual from start to end; stores dayCount, cappedDayCount and basisYearDays.
-double CountTheCouponDays(const CalendarDate& start, const CalendarDate& end,
-                          DayCountTerms& terms) noexcept;
-
 // Coupons payable after settlement up to and including maturity; nothing when a meaningless
 // frequency makes the schedule too long to walk. Maturity's day is not clamped in settlement's
 // year: a schedule on 29 February counts from 1 March in common years.
@@ -83,40 +79,5 @@ std::optional<double> CountTheCoupons(const CalendarDate& settlement, const Cale
 // The same on the schedule of end, a start that is a coupon date counted. No keyword asks for it.
 std::optional<double> CountWholeCoupons(const CalendarDate& start, const CalendarDate& end,
                                         const DayCountTerms& terms) noexcept;
-
-// Which fraction of the period c..d the stretch a..b is.
-double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
-                                const CalendarDate& d, DayCountTerms& terms) noexcept;
-
-// The part of the current period from settlement to the next coupon; 0 on a coupon date. No keyword
-// asks for it.
-std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
-                                                        const CalendarDate& maturity,
-                                                        DayCountTerms& terms) noexcept;
-
-// Periods, whole and part, from start to end on maturity's schedule. Nothing when there are too
-// many to walk.
-std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
-                                               const CalendarDate& maturity,
-                                               DayCountTerms& terms) noexcept;
-
-struct CouponPeriod {
-  CalendarDate start;
-  CalendarDate end;
-  double days;  // counted for basis 1, periodDays otherwise
-};
-
-// The quasi-coupon periods from a start to an end date, as accrued interest reads them.
-struct CouponList {
-  CouponPeriod slots[2];  // the period that holds the start, and the last one when it is another
-  std::int32_t used;      // slots in use, 1 or 2
-  std::int64_t periods;   // from the first to the last, both counted
-  bool starts_on_coupon;  // the first period lies inside from start to end
-};
-
-// Fills the list for a schedule stepped from the anchor, which may stand anywhere. False when there
-// are too many periods to walk.
-bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
-                       const CalendarDate& anchor, DayCountTerms& terms, CouponList& list) noexcept;
 
 }  // namespace vxfnc

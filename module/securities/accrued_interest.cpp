@@ -1,4 +1,6 @@
 // Interest accrued from issue to settlement.
+#include "coupons/coupon_days.h"
+#include "coupons/proportions.h"
 #include "coupons/schedule.h"
 #include "securities/arguments.h"
 

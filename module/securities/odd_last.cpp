@@ -2,6 +2,7 @@
 // quasi-coupon periods. Price and yield are exact inverses.
 #include <optional>
 
+#include "coupons/proportions.h"
 #include "coupons/schedule.h"
 #include "securities/arguments.h"
 #include "securities/coupon_bonds.h"

@@ -7,9 +7,9 @@ _finance() {
   _init_completion || return
   local choices=
   case $prev in
-    -i | -o | --calls | --module) _filedir; return ;;
-    -e | -d | -j | --by | --digits) return ;;
-    -t) choices='csv tsv ndjson' ;;
+    -i | --input | -o | --output | --calls | --module) _filedir; return ;;
+    -e | --expression | -d | --delimiter | -j | --jobs | --by | --digits) return ;;
+    -t | --to) choices='csv tsv ndjson' ;;
     --errors) choices='null text skip fail' ;;
     --escape) choices='backslash none' ;;
     --definitions) choices='clickhouse' ;;
