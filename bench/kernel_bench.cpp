@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -182,7 +183,7 @@ void add_lists(Table& table, const vxkernel::Kernel& kernel) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (argc > 1) row_count = std::atoll(argv[1]);
   void* const module = dlopen(VXFNC_MODULE, RTLD_NOW);
   if (module == nullptr) return std::fprintf(stderr, "%s\n", dlerror()), 1;
@@ -200,4 +201,6 @@ int main(int argc, char** argv) {
       "One call through the kernel, in multiples of the dispatcher; of lists, in multiples of the "
       "bound call:\n\n%s",
       table.text().c_str());
+} catch (const std::exception& error) {
+  return std::fprintf(stderr, "%s\n", error.what()), 1;
 }

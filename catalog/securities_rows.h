@@ -213,10 +213,14 @@ inline constexpr Keyword kSecurities[] = {
           "Prices a bond whose first coupon period is short or long, settled inside it, at "
           "compound interest. The schedule goes back from the first coupon; it keeps to month ends "
           "when both the first coupon and maturity are month ends. A maturity between two coupon "
-          "dates counts as the later one. Under 30/360 a start on the last day of February counts "
-          "as the 30th, and an end on the last day of February then does, too: 28 February to 30 "
-          "June are 120 days. An end on the 31st counts as the 30th only when the start is the "
-          "30th or later. Settlement at maturity gives 0.",
+          "dates counts as the later one. Under 30/360 a start on the 31st or on the last day "
+          "of February counts as the 30th: 28 February to 30 June are 120 days. After such a "
+          "start, "
+          "or one on the 30th, an end on the 31st counts as the 30th. An end on the last day of "
+          "February counts as the 30th only after a start on such a day. So the accrued days and "
+          "the days left do not always add up to the period, and the price moves by a few "
+          "hundredths "
+          "on these days. Settlement at maturity gives 0.",
       .result = "clean price per 100 of face value",
       .formula = "as PRICE, compound also with one coupon left, with the first coupon\n"
                  "and the accrued interest measured in quasi-coupon periods from issue",

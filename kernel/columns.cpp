@@ -535,7 +535,9 @@ void report(vxk_report* to, const Tally& tally, int status, const char* keyword,
   filled.failed = tally.failed;
   filled.missing = tally.missing;
   filled.first.size = sizeof filled.first;
-  const auto [row, why, argument] = tally.first;
+  const std::int64_t row = tally.first.row;
+  const int why = tally.first.status;
+  const std::int32_t argument = tally.first.argument;
   const auto set = [&](const char* format, auto... values) {
     set_error(&filled.first, why, row, argument, format, keyword, values...);
   };

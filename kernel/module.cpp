@@ -3,6 +3,7 @@
 #include <sys/auxv.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -16,10 +17,7 @@ namespace vxkernel {
 namespace {
 
 // The version of the module's interface that this kernel speaks.
-struct Version {
-  std::int64_t major, minor, release;
-  friend auto operator<=>(const Version&, const Version&) = default;
-};
+using Version = std::array<std::int64_t, 3>;  // major, minor, release
 constexpr Version kInterface = {7, 1, 1};
 
 constexpr std::uint64_t kMaxFunctions = 1024;  // a list with more is taken to be broken
@@ -27,6 +25,9 @@ constexpr std::uint64_t kMaxFunctions = 1024;  // a list with more is taken to b
 struct LoadError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+constexpr const char* kInstalled =
+    "../" VXK_LIBRARY_FOLDER "/vxfnc";  // from the folder of programs
 
 // The module by the place of what this is linked into. Where that is a symbolic link without a
 // module beside it, by the place that the link leads to.
@@ -41,8 +42,7 @@ std::string path_of_module() {
   const fs::path own = fs::absolute(name);
   std::error_code error;
   for (const fs::path& place : {own, fs::canonical(own, error)}) {
-    for (const char* const folder :
-         {"", "vxfnc", "../lib", "../lib/vxfnc", "../" VXK_LIBRARY_FOLDER "/vxfnc"}) {
+    for (const char* const folder : {"", "vxfnc", "../lib", "../lib/vxfnc", kInstalled}) {
       const fs::path file = place.parent_path() / folder / "vxfnc.so";
       if (fs::exists(file, error)) return file.lexically_normal().string();
     }
@@ -70,13 +70,13 @@ EntryPoint* entry_point(void* library, const std::string& path, const char* name
 }
 
 std::string text_of(const Version& version) {
-  return std::to_string(version.major) + '.' + std::to_string(version.minor) + '.' +
-         std::to_string(version.release);
+  return std::to_string(version[0]) + '.' + std::to_string(version[1]) + '.' +
+         std::to_string(version[2]);
 }
 
 Version asked(vxfnc::ModuleInstance* instance, vxfnc::ModuleInstance::VersionOperation operation) {
   Version version{};
-  operation(instance, &version.major, &version.minor, &version.release);
+  operation(instance, &version[0], &version[1], &version[2]);
   return version;
 }
 
@@ -105,12 +105,12 @@ void load(vxk_kernel& kernel, const std::string& path) {
           library, path, "vxufinan");
 
   Version offered{};
-  require(vxextver(kernel_handle(), &offered.major, &offered.minor) == 0,
+  require(vxextver(kernel_handle(), &offered[0], &offered[1]) == 0,
           "does not take the kernel's handle");
-  require(offered.major == kInterface.major && offered.minor == kInterface.minor,
-          "offers version " + std::to_string(offered.major) + '.' + std::to_string(offered.minor) +
-              " of the interface; this kernel takes " + std::to_string(kInterface.major) + '.' +
-              std::to_string(kInterface.minor));
+  require(offered[0] == kInterface[0] && offered[1] == kInterface[1],
+          "offers version " + std::to_string(offered[0]) + '.' + std::to_string(offered[1]) +
+              " of the interface; this kernel takes " + std::to_string(kInterface[0]) + '.' +
+              std::to_string(kInterface[1]));
 
   vxfnc::KernelServices& services = kernel.services;
   vxfnc::Journal* const journal = services.create_journal(&services, nullptr, 0, U"");
@@ -125,9 +125,8 @@ void load(vxk_kernel& kernel, const std::string& path) {
   require(required <= kInterface, "requires version " + text_of(required) +
                                       " of the interface; this kernel has " + text_of(kInterface));
   const Version own = asked(instance, instance->version);
-  for (const auto& [to, from] : {std::pair(0, own.major), {1, own.minor}, {2, own.release}}) {
-    kernel.version[to] = static_cast<std::int32_t>(from);
-  }
+  std::ranges::transform(own, kernel.version,
+                         [](std::int64_t part) { return static_cast<std::int32_t>(part); });
 
   const auto* const information =
       static_cast<const vxfnc::ModuleInformation*>(::dlsym(library, "info"));

@@ -1,5 +1,5 @@
-// Annuities, rates and cash flows compared with a plain model over seeded random calls, to the bit,
-// and their accuracy with long doubles; storage with pools that count.
+// Annuities, rates and cash flows compared with a plain model over seeded random calls, to the bit;
+// storage with pools that count.
 
 #include <gtest/gtest.h>
 
@@ -161,7 +161,7 @@ double irr_of_one_change(const Values& c, int change) {
     u -= step;
     if (std::abs(step) <= 1e-10) return std::exp(u);
   }
-  throw kUnmarked;
+  throw int{kUnmarked};
 }
 
 // Newton's method, from just below 1 within (0, 1] or from just above it beyond.
@@ -197,7 +197,7 @@ double root_by_laguerre(const Values& c) {
       require(++iterations <= 39, kUnmarked);
       if (std::abs(step) <= 1e-12 * std::abs(v) || p.magnitude() < 1e-12 * scale) return v;
     }
-  throw kUnmarked;
+  throw int{kUnmarked};
 }
 
 double irr(const Values& v) {

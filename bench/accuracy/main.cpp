@@ -52,9 +52,9 @@ struct Findings {
 
 // The root near the start, by the secant rule.
 Real root(const Row& row, const Values& values, const Real& start) {
-  Real x = start, next = start * (1 + 0x1p-30);
+  Real x = start, next = start == 0 ? Real(0x1p-40) : start * (1 + 0x1p-30);
   Real f = row.balance(x, values).sum;
-  for (int i = 0; i < 30 && fabs(next - x) > fabs(x) * 0x1p-220; ++i) {
+  for (int i = 0; i < 30 && fabs(next - x) > fabs(x) * 0x1p-220 + 0x1p-300; ++i) {
     const Real g = row.balance(next, values).sum;
     if (f == g) break;
     const Real step = g * (next - x) / (g - f);

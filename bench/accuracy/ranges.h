@@ -5,10 +5,10 @@
 //   nper=1:480          whole; a bound may be the name of an argument before
 //   type=0|1            one of them
 //   start=@1950:2050    a day of these years; one in four is the last of its month
-//   end=start+1:3650    so many days after the last argument of that name, or before it with a
-//   minus flow{2:24}=...      that many of them day{*}=...          as many as there are of the
-//   repeated ones before pr=f(0..0.1)        drawn from what the parentheses hold; the row then
-//   makes pr of it
+//   end=start+1:3650    so many days after the last argument of that name; with a minus, before
+//   flow{2:24}=...      a list of so many
+//   day{*}=...          a list of as many as the list before
+//   pr=f(0..0.1)        drawn from what the parentheses hold; the row then makes pr of it
 #pragma once
 
 #include <cstdint>

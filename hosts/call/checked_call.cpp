@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <limits>
 
 namespace host {
 namespace {
@@ -83,7 +84,7 @@ CallResult CheckedCall::run() noexcept {
   }
   if (wrong_type_ != 0) return {Status::kWrongType, wrong_type_};
   const vxkernel::Result result = call_.run();
-  if (result.ok()) return {.value = value_of(result.value)};
+  if (result.ok()) return {Status::kOk, 0, value_of(result.value)};
   if (result.status == VXK_OUT_OF_MEMORY) return {Status::kOutOfMemory};
   const auto position = static_cast<std::size_t>(result.argument);
   return {position == 0 ? Status::kNoResult : Status::kInvalidArgument, position};
@@ -103,7 +104,7 @@ double CheckedCall::value_of(std::string_view name, std::span<const Value> value
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (parameters_[i]->name == name) return values[i].number;
   }
-  return vxkernel::Argument::missing().number;
+  return std::numeric_limits<double>::quiet_NaN();
 }
 
 // The bound that the argument at a position breaks; null when it breaks none.

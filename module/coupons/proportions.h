@@ -37,7 +37,7 @@ struct CouponList {
   CouponPeriod slots[2];  // the period that holds the start, and the last one when it is another
   std::int32_t used;      // slots in use, 1 or 2
   std::int64_t periods;   // from the first to the last, both counted
-  bool starts_on_coupon;  // the first period lies inside from start to end
+  bool starts_on_coupon;  // start is a coupon date, so that the first period is whole
 };
 
 // Fills the list for a schedule stepped from the anchor, which may stand anywhere. False when there

@@ -27,7 +27,7 @@ enum class NewtonEnd : std::int8_t {
 struct NewtonControl {
   double tolerance = 1e-12;  // of a step, relative for points beyond 1
   std::int32_t maxIterations = 100;
-  // The objective: reads x, stores value and derivative, answers 0; anything else: it has no value.
+  // The objective: reads x, stores value and derivative, returns 0; anything else: it has no value.
   std::int32_t (*evaluate)(NewtonControl& control) noexcept = nullptr;
   void* context = nullptr;  // the objective's own
   double derivative = 0.0;
@@ -40,7 +40,7 @@ struct NewtonControl {
   std::int32_t iterations = 0;          // that did not converge
 };
 
-// 0: a root stands in x. 1: the solve failed.
+// 0: x is the root. 1: the solve failed.
 std::int32_t CallSpecialNewton(NewtonControl& control) noexcept;
 
 }  // namespace vxfnc

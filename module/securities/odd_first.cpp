@@ -22,8 +22,10 @@ double periods_to_maturity(const CalendarDate& first_coupon, const CalendarDate&
   return static_cast<double>(meets ? periods : periods + 1);
 }
 
-// The market's 30/360 count. Unlike zdays360 it moves a start on the last day of February to the
-// 30th, and an end on the 31st only after a start on the 30th or later.
+// The market's 30/360 count. A start on the 31st or on the last day of February counts as the 30th.
+// An end on the 31st does so only after a start that counts as the 30th, and an end on the last day
+// of February only after a start on such a day. The days of two stretches need not add up to those
+// of both.
 double market_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
   const auto ends_february = [](const CalendarDate& date) {
     return date.month == 2 && date.day == zlastDay(date.year, 2);

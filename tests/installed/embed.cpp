@@ -1,10 +1,11 @@
 // A C++17 program that embeds the kernel. It is linked with the shared or the static library.
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 #include <vxkernel.hpp>
 
-int main() {
+int main() try {
   std::string journal;
   const vxkernel::Kernel kernel({}, [&journal](std::string_view line) { journal += line; });
   vxkernel::Call sln = kernel.prepare("SLN", 3);
@@ -24,4 +25,7 @@ int main() {
                         vxk_arguments(copy.get())[0] == 35000 && journal.empty();
   std::puts(all_well ? "C++: all well" : "C++: failed");
   return all_well ? 0 : 1;
+} catch (const std::exception& error) {
+  std::puts(error.what());
+  return 1;
 }

@@ -144,7 +144,9 @@ class Arithmetic : public Node {
       to.numbers[i] = computed(left->at(i), right->at(i));
     }
     if (operation_ == '/') {
-      for (std::size_t i = 0; i < in.rows; ++i) in.is_special[i] |= right->at(i) == 0.0;
+      for (std::size_t i = 0; i < in.rows; ++i) {
+        if (right->at(i) == 0.0) in.is_special[i] = 1;
+      }
     }
     return &to;
   }
@@ -215,7 +217,7 @@ class Call : public Node {
     if (const std::size_t position = call.frequency_position(); position != 0) {
       const BlockColumn& frequencies = *arguments[position - 1];
       for (std::size_t i = 0; i < in.rows; ++i) {
-        in.is_special[i] |= !catalog::is_frequency(frequencies.at(i));
+        if (!catalog::is_frequency(frequencies.at(i))) in.is_special[i] = 1;
       }
     }
     BlockColumn& to = in.temporary();
@@ -227,7 +229,9 @@ class Call : public Node {
     const int status = call.bound().run(columns, static_cast<std::int64_t>(in.rows), results);
     if (status != VXK_OK) return nullptr;
     // What is missing or fails has its error message, or its result, by the other way.
-    for (std::size_t i = 0; i < in.rows; ++i) in.is_special[i] |= std::isnan(to.numbers[i]);
+    for (std::size_t i = 0; i < in.rows; ++i) {
+      if (std::isnan(to.numbers[i])) in.is_special[i] = 1;
+    }
     return &to;
   }
 
