@@ -156,6 +156,7 @@ void set_error(vxk_error* error, int status, int64_t row, int32_t argument, cons
   filled.argument = argument;
   std::va_list values;
   va_start(values, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just made it
   std::vsnprintf(filled.message, sizeof filled.message, format, values);
   va_end(values);
   copy_sized(error, filled);
