@@ -16,7 +16,7 @@ export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
 # shellcheck disable=SC2046
 gcc -std=c99 -Wall -Wextra -pedantic -Werror embed.c -o "$tree/embed" $(pkg-config --cflags --libs vxkernel) -lm
 "$tree/embed"
-cmake -S . -B "$tree/build" -DCMAKE_PREFIX_PATH="$prefix" >>"$tree/log"
+cmake -G Ninja -S . -B "$tree/build" -DCMAKE_PREFIX_PATH="$prefix" >>"$tree/log"
 cmake --build "$tree/build" >>"$tree/log"
 "$tree/build/embed_shared"
 # A program that brings the kernel along finds the module beside itself, or in the folder of libraries.
