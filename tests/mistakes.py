@@ -12,7 +12,8 @@ import sys
 import tempfile
 
 LIST = pathlib.Path(__file__).resolve().with_suffix(".txt")
-TARGETS = "vxfnc finance unit_tests module_tests sqlite_tests finance_postgresql postgresql_script"
+TARGETS = ("vxfnc vxkernel vxkernel_shared finance manual unit_tests module_tests sqlite_tests "
+           "finance_postgresql postgresql_script")
 
 
 def mistakes():
