@@ -80,9 +80,20 @@ int main(void) {
     columns[1] = column_of(VXK_DATE32, &maturity, 0);
     columns[2] = column_of(VXK_FLOAT64, NULL, 0);
     EXPECT(vxk_prepare(kernel, "FINANCE", "YEARFRAC", 3, &call, NULL) == VXK_OK);
-    EXPECT(vxk_set_text(call, 3, " act/360", 8) == VXK_OK);
+    EXPECT(vxk_set_text(call, 3, " Actual ", 8) == VXK_OK);
     EXPECT(vxk_evaluate_columns(call, columns, 2, &results, NULL, &report) == VXK_OK);
-    EXPECT(values[1] == 547. / 360 && report.failed == 0);
+    EXPECT(values[1] == 547 / 365.5 && report.failed == 0);
+    vxk_release(call);
+  }
+  { /* PV at a rate of 0 is no number: in columns, a failure. */
+    const double flows[] = {0, 12, -100};
+    vxk_column columns[3];
+    int i;
+    EXPECT(vxk_prepare(kernel, "FINANCE", "PV", 3, &call, NULL) == VXK_OK);
+    EXPECT(vxk_evaluate(call, flows, &result, NULL) == VXK_OK && isnan(result));
+    for (i = 0; i < 3; ++i) columns[i] = column_of(VXK_FLOAT64, &flows[i], 0);
+    EXPECT(vxk_evaluate_columns(call, columns, 1, &results, NULL, &report) == VXK_OK);
+    EXPECT(report.failed == 1 && report.first.status == VXK_NOT_FINITE);
     vxk_release(call);
   }
   { /* Two groups of flows; the first is out of order and has two flows of one date, the second has
