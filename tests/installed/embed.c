@@ -110,6 +110,16 @@ int main(void) {
                               &report) == VXK_OK);
     EXPECT(fabs(values[0] - 0.1) < 1e-12 && isnan(values[1]) && fabs(values[2] - 0.2) < 1e-12);
     EXPECT(report.missing == 1 && report.failed == 0);
+    { /* XNPV counts from the earliest flow. */
+      const double rate = 0.2;
+      vxk_column valued[3];
+      valued[0] = column_of(VXK_FLOAT64, &rate, 0);
+      valued[1] = columns[0], valued[2] = columns[1];
+      options.date_list = 3;
+      EXPECT(vxk_evaluate_lists(kernel, NULL, "XNPV", valued, 3, offsets, 3, &results, &options,
+                                &report) == VXK_OK);
+      EXPECT(fabs(values[0] - (-1000 + 1100 / 1.2)) < 1e-9);
+    }
   }
   { /* The keywords as data. */
     vxk_keyword_info keyword;
