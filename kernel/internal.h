@@ -99,7 +99,7 @@ struct vxk_kernel {
   std::vector<vxkernel::Function> functions;
 };
 
-// The record stands in storage with room for its slots, which point into the numbers and texts.
+// The record is in storage with room for its slots, which point into the numbers and texts.
 struct vxk_call {
   vxk_call(const vxkernel::Function& function, std::string_view keyword, std::size_t count);
   vxk_call(const vxk_call& other);

@@ -67,11 +67,11 @@ class CheckedCall {
   // Wrong types and frequencies that make no schedule are errors before the module is called.
   CallResult run() noexcept;
 
-  // The bound call, for columns. They are not checked.
+  // The bound call, for columns, whose values are not checked.
   [[nodiscard]] vxkernel::Call& bound() noexcept { return call_; }
-  // Whether the checks are the module's alone when the arguments are numbers: no frequency.
+  // The position of the frequency, which the bound call does not check; 0: the keyword has none.
   [[nodiscard]] std::size_t frequency_position() const noexcept { return frequency_; }
-  // What a number that the module returns is.
+  // A number that the module returned, as a date or a number.
   [[nodiscard]] Value value_of(double number) const noexcept {
     return {.number = number, .kind = is_date_ ? Value::Kind::kDate : Value::Kind::kNumber};
   }

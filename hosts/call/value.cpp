@@ -36,7 +36,7 @@ double short_number_of(std::string_view word) noexcept {
 }
 
 // Whether a number outside the doubles is too small for them rather than too large: its first digit
-// other than 0 stands behind the decimal point.
+// other than 0 is after the decimal point.
 bool is_too_small(std::string_view digits) noexcept {
   const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
   const std::string_view mantissa = digits.substr(0, end);

@@ -13,7 +13,7 @@ class Columns {
   explicit Columns(std::vector<std::string> names)
       : names_(std::move(names)), in_table_(names_.size()) {}
 
-  // From here on rows stand in groups, which have these columns of the table in common: others can
+  // From here on rows are in groups, which have these columns of the table in common: others can
   // be named as lists alone.
   void group_by(std::vector<std::size_t> keys) {
     is_grouped_ = true;
