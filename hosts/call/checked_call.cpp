@@ -5,6 +5,9 @@
 #include <cmath>
 #include <limits>
 
+#include "catalog/page.h"
+#include "hosts/call/nearest.h"
+
 namespace host {
 namespace {
 
@@ -42,7 +45,7 @@ std::string unpaired(const catalog::Keyword& keyword) {
     if (argument.presence != catalog::Presence::kRepeated) continue;
     lists.insert(0, std::string(argument.name) + (lists.empty() ? "" : " for each "));
   }
-  return fmt::format("takes one {}", lists);
+  return fmt::format("takes one {}: {}", lists, signature_of(keyword));
 }
 
 }  // namespace
@@ -50,8 +53,9 @@ std::string unpaired(const catalog::Keyword& keyword) {
 std::optional<std::string> CheckedCall::arity_error(const catalog::Keyword& keyword,
                                                     std::size_t count) {
   if (count < keyword.min_args() || count > keyword.max_args()) {
-    return fmt::format("takes {}, not {}", argument_counts(keyword.min_args(), keyword.max_args()),
-                       count);
+    return fmt::format("takes {}, not {}: {}",
+                       argument_counts(keyword.min_args(), keyword.max_args()), count,
+                       signature_of(keyword));
   }
   if (!keyword.pairs_up(count)) return unpaired(keyword);
   return std::nullopt;
@@ -94,9 +98,15 @@ CallResult CheckedCall::run() noexcept {
 std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
                                         std::string_view reason) const {
   const Value& value = values[position - 1];
-  const std::string what =
-      value.is_missing() ? "missing" : fmt::format("{}: {}", format_for_message(value), reason);
-  return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
+  const std::string argument =
+      fmt::format("argument {} ({}) is", position, parameter(position).name);
+  if (value.is_missing()) return argument + " missing";
+  const std::string shown = format_for_message(value);
+  // A number or a date in quotes is a text, and looks valid without them.
+  if (value.is_text() && !host::value_of(value.word).is_text()) {
+    return fmt::format("{} the text '{}': {}, without quotes", argument, shown, reason);
+  }
+  return fmt::format("{} {}: {}", argument, shown, reason);
 }
 
 // The value of the argument of this name; NaN when the call has none.
@@ -157,7 +167,11 @@ std::string CheckedCall::error_message(const CallResult& result,
 }
 
 std::string unknown_keyword(std::string_view word) {
-  return format_for_message({.word = word, .kind = Value::Kind::kText}) + ": no such keyword";
+  std::vector<std::string> keywords;
+  for (const catalog::Keyword& each : catalog::keywords()) keywords.emplace_back(each.word);
+  return fmt::format("unknown keyword {}{}",
+                     format_for_message({.word = word, .kind = Value::Kind::kText}),
+                     did_you_mean(word, keywords));
 }
 
 }  // namespace host

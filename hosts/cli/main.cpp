@@ -1,9 +1,13 @@
 // The command `finance`: evaluates calls of the host function FINANCE, one by one, over tables and
 // in the pipes of engines. Results go to standard output, everything else to standard error.
 #include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -31,27 +35,31 @@ class Help : public CLI::Formatter {
 };
 
 constexpr const char* kFooter =
-    "An argument is a number, a date (YYYY-MM-DD), a full stop for the missing value, or text.\n"
-    "Options stand before the keyword, so that numbers may be negative.\n"
+    "Arguments of a call:\n"
+    "  A number, a date (YYYY-MM-DD), a text, or a full stop for a missing value. A number for a\n"
+    "  date counts days from 1960-01-01. Write options before the keyword: after it, -5 is a "
+    "number.\n"
     "\n"
-    "An expression names a new column: 'price = PRICE(settle, maturity, coupon/100, yld, 100, "
-    "2)'.\n"
-    "It knows calls, columns (\"two words\" in double quotes), numbers, dates, 'text', a full "
-    "stop\n"
-    "for the missing value, + - * / and parentheses. Among a call's arguments, cf0..cf12 stands "
-    "for\n"
-    "the columns from one to the other, and amount[] for a column's values in a group of rows: "
-    "then\n"
-    "the output has one row for each group.\n"
+    "Expressions:\n"
+    "  'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)' adds the column price. An\n"
+    "  expression can use keywords as functions, columns (in double quotes where the name is not "
+    "a\n"
+    "  plain word), numbers, dates, 'text', a full stop for a missing value, + - * / and\n"
+    "  parentheses. As arguments of a function, cf0..cf12 means the columns from cf0 to cf12, and\n"
+    "  amount[] means all values of the column amount in a group of rows. The output then has one\n"
+    "  row per group.\n"
     "\n"
-    "  finance SLN 10000 1000 5        the yearly depreciation, 1800\n"
-    "  finance --describe PRICE        what there is to know of a keyword\n\n"
+    "Examples:\n"
+    "  finance SLN 10000 1000 5        prints 1800, the depreciation per year\n"
+    "  finance --describe PRICE        prints the reference page of PRICE\n\n"
     "  finance -i bonds.csv -e 'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)'\n\n"
     "  finance -i flows.csv --by fund -e 'rate = XIRR(amount[], date[])'\n"
     "\n"
-    "Exit status: 0 all well, 1 the calculation failed (or a row, with --errors fail), 2 the "
-    "command\n"
-    "line or a file is at fault, 3 some rows or calls failed.";
+    "Exit status:\n"
+    "  0  success\n"
+    "  1  the calculation failed, or a row failed with --errors fail\n"
+    "  2  the command line is invalid, or a file cannot be read or written\n"
+    "  3  some rows or calls failed";
 
 struct Options {
   std::string calls;        // the file of --calls
@@ -80,6 +88,7 @@ void print(const cli::SingleResult& result, const std::vector<std::string>& word
 cli::ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
                              const Options& options) {
   cli::ExitCode exit_code = cli::kAllWell;
+  const std::string place = options.calls == "-" ? "standard input" : options.calls;
   std::string line;
   for (std::size_t number = 1; std::getline(lines, line); ++number) {
     if (number == 1 && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
@@ -92,7 +101,7 @@ cli::ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines
     } catch (const std::invalid_argument& error) {
       result.text = error.what();
     }
-    print(result, words, options.calls + ':' + std::to_string(number) + ": ", options);
+    print(result, words, place + ':' + std::to_string(number) + ": ", options);
     if (!result.ok) exit_code = cli::kSomeFailed;
   }
   if (lines.bad()) throw std::runtime_error("cannot read " + options.calls);
@@ -132,25 +141,47 @@ char delimiter_of(const std::string& word) {
            std::string_view("\"\r\n+-.").find(c) != std::string_view::npos;
   };
   if (word.size() != 1 || is_part_of_values(word[0])) {
-    throw CLI::ValidationError("-d", "must be tab, or one character that stands in no number");
+    throw CLI::ValidationError(
+        "-d",
+        "must be one character or the word tab; a letter, a digit, a quote, +, - or . is not "
+        "allowed");
   }
   return word[0];
 }
 
+// A whole number from one bound to the other.
+CLI::Validator in_range(int least, int most) {
+  const auto check = [least, most](const std::string& word) -> std::string {
+    int number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+    const bool is_whole = error == std::errc() && end == word.data() + word.size();
+    if (is_whole && number >= least && number <= most) return {};
+    return fmt::format("{} is invalid: must be from {} to {}", word, least, most);
+  };
+  return {check, ""};
+}
+
+// One of some words.
+CLI::Validator one_of(const std::vector<std::string>& words) {
+  const auto check = [words](const std::string& word) -> std::string {
+    if (std::ranges::find(words, word) != words.end()) return {};
+    return fmt::format("{} is invalid: must be {}", word, fmt::join(words, ", "));
+  };
+  return {check, ""};
+}
+
 void add_general_options(CLI::App& app, Options& options) {
   app.add_option("--calls", options.calls,
-                 "Evaluate one call a line from FILE, - for standard input")
+                 "Evaluate the calls in FILE, one per line; - is standard input")
       ->type_name("FILE");
-  app.add_option("--module", options.module,
-                 "Load this module instead of the one beside the command")
+  app.add_option("--module", options.module, "Load the module FILE instead of the installed one")
       ->type_name("FILE");
   app.add_flag("--json", options.as_json, "Print each result or error as a line of JSON");
-  app.add_option("--digits", options.decimals,
-                 "Print results with N decimals instead of all digits")
+  app.add_option("--digits", options.decimals, "Round results to N decimals; default: all digits")
       ->type_name("N")
-      ->check(CLI::Range(0, 17).description(""));
-  app.add_flag("--list", options.lists, "Print every keyword and what it computes");
-  app.add_option("--describe", options.described, "Print what there is to know of a keyword")
+      ->check(in_range(0, 17));
+  app.add_flag("--list", options.lists, "List all keywords");
+  app.add_option("--describe", options.described, "Print the reference page of a keyword")
       ->type_name("KEYWORD");
   app.set_version_flag("--version", "finance " VXFNC_VERSION);
 
@@ -161,24 +192,26 @@ void add_general_options(CLI::App& app, Options& options) {
   app.add_option_function<std::string>(
          "--errors",
          [&options, on_error](const std::string& word) { options.on_error = on_error.at(word); },
-         "What a row that fails becomes: null (default), text, skip or fail")
+         "For a row that fails: null (default) leaves its result empty, text writes the error "
+         "message "
+         "there, skip leaves out the row, fail stops")
       ->type_name("HOW")
-      ->check(CLI::IsMember({"null", "text", "skip", "fail"}).description(""));
+      ->check(one_of({"null", "text", "skip", "fail"}));
 }
 
 void add_table_options(CLI::App& app, Options& options) {
   constexpr const char* kTables = "Tables";
   cli::TableJob& table = options.table;
-  app.add_option("-e,--expression", table.expressions,
-                 "Append a column with the value of an expression")
+  app.add_option("-e,--expression", table.expressions, "Add a column; can be given several times")
       ->type_name("'NAME = EXPRESSION'")
       ->allow_extra_args(false)
       ->group(kTables);
-  app.add_option("-i,--input", table.input,
-                 "Read CSV from FILE; standard input where it is left out, or -")
+  app.add_option("-i,--input", table.input, "Read CSV from FILE; default: standard input")
       ->type_name("FILE")
       ->group(kTables);
-  app.add_option("-o,--output", table.output, "Write to FILE, which appears whole or not at all")
+  app.add_option("-o,--output", table.output,
+                 "Write to FILE, which is replaced only when all rows are written; default: "
+                 "standard output")
       ->type_name("FILE")
       ->check([](const std::string& file) { return file.empty() ? "must name a file" : ""; })
       ->group(kTables);
@@ -186,25 +219,24 @@ void add_table_options(CLI::App& app, Options& options) {
       {"csv", cli::Format::kCsv}, {"tsv", cli::Format::kTsv}, {"ndjson", cli::Format::kNdjson}};
   app.add_option_function<std::string>(
          "-t,--to", [&table, formats](const std::string& word) { table.format = formats.at(word); },
-         "Write csv (default), tsv or ndjson")
+         "Output format: csv (default), tsv or ndjson")
       ->type_name("TYPE")
-      ->check(CLI::IsMember({"csv", "tsv", "ndjson"}).description(""))
+      ->check(one_of({"csv", "tsv", "ndjson"}))
       ->group(kTables);
   app.add_option_function<std::string>(
          "-d,--delimiter",
          [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
-         "What separates the cells of CSV, instead of a comma; tab for a tab")
+         "Delimiter of CSV; default: a comma; tab for a tab")
       ->type_name("CHARACTER")
       ->group(kTables);
-  app.add_option("--by", table.keys, "Write one row for each group of rows that agree in COLUMN")
+  app.add_option("--by", table.keys, "Group rows by COLUMN and write one row per group")
       ->type_name("COLUMN")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->group(kTables);
-  app.add_option("-j,--jobs", options.workers,
-                 "Work on N threads, instead of as many as there are processors")
+  app.add_option("-j,--jobs", options.workers, "Number of threads; default: one per processor")
       ->type_name("N")
-      ->check(CLI::Range(1, 1024).description(""))
+      ->check(in_range(1, 1024))
       ->group(kTables);
 }
 
@@ -212,8 +244,8 @@ void add_engine_options(CLI::App& app, Options& options) {
   constexpr const char* kEngines = "Engines";
   app.add_option(
          "--filter", options.filter.keyword,
-         "Answer rows of arguments separated by tabs, one result a row; without KEYWORD, each "
-         "row begins with one")
+         "Read rows of arguments separated by tabs and write one result per row; without KEYWORD, "
+         "the first cell of each row is the keyword")
       ->type_name("[KEYWORD]")
       ->expected(0, 1)
       ->group(kEngines);
@@ -222,22 +254,22 @@ void add_engine_options(CLI::App& app, Options& options) {
          [&options](const std::string& word) {
            options.filter.escape = word == "none" ? cli::Escape::kNone : cli::Escape::kBackslash;
          },
-         "How the rows of a filter escape characters: backslash (default) or none")
+         "Escape sequences in the rows of a filter: backslash (default) or none")
       ->type_name("HOW")
-      ->check(CLI::IsMember({"backslash", "none"}).description(""))
+      ->check(one_of({"backslash", "none"}))
       ->group(kEngines);
-  app.add_option(
-         "--keep", options.filter.kept,
-         "Write the first N cells of a filter's row before its result; they are no arguments")
+  app.add_option("--keep", options.filter.kept,
+                 "Copy the first N cells of each row to the output; the arguments follow them")
       ->type_name("N")
+      ->check(in_range(0, 1000))
       ->group(kEngines);
   app.add_flag("--chunk-header", options.filter.has_chunk_headers,
-               "A line with the number of its rows stands before each chunk of a filter's rows")
+               "Each chunk of rows starts with a line that has the number of its rows")
       ->group(kEngines);
   app.add_option("--definitions", options.definitions,
-                 "Print what an engine is told of the functions: clickhouse")
+                 "Print the function definitions for an engine: clickhouse")
       ->type_name("ENGINE")
-      ->check(CLI::IsMember({"clickhouse"}).description(""))
+      ->check(one_of({"clickhouse"}))
       ->group(kEngines);
 }
 
@@ -263,7 +295,7 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
   if (!words.empty() && words[0] == "--") {
     words.erase(words.begin());
   } else if (!words.empty() && words[0].starts_with('-')) {
-    throw CLI::ExtrasError({words[0]});
+    throw CLI::ParseError("unknown option " + words[0], cli::kUsage);
   }
   const auto is_given = [&app](const char* option) { return app.count(option) > 0; };
   const auto jobs = (words.empty() ? 0 : 1) + (is_given("--calls") ? 1 : 0) +
@@ -271,10 +303,11 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
                     (options.lists ? 1 : 0) + (is_given("--describe") ? 1 : 0) +
                     (is_given("--definitions") ? 1 : 0);
   demand_fitting_options(app);
-  constexpr const char* kJobs = "a keyword, -e, --calls, --filter, --list, --describe";
-  if (jobs == 0) throw CLI::RequiredError(std::string("one of ") + kJobs);
+  constexpr const char* kJobs =
+      "a keyword, -e, --calls, --filter, --list, --describe or --definitions";
+  if (jobs == 0) throw CLI::ParseError(std::string("nothing to do: give ") + kJobs, cli::kUsage);
   if (jobs > 1) {
-    throw CLI::ParseError(std::string("only one can be given of ") + kJobs, cli::kUsage);
+    throw CLI::ParseError(std::string("give only one of ") + kJobs, cli::kUsage);
   }
   if (options.lists) return std::cout << catalog::list_by_task(), cli::kAllWell;
   if (is_given("--describe")) return std::cout << described(options.described), cli::kAllWell;
@@ -290,13 +323,25 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
   }
   if (is_given("--filter")) {
     if (options.on_error == cli::OnError::kSkip) {
-      throw CLI::ValidationError("--errors", "a filter answers every row, and skips none");
+      throw CLI::ValidationError(
+          "--errors", "skip is not allowed with --filter, which writes one line per row");
     }
     options.filter.decimals = options.decimals;
     options.filter.on_error = options.on_error;
     return filter(kernel, options.filter);
   }
   return evaluate_call(kernel, words, options);
+}
+
+// Names the option that has no value, or is given twice.
+std::optional<std::string> mismatch_of(const CLI::App& app) {
+  for (const CLI::Option* const option : app.get_options()) {
+    const std::size_t values = option->results().size();
+    if (values > static_cast<std::size_t>(option->get_items_expected_max())) {
+      return option->get_name() + " is given more than once";
+    }
+  }
+  return std::nullopt;
 }
 
 int run(int argc, char** argv) {
@@ -312,6 +357,8 @@ int run(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw CLI::ParseError(mismatch_of(app).value_or(error.what()), cli::kUsage);
   }
   const cli::ExitCode exit_code = run(app, options);
   if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");
@@ -329,10 +376,10 @@ int main(int argc, char** argv) {
   try {
     return run(argc, argv);
   } catch (const CLI::ParseError& error) {
-    std::cerr << "finance: " << error.what() << "\nRun `finance --help` for what it takes.\n";
+    std::cerr << "finance: " << error.what() << "\nRun `finance --help` for usage.\n";
     return cli::kUsage;
   } catch (const std::bad_alloc&) {
-    std::cerr << "finance: not enough memory\n";
+    std::cerr << "finance: out of memory\n";
     return cli::kUsage;
   } catch (const std::exception& error) {
     std::cerr << "finance: " << error.what() << '\n';

@@ -18,7 +18,7 @@ std::vector<std::string> words_of(std::string_view line) {
     const bool quoted = line[at] == '\'' || line[at] == '"';
     const std::size_t first = quoted ? at + 1 : at;
     std::size_t end = quoted ? line.find(line[at], first) : line.find_first_of(kBlanks, first);
-    if (quoted && end == line.npos) throw std::invalid_argument("a quotation is not closed");
+    if (quoted && end == line.npos) throw std::invalid_argument("the quote is not closed");
     end = std::min(end, line.size());
     words.emplace_back(line.substr(first, end - first));
     at = quoted ? end + 1 : end;

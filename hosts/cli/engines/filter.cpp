@@ -131,8 +131,8 @@ ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
         const auto rows = rows_of_chunk(row);
         if (!rows) {
           output.write(out);
-          throw std::runtime_error(
-              fmt::format("-:{}: a chunk's header must be its number of rows", line));
+          throw std::runtime_error(fmt::format(
+              "standard input:{}: the header of a chunk must be the number of its rows", line));
         }
         left_of_chunk = *rows;
         continue;
@@ -143,16 +143,17 @@ ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
       diagnostics.count(1, all_well ? 0 : 1);
       if (all_well) continue;
       if (!diagnostics.limit_reached())
-        diagnostics.report(fmt::format("-:{}: {}", line, filter.message()));
+        diagnostics.report(fmt::format("standard input:{}: {}", line, filter.message()));
       if (job.on_error != OnError::kFail) continue;
       output.write(std::string_view(out).substr(0, before));
       return kCalculationFailed;
     }
     output.write(out);
   }
-  diagnostics.finish("-", "rows");
+  diagnostics.finish("standard input", "rows");
   if (left_of_chunk > 0) {
-    throw std::runtime_error(fmt::format("-: the last chunk lacks {} rows", left_of_chunk));
+    throw std::runtime_error(
+        fmt::format("standard input: the last chunk ends {} rows early", left_of_chunk));
   }
   return kAllWell;
 }

@@ -56,13 +56,14 @@ std::vector<Token> tokens_of(std::string_view text) {
         is_digit(c) || (c == '.' && at + 1 < text.size() && is_digit(text[at + 1]));
     if (c == '\'' || c == '"') {
       const std::size_t end = text.find(c, at + 1);
-      if (end == text.npos) throw SyntaxError("a quotation is not closed", at, text.size() - at);
+      if (end == text.npos) throw SyntaxError("the quote is not closed", at, text.size() - at);
       add(c == '"' ? kQuotedName : kText, at, end + 1 - at);
       tokens.back().text = text.substr(at + 1, end - at - 1);
     } else if (host::value_of(text.substr(at, kDateLength)).is_date()) {
       add(kValue, at, kDateLength);
     } else if (const std::size_t length = like_a_date(text.substr(at)); length > 0) {
-      throw SyntaxError("no such date (YYYY-MM-DD); to subtract, put blanks around -", at, length);
+      throw SyntaxError("invalid date: write YYYY-MM-DD, or put spaces around - to subtract", at,
+                        length);
     } else if (begins_number) {
       add(kValue, at, number(at));
     } else if (is_letter(c)) {
@@ -74,10 +75,14 @@ std::vector<Token> tokens_of(std::string_view text) {
     } else if (std::string_view("+-*/(),=").find(c) != std::string_view::npos) {
       add(kSymbol, at, 1);
     } else {
-      throw SyntaxError("this belongs to no expression", at, 1);
+      const bool is_printable = c > ' ' && c != 127;
+      throw SyntaxError(is_printable ? std::string("unexpected character '") + c + '\''
+                                     : "unexpected control character",
+                        at, 1);
     }
   }
-  if (tokens.size() > kMostTokens) throw SyntaxError("the expression is too long", 0, 1);
+  if (tokens.size() > kMostTokens)
+    throw SyntaxError("the expression is too long: it may have 5000 words and signs", 0, 1);
   add(kEnd, text.size(), 0);
   return tokens;
 }

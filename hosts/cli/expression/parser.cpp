@@ -27,12 +27,12 @@ class Parser {
     }
     const std::size_t from = token().at;
     result.root = sum();
-    if (token().kind != kEnd) refuse("no operator stands before this");
+    if (token().kind != kEnd) refuse("expected an operator");
     if (!is_named) result.name = source_from(from);
     const auto& names = columns_.names();
     if (std::ranges::find(names, result.name) != names.end()) {
-      throw SyntaxError(fmt::format("there is a column {} already", result.name), 0,
-                        is_named ? tokens_[0].length : text_.size());
+      throw SyntaxError(fmt::format("column {} already exists: choose another name", result.name),
+                        0, is_named ? tokens_[0].length : text_.size());
     }
     result.values = std::move(values_);
     result.lists = std::move(lists_);
@@ -56,7 +56,7 @@ class Parser {
   }
 
   void expect(std::string_view symbol) {
-    if (!take(symbol)) refuse(fmt::format("{} is missing here", symbol));
+    if (!take(symbol)) refuse(fmt::format("expected '{}'", symbol));
   }
 
   // What was written from a place up to the last token taken.
@@ -66,7 +66,7 @@ class Parser {
   }
 
   NodePointer sum() {
-    if (++depth_ > kDeepest) refuse("nested too deeply");
+    if (++depth_ > kDeepest) refuse("the expression is nested too deeply: 200 levels are allowed");
     const std::size_t from = token().at;
     NodePointer left = product();
     while (token().is("+") || token().is("-"))
@@ -107,7 +107,7 @@ class Parser {
     const Token first = token();
     switch (first.kind) {
       case kValue:
-        if (value_of(first.text).is_text()) refuse("this is no number");
+        if (value_of(first.text).is_text()) refuse("invalid number");
         ++at_;
         return constant(first.text, false);
       case kText:
@@ -119,7 +119,7 @@ class Parser {
       case kQuotedName: {
         if (tokens_[at_ + 1].is("..") || tokens_[at_ + 1].is("[]")) {
           ++at_;
-          refuse("a list can stand among the arguments of a call alone");
+          refuse("a list is only allowed as an argument of a function");
         }
         const std::size_t index = column();
         use_value(index, first);
@@ -128,8 +128,7 @@ class Parser {
       default:
         break;
     }
-    if (!take("("))
-      refuse(first.kind == kEnd ? "the expression ends too early" : "a value is missing here");
+    if (!take("(")) refuse("expected a value");
     NodePointer inner = sum();
     expect(")");
     return inner;
@@ -138,7 +137,7 @@ class Parser {
   NodePointer call() {
     const Token word = token();
     const catalog::Keyword* const keyword = catalog::find(word.text);
-    if (keyword == nullptr) refuse("no such keyword; `finance --list` shows all");
+    if (keyword == nullptr) refuse(unknown_keyword(word.text));
     at_ += 2;
     std::vector<OperandPointer> arguments;
     std::size_t count = 0;
@@ -169,7 +168,8 @@ class Parser {
       const std::size_t index = column();
       ++at_;
       if (!columns_.is_in_table(index)) {
-        throw SyntaxError("a result has one value a group, and no list", first.at, first.length);
+        throw SyntaxError("a result has one value per group: only columns of the input are lists",
+                          first.at, first.length);
       }
       lists_.push_back(index);
       return column_list(first.text, index);
@@ -184,7 +184,7 @@ class Parser {
     ++at_;
     const Token last = token();
     if (last.kind != Token::Kind::kName && last.kind != Token::Kind::kQuotedName) {
-      refuse("a column is missing here");
+      refuse("expected a column");
     }
     const std::size_t to = column();
     const Token whole{first.kind, source_from(first.at), first.at,
@@ -192,14 +192,17 @@ class Parser {
     const auto refuse_range = [&whole](const std::string& message) {
       throw SyntaxError(message, whole.at, whole.length);
     };
-    if (to < from) refuse_range(fmt::format("column {} stands before {}", last.text, first.text));
+    if (to < from)
+      refuse_range(
+          fmt::format("column {} comes before column {} in the input", last.text, first.text));
     // Numbered columns must stand in the order of their numbers: sorted as text, they do not.
     const auto start = numbered(first.text);
     for (std::size_t i = from; i <= to; ++i) {
       const auto here = numbered(columns_.names()[i]);
       if (start && numbered(last.text) &&
           (!here || here->stem != start->stem || here->number != start->number + (i - from))) {
-        refuse_range(fmt::format("column {} stands in this range", columns_.names()[i]));
+        refuse_range(fmt::format("the range includes column {}, which is out of order",
+                                 columns_.names()[i]));
       }
       use_value(i, whole);
     }
@@ -232,16 +235,39 @@ class Parser {
       ++at_;
       return index;
     } catch (const std::invalid_argument& error) {
+      refuse_unquoted();
       refuse(error.what());
+    }
+  }
+
+  // Refuses what is a name of a column or of a basis, but for its quotes.
+  void refuse_unquoted() const {
+    const std::string_view rest = text_.substr(token().at);
+    std::string_view longest = token().text;
+    for (const std::string& name : columns_.names()) {
+      if (name.size() > longest.size() && rest.starts_with(name)) longest = name;
+    }
+    if (longest.size() > token().text.size()) {
+      throw SyntaxError(
+          fmt::format("write the name of this column in double quotes: \"{}\"", longest),
+          token().at, longest.size());
+    }
+    for (const std::string_view name : catalog::kBasisNames) {
+      if (catalog::basis_of(rest.substr(0, name.size())) && rest.size() >= name.size()) {
+        throw SyntaxError(
+            fmt::format("write a text in single quotes: '{}'", rest.substr(0, name.size())),
+            token().at, name.size());
+      }
     }
   }
 
   void use_value(std::size_t index, const Token& name) {
     if (!columns_.has_one_value(index)) {
-      throw SyntaxError(fmt::format("{0} has many values in a group: write {0}[] in a call that "
-                                    "takes a list, or --by {0}",
-                                    columns_.names()[index]),
-                        name.at, name.length);
+      throw SyntaxError(
+          fmt::format("{0} has several values in a group: write {0}[] as an argument of "
+                      "a function that takes a list, or add --by {0}",
+                      columns_.names()[index]),
+          name.at, name.length);
     }
     values_.push_back(index);
   }

@@ -89,7 +89,7 @@ bool BlockReader::fill(Block& block, std::size_t Ends::*end) {
     if (pending_.size() > kLongestRecord) {  // a quote is open, or else a line is too long
       const std::size_t line_end = pending_.find('\n');
       if (line_end == pending_.npos) {
-        throw std::runtime_error(input_.name() + " holds a line of more than 4 MiB");
+        throw std::runtime_error(input_.name() + " has a line that is longer than 4 MiB");
       }
       take(block, line_end + 1);
       return true;

@@ -49,7 +49,7 @@ Plan plan_of(const vxkernel::Kernel& kernel, const TableJob& job, std::vector<st
   };
   std::ranges::transform(job.keys, std::back_inserter(plan.keys), find);
   if (each_once(plan.keys).size() < plan.keys.size()) {
-    throw std::runtime_error("--by names a column twice");
+    throw std::runtime_error("--by: a column is given twice");
   }
   plan.is_grouped = !job.keys.empty();
   for (const std::string& text : job.expressions) plan.is_grouped |= explained(text, uses_lists);
@@ -80,9 +80,9 @@ std::vector<std::string> output_names(const Plan& plan) {
 }
 
 std::string record_error(const Plan& plan, const Record& record) {
-  if (record.is_open) return "a quote that opens here is not closed";
+  if (record.is_open) return "the quote that opens in this line is not closed";
   if (record.cells.size() == plan.header.size()) return {};
-  return fmt::format("has {} cell{}, the header has {}", record.cells.size(),
+  return fmt::format("the row has {} cell{}, the header has {}", record.cells.size(),
                      record.cells.size() == 1 ? "" : "s", plan.header.size());
 }
 

@@ -20,15 +20,15 @@ struct Stopped {};
 // Takes what came of each block in turn: rows to the output, diagnostics to standard error.
 class Report {
  public:
-  Report(const TableJob& job, std::uint64_t first_line, OutputFile& output, Progress& progress)
-      : job_(job), line_(first_line), output_(output), progress_(progress) {}
+  Report(const InputFile& input, std::uint64_t first_line, OutputFile& output, Progress& progress)
+      : input_(input), line_(first_line), output_(output), progress_(progress) {}
 
   void add(const Work& work) {
     output_.write(work.out);
     diagnostics_.count(work.rows, work.failed_rows);
     if (!work.diagnostics.empty() && !diagnostics_.limit_reached()) progress_.clear();
     for (const auto& [line, message] : work.diagnostics) {
-      diagnostics_.report(fmt::format("{}:{}: {}", job_.input, line_ + line, message));
+      diagnostics_.report(fmt::format("{}:{}: {}", input_.name(), line_ + line, message));
     }
     line_ += work.lines;
     if (work.is_stopped) throw Stopped();
@@ -36,11 +36,11 @@ class Report {
 
   ExitCode finish(std::string_view what) {
     progress_.clear();
-    return diagnostics_.finish(job_.input, what);
+    return diagnostics_.finish(input_.name(), what);
   }
 
  private:
-  const TableJob& job_;
+  const InputFile& input_;
   std::uint64_t line_;  // where the next block begins
   OutputFile& output_;
   Progress& progress_;
@@ -57,7 +57,7 @@ ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job) {
   const RowFormat format(job.format, job.delimiter, job.decimals, output_names(plan));
   OutputFile output(job.output);
   Progress progress(input.size(), job.output == "-");
-  Report report(job, lines + 1, output, progress);
+  Report report(input, lines + 1, output, progress);
 
   std::string header;
   format.header(header);
