@@ -38,7 +38,7 @@ std::string argument_counts(std::size_t min, std::size_t max) {
   return fmt::format("{} {} {} arguments", min, max == min + 1 ? "or" : "to", max);
 }
 
-// The keyword's lists are not of one length.
+// The error message of lists with different lengths.
 std::string unpaired(const catalog::Keyword& keyword) {
   std::string lists;
   for (const catalog::Argument& argument : keyword.arguments()) {
@@ -94,7 +94,7 @@ CallResult CheckedCall::run() noexcept {
   return {position == 0 ? Status::kNoResult : Status::kInvalidArgument, position};
 }
 
-// Names an argument, its value and what is wrong with it.
+// The error message of an argument: its name, its value and the reason.
 std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
                                         std::string_view reason) const {
   const Value& value = values[position - 1];
@@ -102,14 +102,14 @@ std::string CheckedCall::argument_error(std::size_t position, std::span<const Va
       fmt::format("argument {} ({}) is", position, parameter(position).name);
   if (value.is_missing()) return argument + " missing";
   const std::string shown = format_for_message(value);
-  // A number or a date in quotes is a text, and looks valid without them.
+  // A number or a date in quotes is a text, although its characters are valid.
   if (value.is_text() && !host::value_of(value.word).is_text()) {
     return fmt::format("{} the text '{}': {}, without quotes", argument, shown, reason);
   }
   return fmt::format("{} {}: {}", argument, shown, reason);
 }
 
-// The value of the argument of this name; NaN when the call has none.
+// The value of the argument with this name; NaN when the call does not have it.
 double CheckedCall::value_of(std::string_view name, std::span<const Value> values) const {
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (parameters_[i]->name == name) return values[i].number;
@@ -117,7 +117,7 @@ double CheckedCall::value_of(std::string_view name, std::span<const Value> value
   return std::numeric_limits<double>::quiet_NaN();
 }
 
-// The bound that the argument at a position breaks; null when it breaks none.
+// The first bound that the argument at a position is outside of; null when there is none.
 const catalog::Bound* CheckedCall::broken_bound(std::size_t position,
                                                 std::span<const Value> values) const {
   for (const catalog::Bound& bound : parameters_[position - 1]->bounds()) {

@@ -1,5 +1,5 @@
-// A keyword with a number of arguments, bound once for many rows: values in, a result or an error
-// out. The error message is made when it is asked for.
+// A call that is bound once and evaluated for many rows: values in, a result or an error out. The
+// error message is made only when it is asked for.
 #pragma once
 
 #include <cmath>
@@ -18,29 +18,29 @@ namespace host {
 
 enum class Status : std::uint8_t {
   kOk,
-  kInvalidArgument,  // the argument at the position is out of its range, or missing
-  kWrongType,        // the argument at the position is of another kind than its parameter
+  kInvalidArgument,  // the argument at the position is out of range, or missing
+  kWrongType,        // the argument at the position has the wrong type
   kNoResult,         // the calculation has no result
   kOutOfMemory,
 };
 
 struct CallResult {
   Status status = Status::kOk;
-  std::size_t position = 0;  // of the argument that the error names, from 1; 0: none
-  Value value{};             // of a call that succeeds
+  std::size_t position = 0;  // of the invalid argument, from 1; 0: none
+  Value value{};             // the result, on success
 
   [[nodiscard]] bool ok() const noexcept { return status == Status::kOk; }
 };
 
-// Positions count arguments from 1. Messages do not name the keyword: a host says how it was
-// called. One call serves one thread.
+// Positions count arguments from 1. Messages do not name the keyword: a host adds it in its own
+// form. One object serves one thread.
 class CheckedCall {
  public:
-  // What is wrong with a number of arguments: "takes 6 or 7 arguments, not 2".
+  // The error message of a wrong number of arguments: "takes 3 arguments, not 2: SLN(...)".
   static std::optional<std::string> arity_error(const catalog::Keyword& keyword, std::size_t count);
 
-  // The count must be one for which arity_error has no message. Throws std::bad_alloc, and
-  // vxkernel::Error for a module without the keyword.
+  // The count must be valid: see arity_error. Throws std::bad_alloc, and vxkernel::Error when the
+  // module does not have the keyword.
   CheckedCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword, std::size_t count);
 
   [[nodiscard]] std::size_t size() const noexcept { return parameters_.size(); }
@@ -49,34 +49,33 @@ class CheckedCall {
     return *parameters_[position - 1];
   }
 
-  // A row: begin, all its arguments in any order, run.
+  // For each row: begin, set all arguments in any order, run.
   void begin() noexcept { wrong_type_ = 0; }
-  // A number, days of a date, or NaN for the missing value.
+  // A number, the days of a date, or NaN for a missing value.
   void set_number(std::size_t position, double number) noexcept { call_[position] = number; }
-  // A text where only numbers and dates are read has the wrong type; a basis by its name is a
-  // number.
+  // A text is valid for a basis only.
   void set_text(std::size_t position, std::string_view text) noexcept;
   void set(std::size_t position, const Value& value) noexcept {
     if (value.is_text()) return set_text(position, value.word);
     set_number(position, value.number);
   }
-  // The argument has a type that a host knows to be wrong.
+  // Rejects the argument because of its type.
   void set_wrong_type(std::size_t position) noexcept {
     if (wrong_type_ == 0 || position < wrong_type_) wrong_type_ = position;
   }
-  // Wrong types and frequencies that make no schedule are errors before the module is called.
+  // Checks types and frequencies before it calls the module.
   CallResult run() noexcept;
 
-  // The bound call, for columns, whose values are not checked.
+  // The bound call, for columns. It does not check types and frequencies.
   [[nodiscard]] vxkernel::Call& bound() noexcept { return call_; }
-  // The position of the frequency, which the bound call does not check; 0: the keyword has none.
+  // The position of the frequency; 0: the keyword has none.
   [[nodiscard]] std::size_t frequency_position() const noexcept { return frequency_; }
-  // A number that the module returned, as a date or a number.
+  // A result of the module as a value: a date or a number.
   [[nodiscard]] Value value_of(double number) const noexcept {
     return {.number = number, .kind = is_date_ ? Value::Kind::kDate : Value::Kind::kNumber};
   }
 
-  // Why a call with these values failed: "argument 3 (rate) is -0.05: must be greater than 0".
+  // The message of a failed call: "argument 3 (rate) is -0.05: must be greater than 0".
   [[nodiscard]] std::string error_message(const CallResult& result,
                                           std::span<const Value> values) const;
 
@@ -91,12 +90,12 @@ class CheckedCall {
   const catalog::Keyword* keyword_;
   std::vector<const catalog::Argument*> parameters_;  // by position, from 0
   vxkernel::Call call_;
-  std::size_t wrong_type_ = 0;  // the first position with a wrong type; 0: none
-  std::size_t frequency_ = 0;   // the position of a frequency; 0: none
+  std::size_t wrong_type_ = 0;  // the first argument with a wrong type; 0: none
+  std::size_t frequency_ = 0;   // the position of the frequency; 0: none
   bool is_date_;
 };
 
-// What is wrong with a word that names no keyword.
+// The error message of an unknown keyword, with suggestions.
 std::string unknown_keyword(std::string_view word);
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// The module of a host, loaded once.
+// Loads the module once for a host.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace host {
 
-// The kernel with the module that vxk_open finds by the place of the shared object that this is
-// linked into. It is loaded at the first call and never unloaded, since a process may evaluate
-// until its very end. Throws vxkernel::Error.
+// The kernel with its module. vxk_open finds the module by the place of the shared object that this
+// code is linked into. The first call loads the module. It is never unloaded, because a process may
+// evaluate calls until it ends. Throws vxkernel::Error.
 const vxkernel::Kernel& loaded_module();
 
 // "vxfnc 0.1.0 (2026-11-21 12:00:00 UTC), interface 7.1, adapter 0.1.0"

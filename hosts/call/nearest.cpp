@@ -12,8 +12,8 @@ namespace {
 
 char lower(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
-// How many characters must be inserted, dropped, replaced, or swapped with the next one, to make
-// one word of the other. Case does not count.
+// The number of characters to insert, remove, replace, or swap with the next one, to turn one word
+// into the other. Case does not count.
 std::size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> before_last;
   std::vector<std::size_t> last(b.size() + 1);
@@ -39,7 +39,8 @@ std::string did_you_mean(std::string_view word, std::span<const std::string> nam
   constexpr std::size_t kLongest = 40;
   constexpr std::size_t kMostNamed = 3;
   if (word.empty() || word.size() > kLongest) return {};
-  std::size_t nearest = std::max<std::size_t>(word.size() / 3, 1);  // farther names do not help
+  std::size_t nearest =
+      std::max<std::size_t>(word.size() / 3, 1);  // names with more differences do not help
   std::vector<std::string_view> found;
   for (const std::string& name : names) {
     if (name.size() > kLongest) continue;

@@ -1,4 +1,4 @@
-// Suggestions for a name that is not known.
+// Suggestions for an unknown name.
 #pragma once
 
 #include <span>
@@ -7,8 +7,8 @@
 
 namespace host {
 
-// "; did you mean PRICE or PRICEMAT?": the names nearest to the word, of any case. Empty where no
-// name is near.
+// Returns "; did you mean PRICE or PRICEMAT?" with the names that are most like the word, whatever
+// its case. Empty when no name is like it.
 std::string did_you_mean(std::string_view word, std::span<const std::string> names);
 
 }  // namespace host

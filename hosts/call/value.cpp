@@ -13,10 +13,10 @@ constexpr std::chrono::sys_days kDateZero{std::chrono::year{1960} / 1 / 1};
 
 bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // what words are no number of
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // the word is not a number
 
-// A number of few digits, such as most are. Digits and power of ten are then exact, so that their
-// quotient is the double nearest to the number.
+// Reads a number of few digits, as most numbers are. Its digits and its power of ten are exact
+// doubles, so that their quotient is the double nearest to the number.
 double short_number_of(std::string_view word) noexcept {
   constexpr std::array kPowers = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
@@ -35,12 +35,12 @@ double short_number_of(std::string_view word) noexcept {
   return static_cast<double>(digits) / kPowers[decimals];
 }
 
-// Whether a number outside the doubles is too small for them rather than too large: its first digit
-// other than 0 is after the decimal point.
+// Whether a number that no double can hold is too small, not too large: its first digit other than
+// 0 is after the decimal point.
 bool is_too_small(std::string_view digits) noexcept {
   const std::size_t end = std::min(digits.find_first_of("eE"), digits.size());
   const std::string_view mantissa = digits.substr(0, end);
-  constexpr std::int64_t kFar = std::int64_t{1} << 60;  // farther than any text is long
+  constexpr std::int64_t kFar = std::int64_t{1} << 60;  // more than the length of any text
   std::int64_t place = 0;
   if (end < digits.size()) {
     std::string_view exponent = digits.substr(end + 1);
@@ -89,7 +89,7 @@ double date_of(std::string_view word) noexcept {
   return static_cast<double>((sys_days{date} - kDateZero).count());
 }
 
-// Two digits of a number below 100.
+// Appends the two digits of a number below 100.
 void append_two_digits(std::string& text, unsigned number) {
   text += static_cast<char>('0' + number / 10);
   text += static_cast<char>('0' + number % 10);
@@ -127,7 +127,7 @@ void append_digits(std::string& text, double value, int decimals) {
                          decimals));
     return;
   }
-  // Plain digits in the range of amounts, days and rates; powers of ten beyond.
+  // Amounts, days and rates are written without an exponent.
   constexpr double kPlainFrom = 1e-6;
   constexpr double kPlainBelow = 1e17;
   const double magnitude = std::fabs(value);
@@ -138,7 +138,7 @@ void append_digits(std::string& text, double value, int decimals) {
 
 bool append_date(std::string& text, double value) {
   using namespace std::chrono;
-  constexpr double kFarthest = 4e6;  // days; beyond the years of four digits on either side
+  constexpr double kFarthest = 4e6;  // days; more than the years of four digits need
   if (!(std::fabs(value) < kFarthest) || value != std::trunc(value)) return false;
   const year_month_day date{kDateZero + days{static_cast<int>(value)}};
   const int year = static_cast<int>(date.year());
@@ -164,13 +164,15 @@ std::string format_for_message(const Value& value) {
   std::string text(value.word);
   if (text.empty()) append_value(text, value);
   if (text.empty()) text = value.is_text() ? "''" : kMissingWord;
-  // Without control characters, and no longer than it helps.
+  // Control characters are masked, and long texts are cut.
   constexpr std::size_t kMostShown = 60;
   std::size_t end = std::min(text.size(), kMostShown);
   const auto splits_character = [&text](std::size_t i) {
     return i < text.size() && (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
   };
-  const std::size_t least = end - std::min<std::size_t>(end, 3);  // other encodings go on for ever
+  const std::size_t least =
+      end -
+      std::min<std::size_t>(end, 3);  // a text that is not UTF-8 may have no start of a character
   while (end > least && splits_character(end)) --end;
   const bool is_cut = end < text.size();
   text.resize(end);

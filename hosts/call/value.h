@@ -1,4 +1,4 @@
-// What a word, a cell or an expression stands for, and how it is written.
+// The value of a word, a cell or an expression, and its text.
 #pragma once
 
 #include <cmath>
@@ -12,13 +12,13 @@ namespace host {
 struct Value {
   enum class Kind : std::uint8_t {
     kNumber,
-    kDate,    // a number, its days from 1 January 1960, that is written as a date
-    kText,    // the word; no number
-    kFailed,  // no number, because its computation failed
+    kDate,    // the number counts days from 1960-01-01
+    kText,    // the word is the value
+    kFailed,  // the computation of the value failed
   };
 
-  double number = std::numeric_limits<double>::quiet_NaN();  // NaN: the missing value
-  std::string_view word{};  // as it was written; empty for a number that was computed
+  double number = std::numeric_limits<double>::quiet_NaN();  // NaN is a missing value
+  std::string_view word{};  // the source text; empty for a computed value
   Kind kind = Kind::kNumber;
 
   [[nodiscard]] bool is_date() const noexcept { return kind == Kind::kDate; }
@@ -30,28 +30,28 @@ struct Value {
 inline constexpr std::string_view kMissingWord = ".";
 inline constexpr int kAllDigits = -1;
 
-// A decimal number, an ISO date (YYYY-MM-DD) or a full stop; anything else is text: infinities,
-// hexadecimal digits, numbers too large for a double, dates that do not exist. Refers to the word.
+// Reads a decimal number, a date (YYYY-MM-DD) or a full stop, which is a missing value. Any other
+// word is a text: infinities, hexadecimal digits, numbers too large for a double, invalid dates.
+// The value refers to the word.
 Value value_of(std::string_view word) noexcept;
 
-// Without blanks and tabs around it.
+// The cell without the blanks and tabs around it.
 std::string_view trim(std::string_view cell) noexcept;
 
-// The value of a table's cell: blanks around it do not count, and an empty cell is the missing
-// value.
+// The value of a cell of a table. Blanks around it do not count. An empty cell is a missing value.
 Value value_of_cell(std::string_view cell) noexcept;
 
-// The shortest digits that read back to the same double, or so many decimals. NaN has none: nothing
-// is appended.
+// Appends the shortest digits that read back to the same double, or digits rounded to a number of
+// decimals. Appends nothing for NaN.
 void append_digits(std::string& text, double value, int decimals = kAllDigits);
 
-// A date that YYYY-MM-DD can write; false, and nothing appended, for any other.
+// Appends YYYY-MM-DD. Returns false, and appends nothing, when the year is not in 0 to 9999.
 bool append_date(std::string& text, double value);
 
-// A number or date in the way of its kind, text as it stands, nothing for the missing value.
+// Appends a number, a date or a text; nothing for a missing value.
 void append_value(std::string& text, const Value& value, int decimals = kAllDigits);
 
-// The value as error messages show it: the word it was read from; a full stop for the missing
+// The value for an error message: its source text, or else its digits; a full stop for a missing
 // value.
 std::string format_for_message(const Value& value);
 

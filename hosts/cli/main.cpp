@@ -1,5 +1,5 @@
-// The command `finance`: evaluates calls of the host function FINANCE, one by one, over tables and
-// in the pipes of engines. Results go to standard output, everything else to standard error.
+// The command `finance`: evaluates single calls, tables, and the rows of engines. Results go to
+// standard output, everything else to standard error.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -75,8 +75,7 @@ struct Options {
   cli::FilterJob filter;
 };
 
-// One result a call on standard output, so that results and calls stay side by side: a full stop,
-// or the error as JSON, where it failed.
+// Prints one line per call, also for a call that failed: a full stop, or the error as JSON.
 void print(const cli::SingleResult& result, const std::vector<std::string>& words,
            const std::string& place, const Options& options) {
   if (!result.ok) std::cerr << "finance: " << place << result.text << '\n';
@@ -84,7 +83,7 @@ void print(const cli::SingleResult& result, const std::vector<std::string>& word
   std::cout << (options.as_json ? json_of(result, words) : text) << '\n';
 }
 
-// Empty lines and comments are no calls.
+// Skips empty lines and comments.
 cli::ExitCode evaluate_lines(const vxkernel::Kernel& kernel, std::istream& lines,
                              const Options& options) {
   cli::ExitCode exit_code = cli::kAllWell;
@@ -115,7 +114,7 @@ cli::ExitCode evaluate_calls(const vxkernel::Kernel& kernel, const Options& opti
   return evaluate_lines(kernel, file, options);
 }
 
-// A single call that fails prints nothing but its error, unless the result is asked for as JSON.
+// A single call that fails prints only its error message, unless JSON is asked for.
 cli::ExitCode evaluate_call(const vxkernel::Kernel& kernel, const std::vector<std::string>& words,
                             const Options& options) {
   const cli::SingleResult result = cli::evaluate(kernel, words, options.decimals);
@@ -133,7 +132,7 @@ std::string described(const std::string& word) {
   return page_of(*keyword);
 }
 
-// A delimiter is one character that can be no part of a quotation, a line end or a number.
+// A delimiter must not be a part of a quoted cell, a line end or a number.
 char delimiter_of(const std::string& word) {
   if (word == "tab" || word == "\\t") return '\t';
   const auto is_part_of_values = [](char c) {
@@ -273,7 +272,7 @@ void add_engine_options(CLI::App& app, Options& options) {
       ->group(kEngines);
 }
 
-// An option that the job has no use for is a mistake.
+// Rejects options that the job does not use.
 void demand_fitting_options(const CLI::App& app) {
   const auto is_given = [&app](const char* option) { return app.count(option) > 0; };
   const auto demand = [&](const char* option, bool fits, const char* job) {
@@ -289,7 +288,7 @@ void demand_fitting_options(const CLI::App& app) {
   demand("--json", !is_given("-e") && !is_given("--filter"), "a call, or --calls");
 }
 
-// What there is to do: exactly one of these.
+// Runs the one job that the options ask for.
 cli::ExitCode run(const CLI::App& app, Options& options) {
   std::vector<std::string> words = app.remaining();  // the keyword and its arguments
   if (!words.empty() && words[0] == "--") {
@@ -368,7 +367,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Where a standard stream is closed, a file would get its number, and what is said there.
+  // If a standard stream is closed, the next file would get its number and its text.
   int null = 0;
   while (null >= 0 && null <= STDERR_FILENO) null = ::open("/dev/null", O_RDWR);
   if (null >= 0) ::close(null);

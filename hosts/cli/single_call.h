@@ -1,4 +1,4 @@
-// One call of the host function FINANCE, in words.
+// One call of the host function FINANCE, given as words.
 #pragma once
 
 #include <span>
@@ -10,16 +10,16 @@
 
 namespace cli {
 
-using namespace host;  // what every host knows of values and calls
+using namespace host;  // values and checked calls
 
-// The words of a line: separated by blanks, quoted with ' or " where they hold some. A word that
-// begins with # opens a comment. Throws std::invalid_argument when a quotation is not closed.
+// Splits a line into words at blanks. A word in single or double quotes may have blanks. A word
+// that begins with # starts a comment. Throws std::invalid_argument when a quote is not closed.
 std::vector<std::string> words_of(std::string_view line);
 
 struct SingleResult {
   bool ok;
-  std::string text;  // the result, or what went wrong
-  bool is_number;    // the result is one; a date and the missing value are none
+  std::string text;  // the result, or the error message
+  bool is_number;    // false for a date and for a missing value
 };
 
 // Evaluates a keyword and its arguments, given as words.
@@ -27,7 +27,7 @@ SingleResult evaluate(const vxkernel::Kernel& kernel, std::span<const std::strin
                       int decimals = kAllDigits);
 
 // The result as a line of JSON: {"keyword":"SLN","value":1800}, {"keyword":"SLN","error":"..."}. A
-// date is a string, the missing value null, an infinite one "inf" or "-inf".
+// date is a string, and a missing value is null.
 std::string json_of(const SingleResult& result, std::span<const std::string> words);
 
 }  // namespace cli

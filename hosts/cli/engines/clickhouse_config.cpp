@@ -18,7 +18,7 @@ std::string type_of(const catalog::Argument& argument) {
   return (is_list ? "Array(" : "Nullable(") + type + ')';
 }
 
-// Engines pass every argument, so one that could be left out elsewhere must be given its value.
+// The engine passes every argument: the default of an optional argument must be given.
 std::string to_be_given(const catalog::Keyword& keyword) {
   std::string text;
   for (const catalog::Argument& argument : keyword.arguments()) {

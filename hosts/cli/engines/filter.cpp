@@ -15,8 +15,8 @@
 namespace cli {
 namespace {
 
-// A cell's value, or those of a list: [1,2], ['2026-11-23','2027-05-15'], with NULL for a missing
-// one.
+// Appends the value of a cell, or the values of a list such as [1,2] or
+// ['2026-11-23','2027-05-15']. NULL in a list is a missing value.
 void append_values(std::string_view cell, std::vector<Value>& values) {
   if (!cell.starts_with('[') || !cell.ends_with(']')) {
     values.push_back(cell == kMissingCell ? Value{} : value_of_cell(cell));
@@ -42,8 +42,8 @@ class Filter {
     if (keyword_ == nullptr) throw std::runtime_error(unknown_keyword(job.keyword));
   }
 
-  // Appends the answer to a row. False when it failed, for the reason in message().
-  bool answer(std::string_view row, std::string& out) {
+  // Appends the result of a row. Returns false when the row failed: message() has the reason.
+  bool evaluate_row(std::string_view row, std::string& out) {
     for (std::size_t i = 0; i < job_.kept; ++i) {
       const std::size_t end = std::min(row.find('\t'), row.size());
       out.append(row.substr(0, end)).append(1, '\t');
@@ -64,7 +64,7 @@ class Filter {
   [[nodiscard]] const std::string& message() const noexcept { return message_; }
 
  private:
-  // Evaluates a row. The message is empty when it succeeds.
+  // Evaluates the cells of a row. Returns the error message, which is empty on success.
   std::string evaluate(std::string_view row) {
     split_line(row, job_.escape, cells_);
     std::size_t first = 0;
@@ -93,14 +93,14 @@ class Filter {
   const vxkernel::Kernel& kernel_;
   const FilterJob& job_;
   const catalog::Keyword* keyword_ = nullptr;
-  std::optional<CheckedCall> call_;  // of the last row that had the right number of arguments
+  std::optional<CheckedCall> call_;  // of the last row with a valid number of arguments
   std::vector<std::string> cells_;
   std::vector<Value> values_;
   Value result_;
   std::string message_;
 };
 
-// The number of rows that a chunk's header announces; nothing where it is none.
+// The number of rows in the header of a chunk; nothing when the header is invalid.
 std::optional<std::uint64_t> rows_of_chunk(std::string_view header) {
   std::uint64_t rows = 0;
   const char* const last = header.data() + header.size();
@@ -139,7 +139,7 @@ ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job) {
       }
       if (left_of_chunk > 0) --left_of_chunk;
       const std::size_t before = out.size();
-      const bool all_well = filter.answer(row, out);
+      const bool all_well = filter.evaluate_row(row, out);
       diagnostics.count(1, all_well ? 0 : 1);
       if (all_well) continue;
       if (!diagnostics.limit_reached())

@@ -1,4 +1,4 @@
-// The protocol of streaming engines: rows of arguments in, one result a row out.
+// The protocol of streaming engines: rows of arguments in, one result per row out.
 #pragma once
 
 #include <string>
@@ -10,21 +10,22 @@
 
 namespace cli {
 
-using namespace host;  // what every host knows of values and calls
+using namespace host;  // values and checked calls
 
 struct FilterJob {
-  std::string keyword;  // empty: each row begins with one
+  std::string keyword;  // empty: the first cell of each row is the keyword
   Escape escape = Escape::kBackslash;
-  std::size_t kept = 0;  // the first cells of a row stand before its answer, and are no arguments
-  bool has_chunk_headers = false;  // a line with the number of its rows stands before each chunk
+  std::size_t kept = 0;  // so many first cells of a row are copied; the arguments follow them
+  bool has_chunk_headers = false;  // each chunk starts with a line that has its number of rows
   int decimals = kAllDigits;
   OnError on_error = OnError::kNull;  // not kSkip
 };
 
-// Reads rows of cells separated by tabs from standard input until its end; writes a line for each,
-// in order, and all of them before it waits for more. \N is the missing value on both sides; a cell
-// [1,2] stands for as many arguments. Rows that fail are told on standard error, and do not count
-// in the exit code, by which engines would drop the good ones. Throws std::runtime_error.
+// Reads rows of cells separated by tabs from standard input and writes one line per row, in order.
+// Writes all results of the rows that were read before it waits for more. \N is a missing value in
+// the input and in the output. A cell [1,2] has one argument per element. Reports rows that fail on
+// standard error. They do not change the exit code, because an engine would then drop the results
+// of all rows. Throws std::runtime_error.
 ExitCode filter(const vxkernel::Kernel& kernel, const FilterJob& job);
 
 }  // namespace cli

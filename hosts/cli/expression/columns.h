@@ -1,4 +1,4 @@
-// The columns that expressions may name.
+// The columns that expressions can use.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 
 namespace cli {
 
-// The columns that expressions may name: the table's, then the results of earlier expressions.
+// The columns of the table, then the results of earlier expressions.
 class Columns {
  public:
   explicit Columns(std::vector<std::string> names)
       : names_(std::move(names)), in_table_(names_.size()) {}
 
-  // From here on rows are in groups, which have these columns of the table in common: others can
-  // be named as lists alone.
+  // Groups the rows by these columns of the table. The other columns of the table can then only be
+  // used as lists.
   void group_by(std::vector<std::size_t> keys) {
     is_grouped_ = true;
     keys_ = std::move(keys);
@@ -26,7 +26,7 @@ class Columns {
   [[nodiscard]] bool is_in_table(std::size_t column) const noexcept { return column < in_table_; }
   [[nodiscard]] bool has_one_value(std::size_t column) const noexcept;
 
-  // Throws std::invalid_argument when there is no such column, or more than one.
+  // Throws std::invalid_argument when no column, or more than one, has the name.
   [[nodiscard]] std::size_t find(std::string_view name) const;
 
  private:

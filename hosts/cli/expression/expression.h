@@ -3,9 +3,9 @@
 //   expression   [column =] sum
 //   sum          + - * / and parentheses over
 //   primary      number, YYYY-MM-DD, 'text', . (missing), column, "column name", KEYWORD(sum, ...)
-//   in a call    from..to: the columns from one to another; column[]: its values in a group of rows
+//   argument     sum, from..to (the columns from one to another), column[] (its values in a group)
 //
-// A keyword is known by the parenthesis behind it; its case does not matter, a column's does.
+// A name before a parenthesis is a keyword. Keywords ignore case, column names do not.
 #pragma once
 
 #include <memory>
@@ -20,16 +20,17 @@
 namespace cli {
 
 struct Expression {
-  std::string name;  // of the result's column
+  std::string name;  // of the column of the result
   std::unique_ptr<Node> root;
-  std::vector<std::size_t> values;  // columns in use, one value a row or group
-  std::vector<std::size_t> lists;   // columns in use as lists
+  std::vector<std::size_t> values;  // columns that are used as values
+  std::vector<std::size_t> lists;   // columns that are used as lists
 };
 
-// Refers to the text. Counts the calls of keywords, which are numbered. Throws SyntaxError.
+// The expression refers to the text. The calls in it are numbered from `calls`, which is advanced.
+// Throws SyntaxError.
 Expression parse(std::string_view text, const Columns& columns, std::size_t& calls);
 
-// Whether an expression speaks of lists, as in amount[]: then rows stand in groups. Throws
+// Whether an expression uses a list such as amount[], so that rows must be grouped. Throws
 // SyntaxError.
 bool uses_lists(std::string_view text);
 

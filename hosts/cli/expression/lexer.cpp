@@ -7,12 +7,12 @@
 namespace cli {
 namespace {
 
-// Every operator takes a frame of the stack when the expression is evaluated.
+// Every operator needs a stack frame when the expression is evaluated.
 constexpr std::size_t kMostTokens = 5000;
 
 bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-// The length of four digits, -, one or two digits, -, one or two digits; 0 for anything else.
+// The length of YYYY-M-D with one or two digits for month and day; 0 for any other text.
 std::size_t like_a_date(std::string_view text) noexcept {
   std::size_t at = 0;
   const auto digits = [&](std::size_t most) {
@@ -37,7 +37,7 @@ std::vector<Token> tokens_of(std::string_view text) {
     const auto* const end = std::find_if_not(text.begin() + at, text.end(), belongs);
     return static_cast<std::size_t>(end - text.begin()) - at;
   };
-  const auto number = [&](std::size_t at) {  // an exponent's sign belongs to it
+  const auto number = [&](std::size_t at) {  // with the sign of an exponent
     std::size_t end = at;
     while (end < text.size() && (is_digit(text[end]) || is_letter(text[end]) || text[end] == '.' ||
                                  ((text[end] == '+' || text[end] == '-') && end > at &&

@@ -1,4 +1,4 @@
-// The words of an expression.
+// The tokens of an expression.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace cli {
 
-// What cannot be understood, and where it stands.
+// A syntax error with its place in the text.
 struct SyntaxError : std::runtime_error {
   SyntaxError(const std::string& message, std::size_t first, std::size_t size)
       : std::runtime_error(message), at(first), length(size) {}
@@ -29,13 +29,13 @@ struct Token {
   }
 };
 
-// Letters of names; every byte beyond ASCII is one.
+// Every byte beyond ASCII is a letter.
 inline bool is_letter(char c) noexcept {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80) != 0;
 }
 inline bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
-// The tokens of an expression, kEnd last. They refer to the text. Throws SyntaxError.
+// The last token is kEnd. The tokens refer to the text. Throws SyntaxError.
 std::vector<Token> tokens_of(std::string_view text);
 
 }  // namespace cli

@@ -39,7 +39,7 @@ class Column : public Node {
   Value evaluate(Evaluator& in) const override { return value_of_column(in, index_); }
   const BlockColumn* evaluate(BlockEvaluator& in) const override { return &in.columns[index_]; }
 
-  // What is computed from a result that failed fails, too: its message has been made.
+  // A value computed from a failed result fails without a message: the result has one.
   static Value value_of_column(Evaluator& in, std::size_t index) {
     if (in.values[index].is_failed()) in.fail([] { return std::string(); });
     return in.values[index];
@@ -171,7 +171,7 @@ class Arithmetic : public Node {
     }
   }
 
-  // A date and a number of days make a date.
+  // A date plus or minus a number of days is a date.
   [[nodiscard]] bool is_date(bool left, bool right) const noexcept {
     return left != right && (operation_ == '+' || (operation_ == '-' && left));
   }
@@ -228,7 +228,7 @@ class Call : public Node {
     results.values = to.numbers.data();
     const int status = call.bound().run(columns, static_cast<std::int64_t>(in.rows), results);
     if (status != VXK_OK) return nullptr;
-    // What is missing or fails has its error message, or its result, by the other way.
+    // A row that is missing a value or fails is evaluated again by itself.
     for (std::size_t i = 0; i < in.rows; ++i) {
       if (std::isnan(to.numbers[i])) in.is_special[i] = 1;
     }

@@ -1,5 +1,6 @@
-// The nodes of a parsed expression, and what they are evaluated on: one row at a time, or many rows
-// by columns, which is quicker and leaves the rows that are not plain to the other way.
+// The nodes of a parsed expression. A node is evaluated for one row, or for a block of rows by
+// columns. The second way is faster. It marks the rows that the first way must evaluate, such as
+// rows that fail.
 #pragma once
 
 #include <deque>
@@ -13,9 +14,9 @@
 
 namespace cli {
 
-using namespace host;  // what every host knows of values and calls
+using namespace host;  // values and checked calls
 
-// The calls of expressions, bound for one thread. Each call of an expression has a number.
+// The bound calls of all expressions, for one thread. Each call in an expression has a number.
 class BoundCalls {
  public:
   explicit BoundCalls(const vxkernel::Kernel& kernel) : kernel_(kernel) {}
@@ -27,18 +28,20 @@ class BoundCalls {
   std::vector<std::optional<CheckedCall>> calls_;
 };
 
-// What an expression works on, row by row, and what came of it. One for each thread.
+// The values that expressions are evaluated on, for one row or group, and the outcome. One per
+// thread.
 struct Evaluator {
   BoundCalls& calls;
-  std::vector<Value> values{};               // a row's, by column; those in use must be there
-  std::vector<std::vector<double>> lists{};  // a group's, by column; those in use must be there
+  std::vector<Value> values{};  // by column; the columns in use must be set
+  std::vector<std::vector<double>>
+      lists{};  // of a group, by column; the columns in use must be set
 
-  // Sticky: set by the first failure, after which no call is made.
+  // Set by the first failure. No call is made after it.
   bool failed = false;
   bool wants_message = false;
   std::string message{};
 
-  std::vector<Value> stack{};  // arguments of the calls under way
+  std::vector<Value> stack{};  // arguments of the calls that are being evaluated
 
   // Before each evaluation.
   void begin(bool needs_message) noexcept {
@@ -58,28 +61,28 @@ struct BlockColumn {
   enum class Kind : std::uint8_t {
     kNumber,
     kDate,
-    kBasis,  // names of bases, as their codes
+    kBasis,  // codes of bases, from their names
   };
   Kind kind = Kind::kNumber;
-  bool is_constant = false;     // the first number is that of all rows
-  std::vector<double> numbers;  // NaN: missing
+  bool is_constant = false;     // numbers[0] is the value of all rows
+  std::vector<double> numbers;  // NaN is a missing value
 
   [[nodiscard]] double at(std::size_t row) const noexcept { return numbers[is_constant ? 0 : row]; }
 };
 
-// What expressions work on, block by block. One for each thread.
+// The columns that expressions are evaluated on, for a block of rows. One per thread.
 struct BlockEvaluator {
   BoundCalls& calls;
   std::size_t rows = 0;
-  std::vector<BlockColumn> columns{};  // by column; those in use must be there
-  std::vector<char> is_special{};      // rows to be evaluated one by one, such as those that fail
+  std::vector<BlockColumn> columns{};     // by column; the columns in use must be set
+  std::vector<char> is_special{};         // rows to evaluate one by one, such as rows that fail
   std::deque<BlockColumn> temporaries{};  // results of nodes
   std::size_t used_temporaries = 0;
 
   BlockColumn& temporary();
 };
 
-// What can be among the arguments of a call.
+// An operand of a call: it gives one argument or several.
 class Operand {
  public:
   explicit Operand(std::string_view text) : source(text) {}
@@ -87,12 +90,12 @@ class Operand {
   Operand& operator=(const Operand&) = delete;
   virtual ~Operand() = default;
 
-  // Puts the arguments that it means on the stack.
+  // Pushes its arguments on the stack.
   virtual void push(Evaluator& in) const = 0;
-  // Adds the columns that it means; false if it has none, and rows are to be evaluated one by one.
+  // Adds the columns of its arguments. Returns false when rows must be evaluated one by one.
   virtual bool add_columns(BlockEvaluator& in, std::vector<const BlockColumn*>& to) const = 0;
 
-  std::string_view source;  // as it was written
+  std::string_view source;  // the source text
 };
 
 // An operand with one value.
@@ -100,9 +103,9 @@ class Node : public Operand {
  public:
   using Operand::Operand;
 
-  // When the evaluator says that it failed, the value means nothing.
+  // The value is undefined when the evaluator has failed.
   virtual Value evaluate(Evaluator& in) const = 0;
-  // The column of values; null if it has none.
+  // The column of values; null when rows must be evaluated one by one.
   virtual const BlockColumn* evaluate(BlockEvaluator& in) const = 0;
 
   void push(Evaluator& in) const final { in.stack.push_back(evaluate(in)); }
@@ -112,7 +115,8 @@ class Node : public Operand {
   }
 };
 
-// The nodes. A constant's text is a number, a date or a full stop, or, as is_text says, any text.
+// Makers of the nodes. A constant is a number, a date or a full stop, or any text if is_text is
+// set.
 std::unique_ptr<Node> constant(std::string_view text, bool is_text);
 std::unique_ptr<Node> column(std::string_view name, std::size_t index);
 std::unique_ptr<Operand> column_range(std::string_view text, std::size_t first, std::size_t last);
@@ -120,7 +124,7 @@ std::unique_ptr<Operand> column_list(std::string_view name, std::size_t index);
 std::unique_ptr<Node> negation(std::string_view text, std::unique_ptr<Node> operand);
 std::unique_ptr<Node> arithmetic(std::string_view text, char operation, std::unique_ptr<Node> left,
                                  std::unique_ptr<Node> right);
-// Without a count, the number of arguments depends on the lists of a group.
+// The count is absent when the number of arguments depends on the lists of a group.
 std::unique_ptr<Node> call(std::string_view text, const catalog::Keyword& keyword,
                            std::vector<std::unique_ptr<Operand>> arguments,
                            std::optional<std::size_t> count, std::size_t number);

@@ -8,7 +8,7 @@
 namespace cli {
 namespace {
 
-// Deeper nesting is refused: every parenthesis takes a frame of the parser's stack.
+// The limit of nesting: every parenthesis needs a stack frame of the parser.
 constexpr int kDeepest = 200;
 
 class Parser {
@@ -59,7 +59,7 @@ class Parser {
     if (!take(symbol)) refuse(fmt::format("expected '{}'", symbol));
   }
 
-  // What was written from a place up to the last token taken.
+  // The source from a position to the end of the last token taken.
   [[nodiscard]] std::string_view source_from(std::size_t from) const {
     const Token& last = tokens_[at_ - 1];
     return text_.substr(from, last.at + last.length - from);
@@ -159,7 +159,7 @@ class Parser {
                      has_lists ? std::nullopt : std::optional(count), calls_++);
   }
 
-  // Counts what it stands for among the arguments of the call.
+  // Adds the number of arguments that the operand gives to the count.
   OperandPointer argument(std::size_t& count) {
     const Token first = token();
     const bool is_name = first.kind == Token::Kind::kName || first.kind == Token::Kind::kQuotedName;
@@ -195,7 +195,7 @@ class Parser {
     if (to < from)
       refuse_range(
           fmt::format("column {} comes before column {} in the input", last.text, first.text));
-    // Numbered columns must stand in the order of their numbers: sorted as text, they do not.
+    // Numbered columns must be in the order of their numbers. Columns sorted as text are not.
     const auto start = numbered(first.text);
     for (std::size_t i = from; i <= to; ++i) {
       const auto here = numbered(columns_.names()[i]);
@@ -240,7 +240,7 @@ class Parser {
     }
   }
 
-  // Refuses what is a name of a column or of a basis, but for its quotes.
+  // Reports a name of a column, or of a basis, whose quotes are missing.
   void refuse_unquoted() const {
     const std::string_view rest = text_.substr(token().at);
     std::string_view longest = token().text;

@@ -1,4 +1,4 @@
-// What is said on standard error of rows that fail: the first failures, then how many there are.
+// The reports on standard error about rows that fail: the first failures, then their number.
 #pragma once
 
 #include <fmt/format.h>
@@ -12,7 +12,7 @@ namespace cli {
 
 enum ExitCode : int { kAllWell = 0, kCalculationFailed = 1, kUsage = 2, kSomeFailed = 3 };
 
-// Writes to standard error. Where that cannot be written, the data still can.
+// Writes to standard error. A failure to write is ignored, because the data can still be written.
 inline void say(std::string_view text) noexcept {
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
@@ -34,7 +34,7 @@ class Diagnostics {
     failed_rows_ += failed_rows;
   }
 
-  // Says how many of what failed, if any.
+  // Reports the number of failures, if any.
   ExitCode finish(std::string_view input, std::string_view what) const {
     if (failed_rows_ == 0) return kAllWell;
     say(fmt::format("finance: {}: {} of {} {} failed\n", input, failed_rows_, rows_, what));
@@ -47,12 +47,12 @@ class Diagnostics {
   std::uint64_t failed_rows_ = 0;
 };
 
-// What a row that fails is to become.
+// What happens to a row that fails.
 enum class OnError : std::uint8_t {
-  kNull,  // the results that failed are missing
-  kText,  // they are the error's text
-  kSkip,  // the row is left out
-  kFail,  // the end: nothing of it and behind it is written
+  kNull,  // its failed results are empty
+  kText,  // its failed results are the error message
+  kSkip,  // it is left out
+  kFail,  // the output ends before it
 };
 
 }  // namespace cli

@@ -23,7 +23,7 @@ std::string json_string(std::string_view text) {
   return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-// A cell that JSON reads as a number, with no more digits than its readers keep.
+// Whether a cell is a number of JSON, with no more digits than its readers keep.
 bool is_json_number(std::string_view text) {
   constexpr std::size_t kMostKept = 16;
   if (text.size() > kMostKept) return false;
@@ -34,7 +34,7 @@ bool is_json_number(std::string_view text) {
   return nlohmann::json::accept(text);
 }
 
-// The temporary file of the one output that is being written, for the signal handler.
+// The temporary file of the output, for the signal handler.
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ};
 char interrupted_file[4096];
 
@@ -44,7 +44,7 @@ void remove_and_end(int signal) {
   std::raise(signal);
 }
 
-// Signals that are ignored, as under nohup, stay so.
+// Signals that are ignored, as under nohup, stay ignored.
 void on_ending_signals(void (*action)(int)) {
   for (const int signal : kEndingSignals) {
     if (std::signal(signal, action) == SIG_IGN) std::signal(signal, SIG_IGN);
@@ -84,7 +84,7 @@ void RowFormat::text_cell(std::string& out, std::string_view text) const {
   const bool needs_quotes = std::ranges::any_of(
       text, [this](char c) { return c == delimiter_ || c == '"' || c == '\n' || c == '\r'; });
   if (!needs_quotes &&
-      (!text.empty() || names_.size() > 1)) {  // a lone empty cell is no empty line
+      (!text.empty() || names_.size() > 1)) {  // an empty line would not be a record
     out += text;
     return;
   }
@@ -100,7 +100,7 @@ void RowFormat::header(std::string& out) const {
 }
 
 void RowFormat::cell(std::string& out, std::size_t column, std::string_view text) const {
-  if (format_ == Format::kNdjson && column >= members_.size()) return;  // it has no name
+  if (format_ == Format::kNdjson && column >= members_.size()) return;  // the cell has no column
   begin_cell(out, column);
   if (format_ == Format::kNdjson && (text.empty() || text == kMissingWord)) {
     out += "null";

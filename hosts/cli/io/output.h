@@ -1,4 +1,4 @@
-// Rows out: CSV, TSV or NDJSON, to standard output or to a file that appears whole or not at all.
+// The output of rows: CSV, TSV or NDJSON, to standard output or to a file.
 #pragma once
 
 #include <cstdint>
@@ -10,23 +10,23 @@
 
 namespace cli {
 
-using namespace host;  // what every host knows of values and calls
+using namespace host;  // values and checked calls
 
 enum class Format : std::uint8_t {
-  kCsv,     // cells quoted where they must be; the missing value is an empty cell
-  kTsv,     // \t \n \r \\ stand for tab, line feed, carriage return and backslash
-  kNdjson,  // one JSON object a line; the missing value is null
+  kCsv,     // cells are quoted where needed; a missing value is an empty cell
+  kTsv,     // \t, \n, \r and \\ are escape sequences
+  kNdjson,  // one JSON object per line; a missing value is null
 };
 
-// Writes cells of a row one behind the other.
+// Writes the cells of a row, one after the other.
 class RowFormat {
  public:
   RowFormat(Format format, char delimiter, int decimals, std::vector<std::string> names);
 
-  // A line of column names; nothing for NDJSON.
+  // The header line; nothing for NDJSON.
   void header(std::string& out) const;
 
-  // The next cell of a row, as it was read or as a value.
+  // The next cell of a row: the text of a cell of the input, or a value.
   void cell(std::string& out, std::size_t column, std::string_view text) const;
   void value(std::string& out, std::size_t column, const Value& value) const;
 
@@ -40,17 +40,17 @@ class RowFormat {
   char delimiter_;
   int decimals_;
   std::vector<std::string> names_;
-  std::vector<std::string> members_;  // the names as JSON, with what stands around them
+  std::vector<std::string> members_;  // {"name": or ,"name": of each column
 };
 
-// Appends a text with its control characters and backslashes escaped, as in TSV.
+// Appends a text with the escape sequences of TSV.
 void append_escaped(std::string& out, std::string_view text);
 
 class OutputFile {
  public:
-  // Standard output where the path is -. A regular file is replaced by commit, with its
-  // permissions; until then it stays as it is, even when the process is interrupted. Throws
-  // std::runtime_error, as all others do.
+  // The path - is standard output. A regular file is replaced by commit, which keeps its
+  // permissions. The file does not change before, even when the process is interrupted. All
+  // functions throw std::runtime_error.
   explicit OutputFile(const std::string& path);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -63,7 +63,7 @@ class OutputFile {
   [[noreturn]] void fail() const;
 
   std::string path_;
-  std::string temporary_;  // empty where output is written in place
+  std::string temporary_;  // empty when the file is written in place
   int descriptor_;
 };
 

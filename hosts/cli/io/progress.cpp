@@ -51,7 +51,7 @@ void Progress::advance(std::uint64_t rows, std::uint64_t bytes_so_far) {
     line = fmt::format("[{:=<{}}{: <{}}] {:3.0f} %, {}, {}:{:02} left", "", filled, "",
                        kWidth - filled, 100 * share, line, left / 60, left % 60);
   }
-  winsize window{};  // a line that is wrapped could not be taken away
+  winsize window{};  // a wrapped line could not be erased
   if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0) {
     line.resize(std::min<std::size_t>(line.size(), window.ws_col - 1U));
   }

@@ -1,4 +1,4 @@
-// How far a long job has come, on standard error when that is a terminal.
+// The progress of a long job, on standard error when it is a terminal.
 #pragma once
 
 #include <chrono>
@@ -8,8 +8,8 @@ namespace cli {
 
 class Progress {
  public:
-  // Of bytes in all, 0 if that is not known. Rows that go to standard output may share the
-  // terminal: then nothing is shown.
+  // bytes_in_all is the size of the input, or 0 when the size is not known. Shows nothing when
+  // standard output shares the terminal.
   Progress(std::uint64_t bytes_in_all, bool shares_terminal);
   ~Progress();
   Progress(const Progress&) = delete;
@@ -17,7 +17,7 @@ class Progress {
 
   void advance(std::uint64_t rows, std::uint64_t bytes_so_far);
 
-  // Takes the line away, so that something else can be written.
+  // Erases the line, so that another text can be written.
   void clear();
 
  private:

@@ -86,7 +86,7 @@ bool BlockReader::fill(Block& block, std::size_t Ends::*end) {
       take(block, size);
       return true;
     }
-    if (pending_.size() > kLongestRecord) {  // a quote is open, or else a line is too long
+    if (pending_.size() > kLongestRecord) {  // a quote is open, or a line is too long
       const std::size_t line_end = pending_.find('\n');
       if (line_end == pending_.npos) {
         throw std::runtime_error(input_.name() + " has a line that is longer than 4 MiB");
@@ -102,7 +102,7 @@ bool BlockReader::fill(Block& block, std::size_t Ends::*end) {
   }
 }
 
-// A byte order mark at the beginning of the input is no part of the text.
+// A byte order mark at the start of the input is skipped.
 void BlockReader::read_more() {
   const bool is_first = taken_ == 0 && pending_.empty();
   do at_end_ = !input_.read(pending_);
@@ -118,7 +118,7 @@ bool BlockReader::next(Block& block) { return fill(block, &Ends::last); }
 bool BlockReader::next_record(Block& block) { return fill(block, &Ends::first); }
 
 void MarkFinder::look(std::size_t window) noexcept {
-  // The last window is filled up with what is no mark.
+  // The last window is filled with zeros, which are no marks.
   std::array<char, kWindow> rest;
   const char* characters = text_.data() + window;
   if (text_.size() - window < kWindow) {
@@ -137,7 +137,7 @@ void MarkFinder::look(std::size_t window) noexcept {
   }
 }
 
-// Where the window that a place stands in has no mark from there on.
+// The current window has no mark at or after the place.
 std::size_t MarkFinder::beyond_window(std::size_t place) noexcept {
   std::size_t window = place / kWindow * kWindow;
   std::uint64_t wanted = ~std::uint64_t{0} << (place - window);
@@ -163,10 +163,10 @@ void CsvParser::end_of_line(std::size_t at) noexcept {
   if (is_complete_) ++line_;
 }
 
-// Takes the cell whose quote opens at a place, and returns where it ends.
+// Takes the cell whose quote opens at a place. Returns its end.
 std::size_t CsvParser::quoted_cell(std::size_t at) {
   const std::size_t first = at + 1;
-  bool has_doubled = false;  // a quote that stands for itself
+  bool has_doubled = false;  // a doubled quote, which means one quote
   for (std::size_t from = first;;) {
     const std::size_t quote = text_.find('"', from);
     if (quote == text_.npos) {
@@ -198,7 +198,7 @@ std::string_view CsvParser::unquoted(std::string_view cell) {
   return text;
 }
 
-// The rest of the line is the cell whose quote is not closed.
+// Takes the rest of the line as a cell whose quote is not closed.
 std::size_t CsvParser::open_cell(std::size_t at) {
   const std::size_t end = std::min(text_.find_first_of("\r\n", at), text_.size());
   record_.is_open = true;
@@ -206,7 +206,7 @@ std::size_t CsvParser::open_cell(std::size_t at) {
   return end;
 }
 
-// Takes the cell that begins at a place and has no mark before another.
+// Takes the cell that starts at a place and has no mark before `seen`.
 std::size_t CsvParser::plain_cell(std::size_t at, std::size_t seen) {
   std::size_t end = marks_.at_or_after(seen);
   while (end < text_.size() && text_[end] == '"') end = marks_.at_or_after(end + 1);

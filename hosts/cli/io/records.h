@@ -1,4 +1,4 @@
-// Delimited text in blocks of whole records: one thread reads, any number take blocks apart.
+// Reads delimited text in blocks of whole records. One thread reads, any number of threads parse.
 #pragma once
 
 #include <bit>
@@ -18,33 +18,34 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // Appends what one read gives, waiting for it; false at the end. Throws std::runtime_error.
+  // Waits for input and appends the result of one read. Returns false at the end. Throws
+  // std::runtime_error.
   bool read(std::string& text);
 
-  // From any thread: the read under way, and all others, are at the end.
+  // From any thread: a read that is waiting, and all later ones, return false.
   void interrupt() noexcept;
 
   [[nodiscard]] const std::string& name() const noexcept { return name_; }  // for messages
-  [[nodiscard]] std::uint64_t size() const noexcept { return size_; }  // 0 when it is not known
+  [[nodiscard]] std::uint64_t size() const noexcept { return size_; }       // 0: not known
 
  private:
   std::string name_;
   int descriptor_;
-  int interruption_;  // readable once interrupted
+  int interruption_;  // readable after interrupt()
   std::uint64_t size_ = 0;
 };
 
-// How records end: at line ends outside quotes (kCsv), or at every line feed (kLines).
+// The ends of records: line ends outside quotes (kCsv), or every line feed (kLines).
 enum class Framing : std::uint8_t { kCsv, kLines };
 
 struct Block {
-  std::string text;       // whole records; the last one of the input may lack its line end
-  std::uint64_t end = 0;  // where the block ends in the input, in bytes
+  std::string text;       // whole records; the last one of the input may have no line end
+  std::uint64_t end = 0;  // the end of the block in the input, in bytes
 };
 
-// Cuts the input into blocks. A block is what one read gives, so that whoever writes rows and waits
-// for their answers is not made to wait. A quote that is not closed in kLongestRecord costs one
-// line, not all that follows: that line is a block of its own.
+// Cuts the input into blocks. A block has the records of one read, so that a program that writes
+// rows and waits for their results gets them at once. A quote that is not closed within
+// kLongestRecord costs one line, and not the rest of the input: the line is a block of its own.
 class BlockReader {
  public:
   static constexpr std::size_t kLongestRecord = std::size_t{4} << 20;
@@ -54,12 +55,12 @@ class BlockReader {
 
   bool next(Block& block);  // false at the end
 
-  // The same with the next record alone.
+  // Gives a block with the next record only. False at the end.
   bool next_record(Block& block);
 
  private:
   struct Ends {
-    std::size_t first = 0;  // behind the first and the last record end; 0 where there is none
+    std::size_t first = 0;  // after the first and the last record; 0: there is none
     std::size_t last = 0;
   };
   [[nodiscard]] Ends record_ends() const;
@@ -82,8 +83,8 @@ class MarkFinder {
     look(0);
   }
 
-  // The first mark that is not before a place; the text's size where there is none. Places may not
-  // go back behind the window of the last one.
+  // The first mark at or after a place, or the size of the text. A place must not be before the
+  // window of the last call.
   std::size_t at_or_after(std::size_t place) noexcept {
     if (place - window_ < kWindow) {
       const std::uint64_t marks = marks_ & (~std::uint64_t{0} << (place - window_));
@@ -100,24 +101,24 @@ class MarkFinder {
   std::string_view text_;
   char delimiter_;
   std::size_t window_ = 0;
-  std::uint64_t marks_ = 0;  // a bit for each character of the window
+  std::uint64_t marks_ = 0;  // one bit per character of the window
 };
 
-// One record. Lives as long as the text and the parser, and until the next record.
+// One record. It is valid until the next record, while the text and the parser exist.
 struct Record {
   std::vector<std::string_view> cells;  // without quotes
-  std::string_view text;                // as it was written
-  std::size_t end;                      // where the next one begins
-  std::uint64_t line;                   // where it began, from 0
-  bool is_open;                         // a quote is not closed,
-  bool may_close;                       // unless in text that is yet to come
+  std::string_view text;                // the source text
+  std::size_t end;                      // the start of the next record
+  std::uint64_t line;                   // the line of its start, from 0
+  bool is_open;                         // a quote is not closed
+  bool may_close;                       // more text may close the quote
 };
 
-// Takes CSV apart: quoted cells, doubled quotes, line ends within quotes. Lines end with LF, CRLF
-// or CR; empty ones are no records. A quote opens at the beginning of a cell alone. Where its
-// partner has something behind it, as in "Alpha" fund, both are characters of a cell without
-// quotes; but if there is a line end between them, the quote is taken for one that is not closed,
-// which costs its line.
+// Parses CSV: quoted cells, doubled quotes, line ends within quotes. Lines end with LF, CRLF or CR.
+// Empty lines are skipped. A quote opens only at the start of a cell. If the closing quote is
+// followed by other characters, as in "Alpha" fund, both quotes are characters of a plain cell. But
+// if a line end is between these quotes, the first one is an error: a quote that is not closed. It
+// costs one line.
 class CsvParser {
  public:
   CsvParser(std::string_view text, char delimiter) noexcept
@@ -127,7 +128,7 @@ class CsvParser {
   bool next();
 
   [[nodiscard]] const Record& record() const noexcept { return record_; }
-  [[nodiscard]] bool is_complete() const noexcept { return is_complete_; }  // its line ended
+  [[nodiscard]] bool is_complete() const noexcept { return is_complete_; }  // it has a line end
   [[nodiscard]] std::uint64_t lines() const noexcept { return line_; }      // so far
 
  private:
@@ -144,7 +145,7 @@ class CsvParser {
   std::uint64_t line_ = 0;
   bool is_complete_ = false;
   Record record_{};
-  std::deque<std::string> unquoted_;  // cells of the record whose quotes are doubled
+  std::deque<std::string> unquoted_;  // cells with doubled quotes
 };
 
 }  // namespace cli

@@ -3,7 +3,7 @@
 namespace cli {
 namespace {
 
-// The characters behind a backslash, and what they stand for; any other stands for itself.
+// The characters after a backslash and their meanings. Any other character means itself.
 constexpr std::string_view kEscapes = "tnrbf0";
 constexpr std::string_view kEscaped("\t\n\r\b\f\0", 6);
 

@@ -1,4 +1,4 @@
-// Lines of cells separated by tabs, as engines and pipes exchange them.
+// Lines of cells separated by tabs, the exchange format of engines and pipes.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +9,11 @@
 namespace cli {
 
 enum class Escape : std::uint8_t {
-  kBackslash,  // \t \n \r \\ and other escapes stand for characters
-  kNone,       // cells stand as they are
+  kBackslash,  // \t, \n, \r, \\ and other escape sequences
+  kNone,       // no escape sequences
 };
 
-// Puts the cells of a line into `cells`. \N, which stands for the missing value, stays as it is.
+// Splits a line into cells. \N, the missing value, is kept as it is.
 void split_line(std::string_view line, Escape escape, std::vector<std::string>& cells);
 
 inline constexpr std::string_view kMissingCell = "\\N";

@@ -11,11 +11,11 @@
 
 namespace cli {
 
-// Rows that agree in their keys.
+// The rows that have the same keys.
 struct Group {
-  std::vector<std::vector<double>> lists;  // as Plan::lists
-  std::string message;                     // of the first row that cannot be used
-  std::uint64_t line;                      // of that row, or the first one
+  std::vector<std::vector<double>> lists;  // in the order of Plan::lists
+  std::string message;                     // the error of the first invalid row
+  std::uint64_t line;                      // of that row, or else of the first row
 };
 
 class Groups {
@@ -24,10 +24,10 @@ class Groups {
 
   [[nodiscard]] std::size_t size() const noexcept { return in_order_.size(); }
 
-  // Adds the records of a block. Returns how many they are.
+  // Adds the records of a block. Returns their number.
   std::uint64_t add(const Block& block);
 
-  // Evaluates a range of groups, in the order in which they appeared.
+  // Evaluates a range of groups. Groups are in the order of their first rows.
   void evaluate(Work& work, std::size_t first, std::size_t last);
 
  private:
@@ -35,7 +35,7 @@ class Groups {
 
   const Plan& plan_;
   std::uint64_t lines_ = 0;  // so far
-  std::string key_;          // cells separated by tabs, with escapes
+  std::string key_;          // the cells of the keys, as a line of TSV
   std::unordered_map<std::string, Group> groups_;
   std::vector<std::pair<const std::string, Group>*> in_order_;
 };

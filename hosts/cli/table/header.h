@@ -1,4 +1,4 @@
-// The line of column names of a table.
+// The header line of a table.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace cli {
 
 struct Header {
   std::vector<std::string> names;
-  std::uint64_t lines = 0;  // up to its end
+  std::uint64_t lines = 0;  // of the input, up to the end of the header
 };
 
 // Reads the first record that is not empty. Throws std::runtime_error.

@@ -1,4 +1,4 @@
-// Work on blocks by many threads, with results in the order of the blocks.
+// Many threads work on blocks. Results are in the order of the blocks.
 #pragma once
 
 #include <atomic>
@@ -12,11 +12,12 @@
 
 namespace cli {
 
-// Each of the threads has an item of its own and goes round: read(item) one thread at a time, until
-// it returns false; work(item) many at once; write(item) one at a time, in the order of the reads.
-// So memory holds one item a thread, and no answer waits for more input. The first exception ends
-// all of it and is rethrown, except that what was read before read threw is written first; stop()
-// then makes a read that still waits return. Runs on fewer threads where the system gives no more.
+// Each thread has an item and repeats three steps. read(item): one thread at a time, until it
+// returns false. work(item): all threads at once. write(item): one thread at a time, in the order
+// of the reads. So there is one item in memory per thread, and no result waits for more input. The
+// first exception stops all threads and is rethrown. If read threw it, the items that were read
+// before are written first. After any other exception, stop() must make a read that is waiting
+// return. Runs on fewer threads when the system has no more.
 void ordered_pipeline(auto& items, auto&& read, auto&& work, auto&& write, auto&& stop) {
   std::mutex reading;
   std::mutex writing;
@@ -71,7 +72,7 @@ void ordered_pipeline(auto& items, auto&& read, auto&& work, auto&& write, auto&
     for (std::size_t i = 1; i < items.size(); ++i) {
       threads.emplace_back([&, i] { worker_loop(items[i]); });
     }
-  } catch (const std::system_error&) {  // go on with what there is
+  } catch (const std::system_error&) {  // the threads that have started do the work
   }
   worker_loop(items.front());
   threads.clear();

@@ -8,12 +8,12 @@
 namespace cli {
 namespace {
 
-// Calls read(text), and says where in the text a syntax error stands.
+// Calls read(text). Marks the place of a syntax error in the text.
 auto explained(const std::string& text, auto&& read) {
   try {
     return read(text);
   } catch (const SyntaxError& error) {
-    // A line end would tear text and mark apart.
+    // A line end would separate the text from the mark.
     std::string line = text;
     std::ranges::replace_if(
         line, [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
@@ -28,7 +28,7 @@ auto explained(const std::string& text, auto&& read) {
   }
 }
 
-// Sorts and leaves each once.
+// Sorted, without duplicates.
 std::vector<std::size_t> each_once(std::vector<std::size_t> indices) {
   std::ranges::sort(indices);
   indices.erase(std::unique(indices.begin(), indices.end()), indices.end());

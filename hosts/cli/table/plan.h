@@ -1,4 +1,4 @@
-// What is to be done with a table, once its header is read.
+// The plan of a job on a table, made after its header is read.
 #pragma once
 
 #include <string>
@@ -10,25 +10,26 @@
 
 namespace cli {
 
-// All threads share it.
+// Shared by all threads.
 struct Plan {
   const vxkernel::Kernel& kernel;
   const TableJob& job;
   std::vector<std::string> header;
-  std::vector<std::size_t> keys{};   // columns that make groups
-  std::vector<std::size_t> lists{};  // columns that groups keep in full
-  std::vector<std::size_t> cells{};  // columns that rows are read for as values
+  std::vector<std::size_t> keys{};   // columns that the rows are grouped by
+  std::vector<std::size_t> lists{};  // columns that are used as lists
+  std::vector<std::size_t> cells{};  // columns that are used as values
   std::vector<Expression> expressions{};
   bool is_grouped = false;
 };
 
-// Throws std::runtime_error where an expression or a key is wrong.
+// Throws std::runtime_error when an expression or a key is invalid.
 Plan plan_of(const vxkernel::Kernel& kernel, const TableJob& job, std::vector<std::string> header);
 
 // The columns of the output.
 std::vector<std::string> output_names(const Plan& plan);
 
-// What is wrong with a record as a whole; empty where it can be evaluated.
+// The error message of a record with a wrong number of cells or an open quote; empty for a valid
+// record.
 std::string record_error(const Plan& plan, const Record& record);
 
 }  // namespace cli

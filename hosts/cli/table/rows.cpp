@@ -7,12 +7,12 @@ namespace {
 
 constexpr std::size_t kRowsAtOnce = 256;
 
-// Rows of a block of text that are evaluated together, by columns where that is possible.
+// Rows that are evaluated together, by columns where that is possible.
 class Batch {
  public:
   explicit Batch(Work& work) : work_(work), columns_(work.columns) {}
 
-  // Reads the next records. False when there are none.
+  // Reads the next records. Returns false at the end.
   bool read(CsvParser& parser) {
     records_.clear();
     columns_.is_special.assign(kRowsAtOnce, 0);
@@ -27,7 +27,7 @@ class Batch {
     return !records_.empty();
   }
 
-  // Evaluates the rows, and appends those that are kept to the output.
+  // Evaluates the rows and appends them to the output.
   void evaluate() {
     const bool has_columns = evaluate_columns();
     for (std::size_t row = 0; row < records_.size() && !work_.is_stopped; ++row) {
@@ -55,7 +55,8 @@ class Batch {
     for (const std::size_t i : work_.plan.cells) add_cell(i, row, record.cells[i]);
   }
 
-  // The first value of a column says what it holds. A value of another kind makes its row special.
+  // The first value of a column sets the kind of the column. A row with a value of another kind is
+  // special.
   void add_cell(std::size_t index, std::size_t row, std::string_view cell) {
     using Kind = BlockColumn::Kind;
     BlockColumn& column = columns_.columns[index];
@@ -99,7 +100,7 @@ class Batch {
     ++work_.rows;
   }
 
-  // The cells of a record that has as many as the header.
+  // Appends the cells of a record that has as many cells as the header.
   void append_cells(std::size_t row) {
     if (work_.plan.job.format == Format::kCsv) {
       work_.out += records_[row].text;
@@ -112,7 +113,7 @@ class Batch {
     }
   }
 
-  // Evaluates a row by itself, with an error message where it fails.
+  // Evaluates a row by itself. A row that fails gets its error message.
   void evaluate_row(std::size_t row) {
     const Plan& plan = work_.plan;
     const std::size_t width = plan.header.size();
@@ -133,7 +134,7 @@ class Batch {
       }
     }
     work_.append_results(width);
-    for (std::size_t i = width; i < cells.size(); ++i) {  // what has no column is not lost
+    for (std::size_t i = width; i < cells.size(); ++i) {  // cells without a column are kept
       work_.format.cell(work_.out, i + plan.expressions.size(), cells[i]);
     }
     work_.format.end(work_.out);

@@ -1,4 +1,4 @@
-// The evaluation of rows, each with its own results.
+// The evaluation of rows, one result per row and expression.
 #pragma once
 
 #include "hosts/cli/table/work.h"

@@ -14,10 +14,10 @@
 namespace cli {
 namespace {
 
-// A row that fails where none may.
+// Thrown after a row failed, with --errors fail.
 struct Stopped {};
 
-// Takes what came of each block in turn: rows to the output, diagnostics to standard error.
+// Receives the finished blocks in order: writes their rows, and reports their errors.
 class Report {
  public:
   Report(const InputFile& input, std::uint64_t first_line, OutputFile& output, Progress& progress)
@@ -41,7 +41,7 @@ class Report {
 
  private:
   const InputFile& input_;
-  std::uint64_t line_;  // where the next block begins
+  std::uint64_t line_;  // the line of the start of the next block
   OutputFile& output_;
   Progress& progress_;
   Diagnostics diagnostics_;

@@ -1,4 +1,4 @@
-// Expressions evaluated over the rows of a table, or over its groups of rows.
+// Evaluates expressions over the rows of a table, or over groups of its rows.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,10 @@
 namespace cli {
 
 struct TableJob {
-  std::string input = "-";   // a file of CSV; - is standard input
+  std::string input = "-";   // a CSV file; - is standard input
   std::string output = "-";  // a file; - is standard output
   std::vector<std::string> expressions;
-  std::vector<std::string> keys;  // columns; rows that agree in all of them are a group
+  std::vector<std::string> keys;  // columns to group the rows by
   char delimiter = ',';
   Format format = Format::kCsv;
   int decimals = kAllDigits;
@@ -23,10 +23,10 @@ struct TableJob {
   unsigned workers = 1;
 };
 
-// Appends a column for each expression to each row. Where there are keys or an expression speaks of
-// lists, writes one row for each group instead, in the order in which they first appear, with its
-// keys and its results. The first failures are told on standard error, then their number. Throws
-// std::runtime_error where nothing can be done at all.
+// Adds a column for each expression. With keys, or an expression that uses lists, writes one row
+// per group instead: its keys and its results, in the order of the first rows of the groups.
+// Reports the first failures and their number on standard error. Throws std::runtime_error when the
+// job cannot start, or a file cannot be read or written.
 ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job);
 
 }  // namespace cli

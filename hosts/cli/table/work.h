@@ -1,4 +1,4 @@
-// The rows or groups that one thread has in hand, and what came of them.
+// The rows or groups that one thread evaluates, and their results.
 #pragma once
 
 #include <fmt/format.h>
@@ -28,8 +28,8 @@ struct Work {
     is_stopped = false;
   }
 
-  // Keeps an error message about a line, one of the first. It names the expression where there are
-  // more.
+  // Keeps the error message of a line, if it is one of the first. The message names the expression
+  // when there are several.
   void add_error(std::uint64_t line, std::string_view message,
                  const Expression* expression = nullptr) {
     if (message.empty() || diagnostics.size() >= Diagnostics::kLimit) return;
@@ -38,8 +38,8 @@ struct Work {
         line, fmt::format("{}{}{}", subject, is_named ? expression->name + ": " : "", message));
   }
 
-  // Evaluates the expressions on the evaluator's values and lists; all fail if the message says
-  // why they must. False when one failed.
+  // Evaluates the expressions on the values and lists of the evaluator. With a message, all of them
+  // fail with it. Returns false when an expression failed.
   bool evaluate(std::uint64_t line, std::string_view message = {}) {
     bool all_well = true;
     if (!message.empty()) add_error(line, message);
@@ -63,13 +63,13 @@ struct Work {
     return all_well;
   }
 
-  // Whether what was evaluated is to be written.
+  // Whether the row or group is written.
   bool is_kept(bool all_well) {
     is_stopped = !all_well && plan.job.on_error == OnError::kFail;
     return all_well || (!is_stopped && plan.job.on_error != OnError::kSkip);
   }
 
-  // Appends the results of the evaluator, from a column on.
+  // Appends the results, of which the first is in `column`.
   void append_results(std::size_t column) {
     for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
       Value value = evaluator.values[plan.header.size() + i];
@@ -84,12 +84,12 @@ struct Work {
   const RowFormat& format;
   Block block;
   BoundCalls calls;
-  Evaluator evaluator{.calls = calls};     // of rows that are evaluated one by one, and of groups
-  BlockEvaluator columns{.calls = calls};  // of blocks of rows
-  std::string subject;                     // of the messages: the keys of a group
+  Evaluator evaluator{.calls = calls};     // for single rows, and for groups
+  BlockEvaluator columns{.calls = calls};  // for blocks of rows
+  std::string subject;                     // the keys of the group, for messages
   std::vector<std::string> errors;         // by expression
   std::string out;
-  std::vector<std::pair<std::uint64_t, std::string>> diagnostics;  // with their lines
+  std::vector<std::pair<std::uint64_t, std::string>> diagnostics;  // lines and messages
   std::uint64_t lines = 0;
   std::uint64_t rows = 0;
   std::uint64_t failed_rows = 0;
