@@ -15,23 +15,6 @@ using catalog::ArgumentKind;
 
 constexpr double kNoBasis = 6.0;  // a number that the module refuses as a basis
 
-std::string expected(ArgumentKind kind) {
-  switch (kind) {
-    case ArgumentKind::kNumber:
-      return "must be a number";
-    case ArgumentKind::kWhole:
-      return "must be a whole number";
-    case ArgumentKind::kDate:
-    case ArgumentKind::kDateTime:
-      return "must be a date (YYYY-MM-DD)";
-    case ArgumentKind::kFrequency:
-      return "must be 1, 2, 4, 6 or 12";
-    case ArgumentKind::kBasis:
-      break;
-  }
-  return fmt::format("must be {}", catalog::kBasisRange);
-}
-
 std::string argument_counts(std::size_t min, std::size_t max) {
   if (max == catalog::kNoBound) return fmt::format("{} or more arguments", min);
   if (max == min) return fmt::format("{} arguments", min);
@@ -49,6 +32,23 @@ std::string unpaired(const catalog::Keyword& keyword) {
 }
 
 }  // namespace
+
+std::string type_error(ArgumentKind kind) {
+  switch (kind) {
+    case ArgumentKind::kNumber:
+      return "must be a number";
+    case ArgumentKind::kWhole:
+      return "must be a whole number";
+    case ArgumentKind::kDate:
+    case ArgumentKind::kDateTime:
+      return "must be a date (YYYY-MM-DD)";
+    case ArgumentKind::kFrequency:
+      return "must be 1, 2, 4, 6 or 12";
+    case ArgumentKind::kBasis:
+      break;
+  }
+  return fmt::format("must be {}", catalog::kBasisRange);
+}
 
 std::optional<std::string> CheckedCall::arity_error(const catalog::Keyword& keyword,
                                                     std::size_t count) {
@@ -98,15 +98,9 @@ CallResult CheckedCall::run() noexcept {
 std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
                                         std::string_view reason) const {
   const Value& value = values[position - 1];
-  const std::string argument =
-      fmt::format("argument {} ({}) is", position, parameter(position).name);
-  if (value.is_missing()) return argument + " missing";
-  const std::string shown = format_for_message(value);
-  // A number or a date in quotes is a text, although its characters are valid.
-  if (value.is_text() && !host::value_of(value.word).is_text()) {
-    return fmt::format("{} the text '{}': {}, without quotes", argument, shown, reason);
-  }
-  return fmt::format("{} {}: {}", argument, shown, reason);
+  const std::string what =
+      value.is_missing() ? "missing" : fmt::format("{}: {}", format_for_message(value), reason);
+  return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
 }
 
 // The value of the argument with this name; NaN when the call does not have it.
@@ -134,9 +128,9 @@ std::string CheckedCall::range_error(std::size_t position, std::span<const Value
   using enum ArgumentKind;
   const auto kind = parameters_[position - 1]->kind;
   const double value = values[position - 1].number;
-  if (kind == kBasis) return expected(kind);
+  if (kind == kBasis) return type_error(kind);
   const bool needs_whole = kind == kWhole || kind == kDate;
-  if (needs_whole && value != std::trunc(value)) return expected(kind);
+  if (needs_whole && value != std::trunc(value)) return type_error(kind);
   const catalog::Bound* const bound = broken_bound(position, values);
   return bound == nullptr ? "outside the allowed range" : words_of(*bound, kind);
 }
@@ -145,7 +139,7 @@ std::string CheckedCall::error_message(const CallResult& result,
                                        std::span<const Value> values) const {
   switch (result.status) {
     case Status::kWrongType:
-      return argument_error(result.position, values, expected(parameter(result.position).kind));
+      return argument_error(result.position, values, type_error(parameter(result.position).kind));
     case Status::kInvalidArgument:
       return argument_error(result.position, values, range_error(result.position, values));
     case Status::kOutOfMemory:

@@ -95,6 +95,9 @@ class CheckedCall {
   bool is_date_;
 };
 
+// What an argument must be: "must be a number".
+std::string type_error(catalog::ArgumentKind kind);
+
 // The error message of an unknown keyword, with suggestions.
 std::string unknown_keyword(std::string_view word);
 

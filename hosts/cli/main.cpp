@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <thread>
 
@@ -160,11 +161,17 @@ CLI::Validator in_range(int least, int most) {
   return {check, ""};
 }
 
+// "csv, tsv or ndjson"
+std::string words_of(std::span<const std::string> words) {
+  if (words.size() == 1) return words[0];
+  return fmt::format("{} or {}", fmt::join(words.first(words.size() - 1), ", "), words.back());
+}
+
 // One of some words.
 CLI::Validator one_of(const std::vector<std::string>& words) {
   const auto check = [words](const std::string& word) -> std::string {
     if (std::ranges::find(words, word) != words.end()) return {};
-    return fmt::format("{} is invalid: must be {}", word, fmt::join(words, ", "));
+    return fmt::format("{} is invalid: must be {}", word, words_of(words));
   };
   return {check, ""};
 }
@@ -332,15 +339,13 @@ cli::ExitCode run(const CLI::App& app, Options& options) {
   return evaluate_call(kernel, words, options);
 }
 
-// Names the option that has no value, or is given twice.
-std::optional<std::string> mismatch_of(const CLI::App& app) {
+// The error message of an option that is given twice or has no value.
+std::string mismatch_of(const CLI::App& app, std::string_view error) {
   for (const CLI::Option* const option : app.get_options()) {
-    const std::size_t values = option->results().size();
-    if (values > static_cast<std::size_t>(option->get_items_expected_max())) {
-      return option->get_name() + " is given more than once";
-    }
+    const auto most = static_cast<std::size_t>(option->get_items_expected_max());
+    if (option->results().size() > most) return option->get_name() + " is given more than once";
   }
-  return std::nullopt;
+  return std::string(error.substr(0, error.find(':'))) + ": a value is missing";
 }
 
 int run(int argc, char** argv) {
@@ -357,7 +362,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   } catch (const CLI::ArgumentMismatch& error) {
-    throw CLI::ParseError(mismatch_of(app).value_or(error.what()), cli::kUsage);
+    throw CLI::ParseError(mismatch_of(app, error.what()), cli::kUsage);
   }
   const cli::ExitCode exit_code = run(app, options);
   if (!std::cout.flush()) throw std::runtime_error("cannot write standard output");

@@ -27,7 +27,10 @@ class Parser {
     }
     const std::size_t from = token().at;
     result.root = sum();
-    if (token().kind != kEnd) refuse("expected an operator");
+    if (token().kind != kEnd) {
+      if (tokens_[at_ - 1].kind == kName) refuse_unquoted(tokens_[at_ - 1]);
+      refuse("expected an operator");
+    }
     if (!is_named) result.name = source_from(from);
     const auto& names = columns_.names();
     if (std::ranges::find(names, result.name) != names.end()) {
@@ -142,10 +145,14 @@ class Parser {
     std::vector<OperandPointer> arguments;
     std::size_t count = 0;
     bool has_lists = false;
+    std::vector<std::pair<std::size_t, Token>> texts;  // with their positions
     if (!token().is(")")) {
       do {
         has_lists |= tokens_[at_ + 1].is("[]");
+        const Token first = token();
         arguments.push_back(argument(count));
+        const bool is_whole = token().is(",") || token().is(")");
+        if (first.kind == Token::Kind::kText && is_whole) texts.emplace_back(count, first);
       } while (take(","));
     }
     expect(")");
@@ -154,9 +161,22 @@ class Parser {
       if (const auto error = CheckedCall::arity_error(*keyword, count)) {
         throw SyntaxError(fmt::format("{}: {}", keyword->word, *error), word.at, source.size());
       }
+      for (const auto& [position, text] : texts) check_text(*keyword, position, count, text);
     }
     return cli::call(source, *keyword, std::move(arguments),
                      has_lists ? std::nullopt : std::optional(count), calls_++);
+  }
+
+  // A text in quotes is valid for a basis only.
+  static void check_text(const catalog::Keyword& keyword, std::size_t position, std::size_t count,
+                         const Token& text) {
+    const catalog::Argument& parameter = *keyword.argument_at(position, count);
+    if (parameter.kind == catalog::ArgumentKind::kBasis) return;
+    const bool is_valid_without = !value_of(text.text).is_text();
+    throw SyntaxError(
+        fmt::format("{}: argument {} ({}) is a text: {}{}", keyword.word, position, parameter.name,
+                    type_error(parameter.kind), is_valid_without ? ", without quotes" : ""),
+        text.at, text.length);
   }
 
   // Adds the number of arguments that the operand gives to the count.
@@ -235,29 +255,28 @@ class Parser {
       ++at_;
       return index;
     } catch (const std::invalid_argument& error) {
-      refuse_unquoted();
+      refuse_unquoted(token());
       refuse(error.what());
     }
   }
 
   // Reports a name of a column, or of a basis, whose quotes are missing.
-  void refuse_unquoted() const {
-    const std::string_view rest = text_.substr(token().at);
-    std::string_view longest = token().text;
-    for (const std::string& name : columns_.names()) {
-      if (name.size() > longest.size() && rest.starts_with(name)) longest = name;
+  void refuse_unquoted(const Token& name) const {
+    const std::string_view rest = text_.substr(name.at);
+    std::string_view longest = name.text;
+    for (const std::string& each : columns_.names()) {
+      if (each.size() > longest.size() && rest.starts_with(each)) longest = each;
     }
-    if (longest.size() > token().text.size()) {
+    if (longest.size() > name.text.size()) {
       throw SyntaxError(
-          fmt::format("write the name of this column in double quotes: \"{}\"", longest),
-          token().at, longest.size());
+          fmt::format("write the name of this column in double quotes: \"{}\"", longest), name.at,
+          longest.size());
     }
-    for (const std::string_view name : catalog::kBasisNames) {
-      if (catalog::basis_of(rest.substr(0, name.size())) && rest.size() >= name.size()) {
-        throw SyntaxError(
-            fmt::format("write a text in single quotes: '{}'", rest.substr(0, name.size())),
-            token().at, name.size());
-      }
+    for (const std::string_view basis : catalog::kBasisNames) {
+      const std::string_view text = rest.substr(0, basis.size());
+      if (text.size() < basis.size() || !catalog::basis_of(text)) continue;
+      throw SyntaxError(fmt::format("write a text in single quotes: '{}'", text), name.at,
+                        text.size());
     }
   }
 
