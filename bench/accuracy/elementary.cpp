@@ -59,10 +59,10 @@ const Function kFunctions[] = {
     {"zln1px", "1/32 to 1", 34, {0x1.0000000000001p-5, 1}, {}, false, log1p_of, exact_log1p},
     {"zln1px", "-1 to -1/32", 10, {-1 + 0x1p-53, -0x1.0000000000001p-5}, {}, false, log1p_of, exact_log1p},
     {"zln1px", "1 to 1e300", 2, {1, 1e300}, {}, false, log1p_of, exact_log1p},
-    {"zlnSumOfExp", "1 to 700, both", 2, {1, 700}, {1, 700}, false, vxfnc::zlnSumOfExp, exact_sum},
-    {"zpower", "0.5 to 2, y whole to 100", 128, {0.5, 2}, {-100, 100}, true, power, exact_power},
-    {"zpower", "1.0001 to 1.1, y whole to 700", 2000, {1.0001, 1.1}, {-700, 700}, true, power, exact_power},
-    {"zpower", "0.5 to 2, any y to 700", 2, {0.5, 2}, {-700, 700}, false, power, exact_power},
+    {"zlnSumOfExp", "both 1 to 700", 2, {1, 700}, {1, 700}, false, vxfnc::zlnSumOfExp, exact_sum},
+    {"zpower", "x 0.5 to 2, y whole, -100 to 100", 128, {0.5, 2}, {-100, 100}, true, power, exact_power},
+    {"zpower", "x 1.0001 to 1.1, y whole, -700 to 700", 2000, {1.0001, 1.1}, {-700, 700}, true, power, exact_power},
+    {"zpower", "x 0.5 to 2, y -700 to 700", 2, {0.5, 2}, {-700, 700}, false, power, exact_power},
 };
 // clang-format on
 
@@ -150,7 +150,8 @@ bool report_elementary(std::uint64_t seed, std::size_t draws, std::size_t thread
     std::vector<std::jthread> workers;
     for (std::size_t i = 0; i < threads; ++i) workers.emplace_back(work);
   }
-  Table table({"function", "arguments", "worst", "at most", "at", "returns", "exactly"}, 2);
+  Table table(
+      {"function", "arguments", "worst", "limit", "worst arguments", "returns", "exact result"}, 2);
   bool is_held = true;
   const auto add = [&](const char* name, const std::string& range, double limit, const Worst& w,
                        const std::string& at) {
@@ -165,7 +166,7 @@ bool report_elementary(std::uint64_t seed, std::size_t draws, std::size_t thread
     add(f.name, f.range, f.limit, worst[i],
         has_y ? fmt::format("{:a}, {:a}", at[0], at[1]) : fmt::format("{:a}", at[0]));
   }
-  add("zvasum", fmt::format("{} of magnitude 0 to 1", kAdded), kSumLimit, worst[kRows], "");
+  add("zvasum", fmt::format("{} numbers of magnitude 0 to 1", kAdded), kSumLimit, worst[kRows], "");
   report = table.text();
   return is_held;
 }

@@ -614,12 +614,13 @@ Row coupons(const char* keyword, char what) {
 }
 
 std::vector<Row> all_rows() {
-  const char* const expm1_log1p = "`expm1` and `log1p` of the C library throughout";
+  const char* const expm1_log1p = "`expm1` and `log1p` of the C library for all arguments";
   const char* const what_is_left =
-      "what is left, reduced each period, instead of cost less the total";
+      "the remaining value, reduced each period, instead of the cost minus all charges";
   const char* const powers =
-      "powers by `exp` and `log1p` instead of a rounded factor multiplied up";
-  const char* const gain = "the gain over the price paid, instead of a quotient near 1 less 1";
+      "powers by `exp` and `log1p` instead of repeated multiplication by a rounded factor";
+  const char* const gain =
+      "the gain divided by the price paid, instead of a quotient near 1 minus 1";
   // clang-format off
   std::vector<Row> rows = {
       formula<7>("ACCRINT", "issue=@1950:2050 first_interest=issue-0:3650 settlement=issue+1:3650 rate=0.001..0.2 par=1..1e6 " SCHEDULE, 2, ACCRINT),
@@ -632,7 +633,7 @@ std::vector<Row> all_rows() {
       coupons("COUPNCD", 'n'),
       coupons("COUPNUM", '#'),
       coupons("COUPPCD", 'p'),
-      formula<6>("CUMIPMT", SPAN, 1e7, CUMIPMT, "the shares of interest, summed from the last payment back"),
+      formula<6>("CUMIPMT", SPAN, 1e7, CUMIPMT, "the interest of each period, added from the last period to the first"),
       formula<6>("CUMPRINC", SPAN, 1e6, CUMPRINC, "powers instead of a balance carried from period to period"),
       formula<5>("DB", "cost=100..1e6 salvage=1..100 life=1:40 period=1:life month=1:12", 1e7, DB, what_is_left),
       formula<5>("DDB", "cost=100..1e6 salvage=0..100 life=2:40 period=1:life factor=0.5..4", 1e6, DDB, what_is_left),
@@ -644,21 +645,21 @@ std::vector<Row> all_rows() {
       formula<5>("FV", "rate=1e-5~0.02 nper=1:480 pmt=-1e4..1e4 pv=-1e5..1e5 type=0|1", 150, FV, expm1_log1p),
       list("FVSCHEDULE", "principal=1..1e6 rate{1:24}=-0.5..0.5", 8, FVSCHEDULE),
       formula<5>("INTRATE", DISCOUNTED "investment=50..100 redemption=100..110 " BASIS, 2, INTRATE),
-      formula<6>("IPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e7, IPMT, "interest on what the payments to come are worth"),
+      formula<6>("IPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e7, IPMT, "the interest on the present value of the remaining payments"),
       list_search("one change of sign", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4", 40, IRR),
       list_search("two changes", "IRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 out{1:2}=-1e3..-1", 40, IRR),
       formula<4>("ISPMT", "rate=1e-5~0.02 per=1:480 nper=1:480 pv=1..1e6", 2, ISPMT),
       formula<6>("MDURATION", BOND "coupon=0.001..0.2 yld=-0.02..0.3 " SCHEDULE, 200, MDURATION),
       list("MIRR", "out{1:3}=-1e4..-1 in{1:20}=1..1e4 finance=1e-3..0.3 reinvest=1e-3..0.3", 40, MIRR, "division by 1 + rate at each step, and the C library's `expm1`"),
       formula<2>("NOMINAL", "effective=1e-6~2 periods=1|2|4|12|52|365", 70, NOMINAL, expm1_log1p),
-      formula<5>("NPER", "rate=1e-5~0.02 pmt=-1e4..-100 pv=1..1e5 fv=-1e5..0 type=0|1", 1e7, NPER, "`log1p` of what the ratio is above 1, instead of `log` of the ratio"),
+      formula<5>("NPER", "rate=1e-5~0.02 pmt=-1e4..-100 pv=1..1e5 fv=-1e5..0 type=0|1", 1e7, NPER, "`log1p` of the ratio minus 1, computed directly, instead of `log` of the ratio"),
       list("NPV", "rate=1e-4~1 flow{1:24}=-1e4..1e4", 30, NPV),
       with(formula<9>("ODDFPRICE", ODD_FIRST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 400, ODDFPRICE, powers), set_first_coupon),
       with(search<9>("ODDFYIELD", ODD_FIRST "pr=at(-0.02..0.3) redemption=90..110 " SCHEDULE, 1000, ODDFYIELD), set_odd_price),
       formula<8>("ODDLPRICE", ODD_LAST "yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 8, ODDLPRICE),
       formula<8>("ODDLYIELD", ODD_LAST "pr=50..110 redemption=90..110 " SCHEDULE, 8, ODDLYIELD, gain),
       formula<5>("PMT", "rate=1e-5~0.02 nper=1:480 " LOAN, 150, PMT, expm1_log1p),
-      formula<6>("PPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e6, PPMT, "the first principal times a power"),
+      formula<6>("PPMT", "rate=1e-5~0.02 per=1:480 nper=per:480 " LOAN, 1e6, PPMT, "the principal of the first period times a power"),
       formula<7>("PRICE", BOND "rate=0.001..0.2 yld=-0.02..0.3 redemption=90..110 " SCHEDULE, 400, PRICE, powers),
       formula<5>("PRICEDISC", DISCOUNTED "discount=0.001..0.2 redemption=90..110 " BASIS, 8, PRICEDISC),
       formula<6>("PRICEMAT", DISCOUNTED "issue=settlement-0:3650 rate=0.001..0.2 yld=-0.02..0.3 " BASIS, 20, PRICEMAT),
@@ -667,7 +668,7 @@ std::vector<Row> all_rows() {
       formula<5>("RECEIVED", DISCOUNTED "investment=50..100 discount=0.001..0.09 " BASIS, 4, RECEIVED),
       formula<3>("SLN", "cost=100..1e6 salvage=0..1e5 life=1..40", 1, SLN),
       formula<4>("SYD", "cost=100..1e6 salvage=0..1e5 life=1:40 period=1:life", 4, SYD),
-      formula<3>("TBILLEQ", BILL "discount=0.001..0.2", 1e6, TBILLEQ, "both differences of the quadratic's root rewritten, so that neither cancels"),
+      formula<3>("TBILLEQ", BILL "discount=0.001..0.2", 1e6, TBILLEQ, "the root of the quadratic without subtracting nearly equal numbers"),
       formula<3>("TBILLPRICE", BILL "discount=0.001..0.2", 2, TBILLPRICE),
       formula<3>("TBILLYIELD", BILL "pr=80..99.99", 2, TBILLYIELD),
       formula<7>("VDB", "cost=100..1e6 salvage=0..100 life=2:40 start=0:life end=1:life factor=0.5..4 no_switch=0|1", 1e5, VDB, what_is_left),

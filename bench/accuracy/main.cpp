@@ -202,17 +202,18 @@ int main(int argc, char** argv) try {
   std::size_t draws = 100000;
   std::size_t threads = std::max(1U, std::thread::hardware_concurrency());
   std::string only, calls_file;
-  CLI::App app("Distance of every keyword's results from an evaluation by 256 bits");
-  app.add_option("--seed", seed, "of the random arguments")->capture_default_str();
-  app.add_option("--draws", draws, "calls of each formula; a search takes a fifth of them")
+  CLI::App app("Measures the error of every keyword against a computation with 256 bits");
+  app.add_option("--seed", seed, "Seed of the random arguments")->capture_default_str();
+  app.add_option("--draws", draws,
+                 "Calls of each keyword; a keyword that searches gets a fifth of them")
       ->capture_default_str();
-  app.add_option("--threads", threads)->capture_default_str();
-  app.add_option("--only", only, "this keyword alone");
-  app.add_option("--calls", calls_file, "the file for ranges and worst calls");
+  app.add_option("--threads", threads, "Number of threads")->capture_default_str();
+  app.add_option("--only", only, "Measure only this keyword");
+  app.add_option("--calls", calls_file, "File to write the ranges and the worst calls to");
   CLI11_PARSE(app, argc, argv);
 
   const Search search(seed, draws, threads);
-  Table figures({"keyword", "calls", "median", "worst", "arguments", "loss", "at most", "residual"},
+  Table figures({"keyword", "calls", "median", "worst", "arguments", "loss", "limit", "residual"},
                 1);
   Table orders({"keyword", "median", "loss", "other median", "other loss", "other order"}, 1);
   std::string calls;
@@ -220,7 +221,8 @@ int main(int argc, char** argv) try {
   for (const Row& row : rows()) {
     if (!only.empty() && row.keyword != only) continue;
     const Findings found = search.run(row);
-    if (found.errors.empty()) throw std::runtime_error(row.keyword + ": no call has a result");
+    if (found.errors.empty())
+      throw std::runtime_error(row.keyword + ": no random call has a result");
     const Sample& worst = found.worst;
     figures.add({name(row), std::to_string(found.errors.size()), figure(median(found.errors)),
                  figure(worst.error), figure(sensitivity(row, worst.call.values, worst.got)),
@@ -236,8 +238,8 @@ int main(int argc, char** argv) try {
     if (worst.error > 0) calls += told(row, "worst", worst);
     if (found.lossiest.call.values != worst.call.values) calls += told(row, "loss", found.lossiest);
     if (found.loss > row.limit) {
-      std::cerr << fmt::format("{} is held to a loss of {}, and loses {}: finance {}\n",
-                               row.keyword, row.limit, found.loss, line(row, found.lossiest.call));
+      std::cerr << fmt::format("{}: the loss is {}, above the limit of {}: finance {}\n",
+                               row.keyword, found.loss, row.limit, line(row, found.lossiest.call));
       is_held = false;
     }
   }
