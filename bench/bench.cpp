@@ -62,7 +62,7 @@ void evaluate(benchmark::State& state, const Row& row, vxfnc::Dispatcher* dispat
   double result = 0.0;
   for (auto _ : state) {
     const std::int64_t status = dispatcher(record.call(), &result, &vxkernel::call_environment);
-    if (status != 0) state.SkipWithError("the call is refused");
+    if (status != 0) state.SkipWithError("the call fails");
     benchmark::DoNotOptimize(result);
   }
 }
@@ -117,7 +117,7 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
   for (const char* const keyword : {VXFNC_KEYWORDS(VXFNC_NAME)}) {
 #undef VXFNC_NAME
     if (std::ranges::find(kRows, keyword, &Row::keyword) != std::end(kRows)) continue;
-    std::fprintf(stderr, "%s has no row\n", keyword);
+    std::fprintf(stderr, "%s: kRows has no row for this keyword\n", keyword);
     return false;
   }
   for (const Row& row : kRows) {
@@ -126,8 +126,8 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
     dispatcher(Record<char32_t>(row).call(), &answer, &vxkernel::call_environment);
     const double least = row.least(row.arguments);
     if (std::fabs(least - answer) <= 1e-12 * std::fabs(answer)) continue;
-    std::fprintf(stderr, "%s: %.17g, with the least work %.17g\n", row.name().c_str(), answer,
-                 least);
+    std::fprintf(stderr, "%s: the module returns %.17g, the minimal computation %.17g\n",
+                 row.name().c_str(), answer, least);
     return false;
   }
   return true;
@@ -173,7 +173,7 @@ std::string threads_table(vxfnc::Dispatcher* wide) {
   const double calls = kRounds * static_cast<double>(mix.size());
   const double alone = calls / timed(1);
   const double together = 2 * calls / timed(2);
-  Table table({"threads", "million calls a second", "x one thread"}, 0);
+  Table table({"threads", "million calls per second", "times one thread"}, 0);
   table.add({"1", figure(alone / 1e6, 2), figure(1, 2)});
   table.add({"2", figure(together / 1e6, 2), figure(together / alone, 2)});
   return table.text();
@@ -196,7 +196,8 @@ std::string longest_table(vxfnc::Dispatcher* wide) {
 
 std::string report(Medians& median, vxfnc::Dispatcher* wide) {
   const double pow = median["pow"];
-  Table rows({"keyword", "arguments", "ns", "x pow", "at most", "x least", "# / wide"}, 2);
+  Table rows({"keyword", "arguments", "ns", "times pow", "limit", "times minimal", "bytes / wide"},
+             2);
   for (const Row& row : kRows) {
     const double time = median[row.name()];
     if (std::isnan(time)) continue;
@@ -204,18 +205,20 @@ std::string report(Medians& median, vxfnc::Dispatcher* wide) {
               figure(time / median[row.name() + " least"], 2),
               figure(median[row.name() + '#'] / time, 2)});
   }
-  Table scaling({"keyword", "length", "ns", "ns each"}, 2);
+  Table scaling({"keyword", "length", "ns", "ns per item"}, 2);
   for (const auto& [row, length] : scaling_rows()) {
     const double time = median[row.name()];
     if (std::isnan(time)) continue;
     scaling.add({row.keyword, row.what, figure(time, 1), figure(time / length, 2)});
   }
-  return heading() + "\nOne evaluation, medians of one run; pow takes " + figure(pow, 1) +
-         " ns. \"x least\" compares with a minimal\ncomputation of the same answer, \"# / wide\" "
-         "FINANCE# with FINANCE (at most " +
-         figure(kByteLimit, 1) + ").\n\n" + rows.text() + "\nLonger and longer calls:\n\n" +
-         scaling.text() + "\nPRICE, PMT, YEARFRAC and IRR in turn, on one kernel handle:\n\n" +
-         threads_table(wide) + "\nThe longest calls found, a thread's start included:\n\n" +
+  return heading() +
+         "\n### One call of each keyword\n\nMedians of one run. One call of pow takes " +
+         figure(pow, 1) + " ns. The limit of bytes / wide is " + figure(kByteLimit, 1) + ".\n\n" +
+         rows.text() + "\n### Calls of growing length\n\n" + scaling.text() +
+         "\n### Threads\n\nEach thread calls PRICE, PMT, YEARFRAC and IRR in turn. All threads "
+         "use " +
+         "one kernel handle.\n\n" + threads_table(wide) +
+         "\n### The longest calls\n\nEach time includes the start of a thread.\n\n" +
          longest_table(wide);
 }
 
@@ -269,7 +272,7 @@ int main(int argc, char** argv) {
   const std::string text = report(median, wide);
   std::fputs(text.c_str(), stdout);
   if (!file.empty() && !(std::ofstream(file) << text << std::flush)) {
-    return std::fprintf(stderr, "%s cannot be written\n", file.c_str()), 1;
+    return std::fprintf(stderr, "cannot write %s\n", file.c_str()), 1;
   }
   return 0;
 }

@@ -52,7 +52,7 @@ for _ in 1 2 3 4 5; do
   time_of price "finance('PRICE', $bond)"
   time_of named_price "finance_price($bond)"
 done
-echo "| PostgreSQL, a row | ns | above a plain function |"
+echo "| PostgreSQL | ns per row | more than the C function |"
 echo "|---|---:|---:|"
 row() { # TITLE NAME PLAIN
   awk -v title="$1" -v a="${best[$2]}" -v b="${best[$3]}" 'BEGIN { printf "| %s | %.0f | %s |\n", title, a, (a > b ? sprintf("%.0f", a - b) : "") }'

@@ -53,8 +53,8 @@ int main(int, char** argv) {
         finance,
         nanoseconds_a_row(database, "SELECT sum(finance('SLN', cost, salvage, life)) FROM assets"));
   }
-  std::printf("| SQLite, a row | ns | above a plain function, at most 30 |\n|---|---:|---:|\n");
-  std::printf("| a C function of three arguments | %.0f | |\n", plain);
+  std::printf("| SQLite | ns per row | more than the C function (limit 30) |\n|---|---:|---:|\n");
+  std::printf("| C function with three arguments | %.0f | |\n", plain);
   std::printf("| `finance('SLN', ...)` | %.0f | %.0f |\n", finance, finance - plain);
   sqlite3_close(database);
 }
