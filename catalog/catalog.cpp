@@ -22,7 +22,7 @@ constexpr const Keyword& row(std::size_t i) {
   return (*family)[i];
 }
 
-// The rows of all families, sorted by word.
+// The rows of all families, sorted by keyword.
 constexpr std::array<Keyword, kCount> kKeywords = []<std::size_t... I>(std::index_sequence<I...>) {
   std::array<Keyword, kCount> joined{row(I)...};
   std::ranges::sort(joined, {}, &Keyword::word);
@@ -30,6 +30,10 @@ constexpr std::array<Keyword, kCount> kKeywords = []<std::size_t... I>(std::inde
 }
 (std::make_index_sequence<kCount>{});
 static_assert(std::ranges::adjacent_find(kKeywords, {}, &Keyword::word) == kKeywords.end());
+static_assert(std::ranges::all_of(kKeywords, [](const Keyword& keyword) {
+  const auto causes = keyword.description.causes;
+  return causes.empty() || causes.back().holds == nullptr;
+}));
 
 constexpr std::string_view kTaskTitles[] = {
     "Bonds",
@@ -134,13 +138,12 @@ std::string digits(double value) {
   return {text, std::to_chars(std::begin(text), std::end(text), value).ptr};
 }
 
-// "greater than 0", "not before settlement": what follows "must be" or "must".
+// "greater than 0", "on or after settlement": follows "must be" in a message.
 std::string phrase(const Bound& bound, ArgumentKind kind) {
-  const bool is_date =
-      kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime || !bound.subject.empty();
+  const bool is_date = kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime;
   std::string limit(bound.other);
   if (limit.empty()) {
-    limit = is_date ? "1960-01-01" : digits(bound.value);  // no date is compared with another day
+    limit = is_date ? "1960-01-01" : digits(bound.value);  // the only fixed limit of dates is day 0
   } else if (bound.value != 0.0) {
     limit += " + " + digits(bound.value);
   }
@@ -148,15 +151,13 @@ std::string phrase(const Bound& bound, ArgumentKind kind) {
     case Comparison::kAbove:
       return (is_date ? "after " : "greater than ") + limit;
     case Comparison::kAtLeast:
-      return (is_date ? "not before " : "at least ") + limit;
+      return (is_date ? "on or after " : "at least ") + limit;
     case Comparison::kBelow:
       return (is_date ? "before " : "less than ") + limit;
     case Comparison::kAtMost:
       break;
   }
-  if (is_date) return "not after " + limit;
-  if (bound.other.empty()) return "at most " + limit;
-  return (kind == ArgumentKind::kWhole ? "not beyond " : "not above ") + limit;
+  return (is_date ? "on or before " : "at most ") + limit;
 }
 
 bool is_yes_or_no(const Argument& argument) {
@@ -169,33 +170,43 @@ bool is_yes_or_no(const Argument& argument) {
 }  // namespace
 
 std::string words_of(const Bound& bound, ArgumentKind kind) {
-  const std::string condition = phrase(bound, kind);
-  const bool denies = condition.starts_with("not ");
-  const std::string must = denies ? "must not be " + condition.substr(4) : "must be " + condition;
-  return bound.subject.empty() ? must : std::string(bound.subject) + ' ' + must;
+  return "must be " + phrase(bound, kind);
 }
 
 std::string range_of(const Argument& argument) {
   using enum ArgumentKind;
   if (argument.kind == kBasis) return std::string(kBasisRange);
+  if (argument.kind == kFrequency) return "1, 2, 4, 6 or 12";
   if (is_yes_or_no(argument)) return "0 or 1";
   std::string range;
   const auto add = [&range](std::string_view text) {
     if (!range.empty()) range += ", ";
     range += text;
   };
-  if (argument.kind == kFrequency) add("1, 2, 4, 6 or 12");
   if (argument.kind == kWhole) add("whole number");
   if (argument.kind == kDate) add("date");
-  if (argument.kind == kDateTime) add("date, or days from 1960-01-01, which may have a fraction");
-  for (const Bound& bound : argument.bounds()) {
-    if (!bound.subject.empty()) {
-      range += "; " + words_of(bound, argument.kind);
-    } else if (argument.kind != kFrequency) {  // its list says more
-      add(phrase(bound, argument.kind));
-    }
+  if (argument.kind == kDateTime) add("date or number of days since 1960-01-01 (with fractions)");
+  for (const Bound& bound : argument.bounds()) add(phrase(bound, argument.kind));
+  return range.empty() ? "any number" : range;
+}
+
+std::span<const double> CallValues::all(std::string_view name) const noexcept {
+  std::size_t first = 0;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < values_.size(); ++i) {
+    const Argument* const argument = keyword_.argument_at(i + 1, values_.size());
+    if (argument == nullptr || argument->name != name) continue;
+    if (count++ == 0) first = i;
   }
-  return range.empty() ? "any" : range;
+  return values_.subspan(first, count);
+}
+
+std::string_view cause_of(const Keyword& keyword, std::span<const double> values) noexcept {
+  const CallValues call(keyword, values);
+  for (const Cause& cause : keyword.description.causes) {
+    if (cause.holds == nullptr || cause.holds(call)) return cause.text;
+  }
+  return {};
 }
 
 }  // namespace catalog

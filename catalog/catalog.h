@@ -1,11 +1,14 @@
-// What people are told of the keywords: one row each, with the names and kinds of its arguments
-// and the kind of its result. The module does not depend on it; hosts read everything from here.
+// The catalogue of keywords: one row per keyword, with the names, kinds and bounds of its
+// arguments, the kind of its result and its reference page. Hosts read everything from here; the
+// module does not depend on it.
 #pragma once
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -20,14 +23,14 @@ enum class ArgumentKind : std::uint8_t {
   kDate,       // days from 1 January 1960, a whole number
   kDateTime,   // the same, with fractions of a day
   kBasis,      // a day-count basis: a number from 0 to 4 or a keyword such as ACT/360
-  kFrequency,  // coupons per year: 1, 2, 4, 6 or 12. Hosts refuse others; the module does not
+  kFrequency,  // coupons per year: 1, 2, 4, 6 or 12. Hosts reject other values; the module does not
 };
 
 enum class ResultKind : std::uint8_t {
   kAmount,  // money, in the currency of the arguments or per 100 of face value
-  kRate,    // a fraction: 0.05 is five percent
-  kDays,    // may have a fraction
-  kCount,   // of coupons or periods, may have a fraction
+  kRate,    // a fraction: 0.05 is 5 %
+  kDays,    // a number of days, which may have a fraction
+  kCount,   // a number of coupons or periods, which may have a fraction
   kYears,
   kDate,
 };
@@ -35,19 +38,19 @@ enum class ResultKind : std::uint8_t {
 enum class Presence : std::uint8_t {
   kRequired,
   kOptional,
-  kRepeated,   // a list of one value or more
-  kAnyNumber,  // a list that may be empty
+  kRepeated,   // a list of one or more values
+  kAnyNumber,  // a list of any length, which may be empty
 };
 
-// A condition that the module holds an argument to. Hosts say it in words; see words_of.
+// A condition on an argument, which the module checks. See words_of for its text.
 enum class Comparison : std::uint8_t { kAbove, kAtLeast, kBelow, kAtMost };
 
 struct Bound {
   Comparison comparison;
-  double value = 0.0;             // what the argument is compared with,
-  std::string_view other = {};    // plus the argument of this name
-  std::string_view subject = {};  // the date compared in its place, where the module marks another
-  bool marks = true;              // false: the call fails with no argument marked
+  double value = 0.0;            // the limit,
+  std::string_view other = {};   // plus the value of the argument with this name
+  bool marks = true;             // false: the call fails and the module marks no argument
+  std::string_view marked = {};  // the argument that the module marks instead of this one
 
   [[nodiscard]] constexpr bool holds(double compared, double limit) const noexcept {
     switch (comparison) {
@@ -64,17 +67,20 @@ struct Bound {
   }
 };
 
-// One argument, as a phrase of the fluent words below: date("maturity", "...").after("settlement").
+// One argument. Its bounds are added by the functions below: date("maturity",
+// "...").after("issue").
 struct Argument {
   std::string_view name;  // the market's standard term
   ArgumentKind kind;
-  std::string_view meaning;  // a phrase, with the unit: "yearly coupon rate, a fraction of par"
+  std::string_view meaning;  // a phrase with the unit: "yearly yield as a fraction (0.05 is 5 %)"
   Presence presence = Presence::kRequired;
-  std::string_view fallback = {};  // of an optional one: what holds when it is left out
+  // The default of an optional argument. It begins with the number or the name of the basis, and
+  // contains the word "missing" if the argument may be the missing value.
+  std::string_view fallback = {};
   std::array<Bound, 3> bound_list{};
   std::size_t bound_count = 0;
 
-  // In the order in which the module looks at them.
+  // In the order in which the module checks them.
   [[nodiscard]] constexpr std::span<const Bound> bounds() const noexcept {
     return {bound_list.data(), bound_count};
   }
@@ -105,18 +111,18 @@ struct Argument {
   [[nodiscard]] constexpr Argument not_after(std::string_view other) const {
     return bound({Comparison::kAtMost, 0.0, other});
   }
-  [[nodiscard]] constexpr Argument not_beyond(std::string_view other, double plus = 0.0) const {
+  [[nodiscard]] constexpr Argument at_most_the(std::string_view other, double plus = 0.0) const {
     return bound({Comparison::kAtMost, plus, other});
   }
-  [[nodiscard]] constexpr Argument optional(std::string_view otherwise) const {
+  [[nodiscard]] constexpr Argument optional(std::string_view default_text) const {
     Argument argument = *this;
     argument.presence = Presence::kOptional;
-    argument.fallback = otherwise;
+    argument.fallback = default_text;
     return argument;
   }
-  [[nodiscard]] constexpr Argument with(Presence how_often) const {
+  [[nodiscard]] constexpr Argument with(Presence other) const {
     Argument argument = *this;
-    argument.presence = how_often;
+    argument.presence = other;
     return argument;
   }
   [[nodiscard]] constexpr Argument named(std::string_view other, std::string_view phrase) const {
@@ -127,7 +133,7 @@ struct Argument {
   }
 };
 
-// What people set out to do; see task_titles. The order is that of lists.
+// The tasks by which lists group the keywords, in the order of the lists. See task_titles.
 enum class Task : std::uint8_t {
   kBonds,
   kOddPeriods,
@@ -141,16 +147,25 @@ enum class Task : std::uint8_t {
   kDepreciation,
 };
 
-// What people read of a keyword.
+// The values of a call, by the names of the arguments.
+class CallValues;
+
+// Why a calculation fails although every argument is valid.
+struct Cause {
+  std::string_view text;  // a clause: "no amount is negative; at least one must be"
+  bool (*holds)(const CallValues& call) = nullptr;  // null: it holds if no earlier cause does
+};
+
+// The texts of a keyword's reference page.
 struct Description {
   std::string_view title;    // one line, no full stop: "price of a bond with coupons"
-  std::string_view summary;  // a paragraph: what it computes, and what may surprise
+  std::string_view summary;  // a paragraph: what the keyword returns, and what may surprise
   std::string_view result;   // a phrase, with the unit: "price per 100 of face value"
-  std::string_view formula;  // plain text, lines ended by \n
+  std::string_view formula;  // plain text, lines separated by \n
   std::string_view example;  // the arguments of a call as the command takes them
-  std::string_view value;    // the example's result, to ten digits or all it has, or a date
-  std::string_view fails;    // when the calculation cannot be carried out, a phrase; may be empty
-  std::string_view related;  // keywords to see also, with blanks between
+  std::string_view value;    // the example's result, rounded to ten digits or exact, or a date
+  std::string_view related;  // the keywords of "See also", separated by blanks
+  std::span<const Cause> causes = {};  // of a failed calculation; the test of the last one is null
 };
 
 class Keyword {
@@ -166,19 +181,19 @@ class Keyword {
   ResultKind result;
   Description description;
 
-  // The values of a list stand side by side; lists are of one length; optional arguments come last.
+  // The values of a list are adjacent; all lists have the same length; optional arguments are last.
   [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
     return {arguments_.data(), size_};
   }
-  // What engines that have no keywords call it: "finance_price".
+  // The name of the function for this keyword alone: "finance_price".
   [[nodiscard]] std::string function_name() const;
-  // How many arguments a call may have, the keyword not counted.
+  // The number of arguments of a call, without the keyword.
   [[nodiscard]] std::size_t min_args() const noexcept;
-  [[nodiscard]] std::size_t max_args() const noexcept;  // kNoBound: any number
-  // False when so many arguments cannot make lists of one length.
+  [[nodiscard]] std::size_t max_args() const noexcept;  // kNoBound: no upper limit
+  // False if this number of arguments gives lists of different lengths.
   [[nodiscard]] bool pairs_up(std::size_t count) const noexcept;
-  // What stands at a position, counted from 1, of a call with `count` arguments; null beyond the
-  // last.
+  // The argument at a position, counted from 1, of a call with `count` arguments; null after the
+  // last position.
   [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;
 
  private:
@@ -191,40 +206,66 @@ class Keyword {
 
 inline constexpr std::size_t kNoBound = SIZE_MAX;
 
-// The frequencies that make a schedule.
+class CallValues {
+ public:
+  CallValues(const Keyword& keyword, std::span<const double> values) noexcept
+      : keyword_(keyword), values_(values) {}
+
+  // NaN if the call has no such argument, or if it is missing.
+  [[nodiscard]] double operator[](std::string_view name) const noexcept {
+    const auto list = all(name);
+    return list.empty() ? std::numeric_limits<double>::quiet_NaN() : list.front();
+  }
+  // 0 in these two cases.
+  [[nodiscard]] double or_zero(std::string_view name) const noexcept {
+    const double value = (*this)[name];
+    return std::isnan(value) ? 0.0 : value;
+  }
+  // The values of a list.
+  [[nodiscard]] std::span<const double> all(std::string_view name) const noexcept;
+
+ private:
+  const Keyword& keyword_;
+  std::span<const double> values_;
+};
+
+// The text of the first cause that holds for a call whose calculation failed; empty if the keyword
+// has no causes.
+std::string_view cause_of(const Keyword& keyword, std::span<const double> values) noexcept;
+
+// The valid frequencies.
 constexpr bool is_frequency(double value) noexcept {
   return value == 1 || value == 2 || value == 4 || value == 6 || value == 12;
 }
 
-// The names of the day-count bases, each in the place of its code.
+// The names of the day-count bases; the index is the code.
 inline constexpr std::array<std::string_view, 5> kBasisNames = {"30/360", "ACTUAL", "ACT/360",
                                                                 "ACT/365", "EU30/360"};
 
-// The code of a basis by its text, as the module reads it: in any case, blanks anywhere.
+// The code of a basis name, read as the module reads it: case and blanks do not matter.
 std::optional<int> basis_of(std::string_view text) noexcept;
 
-// What a day-count basis may be, in words.
+// The allowed values of a day-count basis.
 inline constexpr std::string_view kBasisRange =
     "0 or 30/360, 1 or ACTUAL, 2 or ACT/360, 3 or ACT/365, 4 or EU30/360";
 
 // All keywords, sorted.
 std::span<const Keyword> keywords() noexcept;
 
-// The titles of the tasks, each in the place of its number.
+// The titles of the tasks; the index is the number of the task.
 std::span<const std::string_view> task_titles() noexcept;
 
 // The keywords of a task, in the order of their rows.
 std::vector<const Keyword*> keywords_of(Task task);
 
-// The keyword of this name, whatever its case and its trailing blanks; null when there is none.
+// The keyword of this name; case and trailing blanks do not matter. Null if there is none.
 const Keyword* find(std::string_view word) noexcept;
 
-// A bound as an error says it after the argument's name and value: "must be at least 1", "must not
-// be before settlement"; "settlement must be before maturity" where another is compared in its
-// place. The kind is that of the argument with the bound.
+// The condition in an error message, after the argument's name and value: "must be at least 1",
+// "must be on or after settlement". The kind is that of the argument with the bound.
 std::string words_of(const Bound& bound, ArgumentKind kind);
 
-// All that an argument may be: "greater than 0", "whole number, at least 1, not beyond nper".
+// The allowed values: "greater than 0", "whole number, at least 1, at most nper".
 std::string range_of(const Argument& argument);
 
 }  // namespace catalog

@@ -1,6 +1,7 @@
-// Cash flows: one period apart, or on any dates.
+// Cash flows: one period apart, or on given dates.
 #pragma once
 
+#include "catalog/causes.h"
 #include "catalog/common_arguments.h"
 
 namespace catalog::rows {
@@ -11,84 +12,90 @@ inline constexpr Keyword kFlows[] = {
      kAmount,
      {rate, amount.with(Presence::kAnyNumber)},
      {.title = "net present value of amounts one period apart",
-      .summary = "Discounts amounts that are one period apart. The first amount, too, is a period "
-                 "away; add one paid today to the result. Without amounts it is 0. A rate of 0 or "
-                 "below is refused.",
-      .result = "amount",
+      .summary = "Returns the present value of amounts that are one period apart. The first amount "
+                 "is due after one period, so add an amount that is due today to the result. "
+                 "Without amounts, the result is 0. A rate of 0 or below is an error.",
+      .result = "amount, in the currency of the amounts",
       .formula = "sum of amount k / (1 + rate)^k for k = 1, 2, ...",
       .example = "0.1 -10000 3000 4200 6800",
       .value = "1188.443412",
-      .fails = "",
       .related = "XNPV IRR PV"}},
     {"IRR",
      Task::kCashFlows,
      kRate,
      {amount},
      {.title = "internal rate of return of amounts one period apart",
-      .summary =
-          "The rate per period at which the amounts are worth 0 together. It takes no guess: every "
-          "argument is an amount. With several changes of sign there may be several rates; the "
-          "search begins just above 0. A missing amount is refused, without saying which.",
-      .result = "rate per period, a fraction",
+      .summary = "Returns the rate per period at which the net present value of the amounts is 0. "
+                 "The first amount is due today. IRR has no argument for a guess: every argument "
+                 "is an amount. If the amounts change their sign more than once, several rates can "
+                 "solve the equation; the search starts just above a rate of 0 and returns the "
+                 "first rate that it finds.",
+      .result = "rate per period as a fraction",
       .formula = "sum of amount k / (1 + rate)^k = 0 for k = 0, 1, ...",
       .example = "-100 20 24 28.8 34.56 41.47",
       .value = "0.1305757564",
-      .fails = "there are fewer than two or more than 32,767 amounts, one is missing, all have one "
-               "sign, no rate is found, or the amounts are too large for a double to add up",
-      .related = "XIRR MIRR NPV RATE"}},
+      .related = "XIRR MIRR NPV RATE",
+      .causes = kPeriodicRateCauses}},
     {"MIRR",
      Task::kCashFlows,
      kRate,
      {amount,
-      number("finance_rate", "rate per period paid for amounts below 0, a fraction").above(0),
-      number("reinvest_rate", "rate per period earned on the other amounts, a fraction").above(0)},
+      number("finance_rate",
+             "rate per period at which negative amounts are financed, as a fraction (0.1 is 10 %)")
+          .above(0),
+      number("reinvest_rate",
+             "rate per period at which other amounts are reinvested, as a fraction (0.1 is 10 %)")
+          .above(0)},
      {.title = "modified internal rate of return",
-      .summary = "The rate of return when payments are financed at one rate and receipts are "
-                 "invested at another. Both rates must be above 0.",
-      .result = "rate per period, a fraction",
-      .formula = "(F / P)^(1 / (n - 1)) - 1, n the number of amounts\n"
-                 "F = receipts carried to the end at reinvest_rate,\n"
-                 "P = payments discounted to the start at finance_rate",
+      .summary = "Returns the rate of return per period if payments are financed at one rate and "
+                 "receipts are reinvested at another. The amounts are one period apart, and the "
+                 "first is due today.",
+      .result = "rate per period as a fraction",
+      .formula = "(F / P)^(1 / (n - 1)) - 1, n = number of amounts\n"
+                 "F = value of all positive amounts at the end, at reinvest_rate\n"
+                 "P = value of all negative amounts today, at finance_rate, without the sign",
       .example = "-120000 39000 30000 21000 37000 46000 0.1 0.12",
       .value = "0.1260941304",
-      .fails = "nothing is paid, or nothing is received",
-      .related = "IRR NPV"}},
+      .related = "IRR NPV",
+      .causes = kModifiedRateCauses}},
     {"XNPV",
      Task::kCashFlows,
      kAmount,
-     {any_rate.named("rate", "yearly rate, a fraction"), amount, flow_date},
+     {any_rate.named("rate", "yearly rate as a fraction (0.05 is 5 %)"), amount, flow_date},
      {.title = "net present value of dated amounts",
       .summary =
-          "Discounts amounts in years of 365 days. All amounts come first, then their dates in the "
-          "same order. The amount listed first is never discounted; those dated before it are "
-          "compounded. The rate may be 0 or below, but must be above -1 to mean anything: at -1 "
-          "the answer may be infinite, below it is the missing value or means nothing.",
-      .result = "amount",
-      .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365)",
+          "Returns the value of dated amounts on the first date in the list, in years of "
+          "365 days. Give all amounts first, and then their dates in the same order. Amounts "
+          "with earlier dates are compounded instead of discounted. The rate may be 0 or "
+          "negative, but must be greater than -1 for a meaningful result: a rate of -1 can "
+          "give an infinite result, and a rate below -1 gives the missing value or a "
+          "meaningless number.",
+      .result = "amount, in the currency of the amounts",
+      .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365) for k = 1, 2, ...",
       .example = "0.1 -1000 -9000 20000 -3000 2015-06-11 2015-07-21 2018-06-10 2015-10-17",
       .value = "2218.425664",
-      .fails = "there are more than 100 amounts and the host has no storage for them",
       .related = "XIRR NPV"}},
     {"XIRR",
      Task::kCashFlows,
      kRate,
      {amount, flow_date,
-      number("guess", "rate that the search starts from, a fraction").optional("0")},
+      number("guess", "rate at which the search starts, as a fraction (0.05 is 5 %)")
+          .optional("0")},
      {.title = "internal rate of return of dated amounts",
       .summary =
-          "The yearly rate at which XNPV is 0. All amounts come first, then their dates in the "
-          "same order; list the earliest first, or the search may miss the rate. There must be "
-          "amounts of both signs; with several changes of sign there may be several rates. A "
-          "search that fails is tried again from two other starts. No search goes below "
-          "-0.9999999: that answer means that the true rate is lower or was not found.",
-      .result = "yearly rate, a fraction",
-      .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365) = 0",
+          "Returns the yearly rate at which XNPV is 0. Give all amounts first, and then their "
+          "dates in the same order. List the earliest amount first; otherwise the search can miss "
+          "the rate. If the amounts change their sign more than once, several rates can solve the "
+          "equation. If the search from the guess fails, it is repeated from two other starts. The "
+          "lowest rate that the search can return is -0.9999999; this result means that the true "
+          "rate is lower or was not found.",
+      .result = "yearly rate as a fraction",
+      .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365) = 0 for k = 1, 2, ...",
       .example =
           "-10000 2500 2000 3000 4000 2007-01-12 2008-02-14 2008-03-03 2008-06-14 2008-12-01",
       .value = "0.1006437834",
-      .fails = "the amounts have one sign, no search finds a rate, or there are more than 100 "
-               "amounts and the host has no storage for them",
-      .related = "XNPV IRR RATE"}},
+      .related = "XNPV IRR RATE",
+      .causes = kDatedRateCauses}},
 };
 
 }  // namespace catalog::rows

@@ -27,12 +27,12 @@ static_assert(static_cast<int>(ResultKind::kCount) == VXK_COUNT);
 static_assert(static_cast<int>(ResultKind::kYears) == VXK_YEARS);
 static_assert(static_cast<int>(ResultKind::kDate) == VXK_DATE_RESULT);
 
-// The texts are literals, which end with a zero.
+// The texts are string literals, which end with a zero.
 const char* text(std::string_view literal) noexcept {
   return literal.data() == nullptr ? "" : literal.data();
 }
 
-// The ranges of all arguments, as they are said, by keyword and argument.
+// The ranges of all arguments, by keyword and argument.
 const std::vector<std::vector<std::string>>& ranges() {
   static const auto* const all = [] {
     auto* const made = new std::vector<std::vector<std::string>>;
@@ -47,7 +47,23 @@ const std::vector<std::vector<std::string>>& ranges() {
   return *all;
 }
 
-// The number that a default begins with: "0, as for a missing one". A basis begins with its name.
+// The causes of failure of all keywords, joined.
+const std::vector<std::string>& causes() {
+  static const auto* const all = [] {
+    auto* const made = new std::vector<std::string>;
+    for (const catalog::Keyword& keyword : catalog::keywords()) {
+      std::string& own = made->emplace_back();
+      for (const catalog::Cause& cause : keyword.description.causes) {
+        own.append(own.empty() ? "" : "; or ").append(cause.text);
+      }
+    }
+    return made;
+  }();
+  return *all;
+}
+
+// The number at the start of a default: "0; a missing value also means 0". The default of a basis
+// starts with its name.
 double default_of(const catalog::Argument& argument) noexcept {
   if (argument.presence != Presence::kOptional) return std::numeric_limits<double>::quiet_NaN();
   if (argument.kind == ArgumentKind::kBasis) return 0.0;
@@ -73,6 +89,12 @@ int vxk_keyword(int32_t index, vxk_keyword_info* info) {
   const catalog::Keyword& keyword = catalog::keywords()[static_cast<std::size_t>(index)];
   const catalog::Description& words = keyword.description;
   const std::size_t most = keyword.max_args();
+  const char* fails = "";
+  try {
+    fails = causes()[static_cast<std::size_t>(index)].c_str();
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
   return fill(info, {.size = 0,
                      .result_kind = static_cast<int32_t>(keyword.result),
                      .arguments = static_cast<int32_t>(keyword.arguments().size()),
@@ -87,7 +109,7 @@ int vxk_keyword(int32_t index, vxk_keyword_info* info) {
                      .formula = text(words.formula),
                      .example = text(words.example),
                      .example_result = text(words.value),
-                     .fails = text(words.fails),
+                     .fails = fails,
                      .related = text(words.related)});
 }
 

@@ -1,9 +1,13 @@
 // Loans and annuities, conversions of rates, prices in fractions.
 #pragma once
 
+#include "catalog/causes.h"
 #include "catalog/common_arguments.h"
 
 namespace catalog::rows {
+
+inline constexpr Argument loan_pv =
+    number("pv", "amount of the loan, positive if you receive it, negative if you lend it");
 
 inline constexpr Keyword kLoans[] = {
     // Level payments.
@@ -12,230 +16,241 @@ inline constexpr Keyword kLoans[] = {
      kAmount,
      {rate, nper, pv, fv, type},
      {.title = "level payment of a loan or a savings plan",
-      .summary = "The payment of each period that takes a present value to a future value. A rate "
-                 "of 0 or below is refused.",
-      .result = "amount, negative when it is to be paid",
-      .formula = "pmt = -rate (pv (1 + rate)^nper + fv) / (((1 + rate)^nper - 1) (1 + rate type))",
+      .summary = "Returns the payment per period that takes a present value to a future value. For "
+                 "a loan, pv is the amount of the loan and fv is the amount still owed at the end, "
+                 "as a negative number. A rate of 0 or below is an error.",
+      .result = "amount per period, negative if you pay it",
+      .formula =
+          "-rate * (pv * (1 + rate)^nper + fv) / (((1 + rate)^nper - 1) * (1 + rate * type))",
       .example = "0.00875 8 0 5000 1",
       .value = "-600.8520272",
-      .fails = "the growth is too large for a double",
-      .related = "IPMT PPMT NPER RATE PV FV"}},
+      .related = "IPMT PPMT NPER RATE PV FV",
+      .causes = kAnnuityCauses}},
     {"IPMT",
      Task::kLoans,
      kAmount,
      {rate, per, nper, pv, fv, type},
      {.title = "interest in the payment of one period",
-      .summary = "The part of a level payment that is interest. With payments at the start of "
-                 "periods, the first holds no interest. A rate of 0 or below is refused.",
-      .result = "amount, negative when it is to be paid",
-      .formula =
-          "period 1: -pv rate, or 0 with type 1\n"
-          "later, with g = (1 + rate)^(per - 1): -pv rate g / (1 + rate type) - pmt (g - 1)\n"
-          "pmt = PMT(rate, nper, pv, fv, type)",
+      .summary = "Returns the interest in the level payment of one period. If payments are at the "
+                 "start of each period, the first payment has no interest. A rate of 0 or below is "
+                 "an error.",
+      .result = "amount, negative if you pay it",
+      .formula = "period 1: -pv * rate, or 0 with type 1\n"
+                 "later: -pv * rate * g / (1 + rate * type) - pmt * (g - 1)\n"
+                 "g = (1 + rate)^(per - 1), pmt = PMT(rate, nper, pv, fv, type)",
       .example = "0.00425 2 60 50000",
-      .value = "-209.3832450",
-      .fails = "the growth is too large for a double, unless per is 1",
-      .related = "PPMT PMT CUMIPMT ISPMT"}},
+      .value = "-209.383245",
+      .related = "PPMT PMT CUMIPMT ISPMT",
+      .causes = kAnnuityCauses}},
     {"PPMT",
      Task::kLoans,
      kAmount,
      {rate, per, nper, pv, fv, type},
      {.title = "principal in the payment of one period",
-      .summary = "The part of a level payment that repays the loan. With payments at the start of "
-                 "periods, the first is all principal. A rate of 0 or below is refused.",
-      .result = "amount, negative when it is to be paid",
+      .summary = "Returns the part of the level payment of one period that repays the loan. If "
+                 "payments are at the start of each period, the whole first payment is principal. "
+                 "A rate of 0 or below is an error.",
+      .result = "amount, negative if you pay it",
       .formula = "PMT(rate, nper, pv, fv, type) - IPMT(rate, per, nper, pv, fv, type)",
       .example = "0.008333333333333333 6 24 100000",
       .value = "-3941.355383",
-      .fails = "the growth is too large for a double",
-      .related = "IPMT PMT CUMPRINC"}},
+      .related = "IPMT PMT CUMPRINC",
+      .causes = kAnnuityCauses}},
     {"CUMIPMT",
      Task::kLoans,
      kAmount,
-     {rate, any_nper, pv.above(0), whole("start_period", "first period counted"),
-      whole("end_period", "last period counted"), type},
+     {rate, any_nper, loan_pv.above(0), whole("start_period", "first period of the sum"),
+      whole("end_period", "last period of the sum"), type},
      {.title = "interest paid over several periods",
       .summary =
-          "Sums the interest from start to end period. Unlike CUMPRINC it requires a pv above 0 "
-          "and does not check the periods: a start after the end gives 0, periods before 1 add "
-          "nothing, and beyond nper the payments go on, so that interest is received. An nper "
-          "below 1 is not refused either, and the answer then means nothing.",
-      .result = "amount, negative when it is paid",
+          "Returns the total interest in the payments from start_period to end_period. pv must be "
+          "greater than 0. The periods are not checked: if start_period is after end_period the "
+          "result is 0, periods before 1 add nothing, and after nper the payments continue, so "
+          "that interest is received. An nper below 1 is not an error, but the result is "
+          "meaningless. CUMPRINC, in contrast, checks the periods and accepts any pv.",
+      .result = "amount, negative if you pay it",
       .formula = "sum of IPMT(rate, k, nper, pv, 0, type) for k = start_period to end_period",
       .example = "0.0075 360 125000 13 24 1",
       .value = "-11052.33958",
-      .fails = "the growth is too large for a double, or the sum is still changing after "
-               "16,777,216 periods",
-      .related = "CUMPRINC IPMT ISPMT"}},
+      .related = "CUMPRINC IPMT ISPMT",
+      .causes = kSumCauses}},
     {"CUMPRINC",
      Task::kLoans,
      kAmount,
-     {rate, nper, pv,
-      whole("start_period", "first period counted")
+     {rate, nper, loan_pv,
+      whole("start_period", "first period of the sum")
           .at_least(1)
-          .not_beyond("nper")
-          .not_beyond("end_period"),
-      whole("end_period", "last period counted").at_least(1).not_beyond("nper"), type},
+          .at_most_the("nper")
+          .at_most_the("end_period"),
+      whole("end_period", "last period of the sum").at_least(1).at_most_the("nper"), type},
      {.title = "principal repaid over several periods",
-      .summary = "Sums the repayments from start to end period. Unlike CUMIPMT it checks the "
-                 "periods and accepts any pv.",
-      .result = "amount, negative when it is paid",
+      .summary = "Returns the total principal in the payments from start_period to end_period. "
+                 "CUMPRINC checks the periods and accepts any pv; CUMIPMT does not check the "
+                 "periods and accepts only a pv greater than 0.",
+      .result = "amount, negative if you pay it",
       .formula = "sum of PPMT(rate, k, nper, pv, 0, type) for k = start_period to end_period",
       .example = "0.0075 360 125000 13 24 1",
       .value = "-927.1534724",
-      .fails = "the growth is too large for a double, or the sum is still changing after "
-               "16,777,216 periods",
-      .related = "CUMIPMT PPMT PMT"}},
+      .related = "CUMIPMT PPMT PMT",
+      .causes = kSumCauses}},
     {"ISPMT",
      Task::kLoans,
      kAmount,
-     {rate, any_per, nper, pv},
+     {rate, any_per, nper, loan_pv},
      {.title = "interest of one period of a loan with level principal",
-      .summary = "The interest of a loan repaid in equal parts of principal, on the balance after "
-                 "the period's own part is repaid: the last period has none. A per beyond nper is "
-                 "not refused and gives the opposite sign. A rate of 0 or below is refused.",
-      .result = "amount, negative when it is to be paid",
-      .formula = "-pv rate (nper - per) / nper",
+      .summary = "Returns the interest of one period of a loan that is repaid in equal parts of "
+                 "principal. The interest is on the balance after the principal of the same period "
+                 "is repaid, so the last period has no interest. A per greater than nper is not an "
+                 "error and gives the opposite sign. A rate of 0 or below is an error.",
+      .result = "amount, negative if you pay it",
+      .formula = "-pv * rate * (nper - per) / nper",
       .example = "0.004175 1 60 50000",
       .value = "-205.2708333",
-      .fails = "",
       .related = "IPMT CUMIPMT"}},
     {"PV",
      Task::kLoans,
      kAmount,
-     {any_rate.above(-1), nper, pmt, fv, any_type.bound({Comparison::kAtMost, 1.0, {}, {}, false})},
+     {any_rate.above(-1), nper, pmt, fv,
+      any_type.bound({.comparison = Comparison::kAtMost, .value = 1.0, .marks = false})},
      {.title = "present value of level payments",
-      .summary = "What payments and a future value are worth today. Unlike its siblings it accepts "
-                 "a rate of 0 or below, if above -1; at 0, however, the answer is the missing "
-                 "value, not the plain sum.",
-      .result = "amount, negative when it is to be paid",
-      .formula = "pv = -fv (1 + rate)^-nper - pmt (1 + rate type) (1 - (1 + rate)^-nper) / rate",
+      .summary =
+          "Returns the value today of level payments and a future value. The rate may be negative "
+          "if it is greater than -1; the other loan functions accept no rate below 0. With a rate "
+          "of 0, the result is the missing value, not the sum of the payments.",
+      .result = "amount, negative if you pay it",
+      .formula = "-fv * (1 + rate)^-nper - pmt * (1 + rate * type) * (1 - (1 + rate)^-nper) / rate",
       .example = "0.006666666666666667 240 500 0 0",
       .value = "-59777.14585",
-      .fails = "the growth at a negative rate is too large for a double",
-      .related = "FV PMT NPV"}},
+      .related = "FV PMT NPV",
+      .causes = kPresentValueCauses}},
     {"FV",
      Task::kLoans,
      kAmount,
-     {rate, nper, pmt.named("pmt", "payment of each period; a missing one is 0"),
-      pv.optional("0, as for a missing one unless the payment is missing, too"), type},
+     {rate, nper,
+      pmt.named("pmt",
+                "payment per period, negative if you pay, positive if you receive; a missing value "
+                "means 0"),
+      pv.optional("0; a missing value also means 0, but is an error if pmt is missing too"), type},
      {.title = "future value of level payments",
-      .summary =
-          "What a present value and payments grow to. A missing payment counts as 0, but then a pv "
-          "that is given must not be missing, too. A rate of 0 or below is refused.",
-      .result = "amount, negative when it is to be paid",
-      .formula = "fv = -pv (1 + rate)^nper - pmt (1 + rate type) ((1 + rate)^nper - 1) / rate",
+      .summary = "Returns the value at the end of a present value and level payments. A rate of 0 "
+                 "or below is an error.",
+      .result = "amount, negative if you pay it",
+      .formula = "-pv * (1 + rate)^nper - pmt * (1 + rate * type) * ((1 + rate)^nper - 1) / rate",
       .example = "0.005 10 -200 -500 1",
       .value = "2581.403374",
-      .fails = "the growth is too large for a double",
-      .related = "PV PMT NPER RATE FVSCHEDULE"}},
+      .related = "PV PMT NPER RATE FVSCHEDULE",
+      .causes = kAnnuityCauses}},
     {"NPER",
      Task::kLoans,
      kCount,
-     {rate, pmt, pv, fv.optional("0"), any_type},
+     {rate, pmt, pv, any_fv.optional("0"), any_type},
      {.title = "number of periods of level payments",
       .summary =
-          "How long payments take from a present value to a future value; it may have a fraction. "
-          "Unlike its siblings it refuses an fv that is given but missing, and accepts every whole "
-          "type: 1 is the start, all others the end. A rate of 0 or below is refused.",
-      .result =
-          "number of periods, may have a fraction; negative when a sign of pmt, pv or fv is wrong",
-      .formula =
-          "nper = -ln((pv rate + p) / (p - fv rate)) / ln(1 + rate), p = pmt (1 + rate type)",
+          "Returns the number of periods in which level payments take a present value to a "
+          "future value. The number can have a fraction. It is negative if pmt, pv or fv has "
+          "the wrong sign. A rate of 0 or below is an error.",
+      .result = "number of periods",
+      .formula = "-ln((pv * rate + p) / (p - fv * rate)) / ln(1 + rate)\n"
+                 "p = pmt * (1 + rate * type)",
       .example = "0.01 -100 -1000 10000 1",
       .value = "59.67386567",
-      .fails = "no number of periods, or any number, leads to the future value",
-      .related = "PMT RATE FV PV"}},
+      .related = "PMT RATE FV PV",
+      .causes = kPeriodsCauses}},
     {"RATE",
      Task::kLoans,
      kRate,
      {nper, pmt, pv, fv, type},
      {.title = "interest rate of level payments",
       .summary =
-          "Searches for the rate per period at which payments take pv to fv. It takes no guess: "
-          "the search starts from -pmt/pv, which suits loans. For a savings plan it finds no rate "
-          "when pv is 0, and seldom one when pv has the sign of the payments. Without payments, pv "
-          "and fv must have the same sign, the opposite of the usual convention. No search goes "
-          "below -0.9999999: where the true rate is lower, that is the answer.",
-      .result = "rate per period, a fraction",
-      .formula =
-          "pv + pmt (1 + rate type) (1 - (1 + rate)^-nper) / rate + fv (1 + rate)^-nper = 0\n"
-          "without payments: rate = (fv / pv)^(1 / nper) - 1",
+          "Returns the rate per period at which level payments take a present value to a future "
+          "value. RATE has no argument for a guess: the search starts at -pmt / pv, which suits "
+          "loans. For a savings plan, the search always fails if pv is 0, and it seldom finds the "
+          "rate if pv has the sign of the payments. If pmt is 0, pv and fv must have the same "
+          "sign, which is the opposite of the usual sign convention. The lowest rate that the "
+          "search can return is -0.9999999; this result means that the true rate is lower.",
+      .result = "rate per period as a fraction",
+      .formula = "the rate that solves\n"
+                 "pv + pmt * (1 + rate * type) * (1 - (1 + rate)^-nper) / rate\n"
+                 "   + fv * (1 + rate)^-nper = 0\n"
+                 "if pmt is 0: (fv / pv)^(1 / nper) - 1",
       .example = "48 -200 8000",
       .value = "0.007701472488",
-      .fails = "the search finds no rate, as always when pv is 0; or there are no payments, and pv "
-               "and fv have opposite signs or either is 0",
-      .related = "PMT NPER IRR XIRR"}},
+      .related = "PMT NPER IRR XIRR",
+      .causes = kRateCauses}},
 
     // Rates and prices.
     {"EFFECT",
      Task::kRates,
      kRate,
-     {number("nominal_rate", "nominal yearly rate, a fraction"), npery},
+     {number("nominal_rate", "nominal yearly rate as a fraction (0.05 is 5 %)"), npery},
      {.title = "effective yearly rate from a nominal rate",
-      .summary = "What a nominal rate comes to when interest is added several times a year. The "
-                 "rate may be 0 or below; below -npery the answer is the missing value.",
-      .result = "yearly rate, a fraction",
+      .summary = "Returns the effective yearly rate of a nominal rate that is compounded npery "
+                 "times per year. The rate may be 0 or negative. If it is below -npery, the result "
+                 "is the missing value.",
+      .result = "yearly rate as a fraction",
       .formula = "(1 + nominal_rate / npery)^npery - 1",
       .example = "0.0525 4",
       .value = "0.05354266737",
-      .fails = "",
       .related = "NOMINAL RATE"}},
     {"NOMINAL",
      Task::kRates,
      kRate,
-     {number("effect_rate", "effective yearly rate, a fraction"), npery},
+     {number("effect_rate", "effective yearly rate as a fraction (0.05 is 5 %)"), npery},
      {.title = "nominal yearly rate from an effective rate",
-      .summary = "The inverse of EFFECT. The rate may be 0 or below; below -1 the answer is the "
-                 "missing value.",
-      .result = "yearly rate, a fraction",
-      .formula = "npery ((1 + effect_rate)^(1 / npery) - 1)",
+      .summary = "Returns the nominal yearly rate that gives an effective rate when it is "
+                 "compounded npery times per year. NOMINAL is the inverse of EFFECT. The rate may "
+                 "be 0 or negative. If it is below -1, the result is the missing value.",
+      .result = "yearly rate as a fraction",
+      .formula = "npery * ((1 + effect_rate)^(1 / npery) - 1)",
       .example = "0.053543 4",
       .value = "0.05250031987",
-      .fails = "",
       .related = "EFFECT RATE"}},
     {"FVSCHEDULE",
      Task::kRates,
      kAmount,
-     {number("principal", "amount at the start"),
-      number("schedule", "rate of each period, a fraction").with(Presence::kAnyNumber)},
+     {number("principal", "amount at the start, in currency"),
+      number("schedule", "rates, one for each period, as fractions (0.05 is 5 %)")
+          .with(Presence::kAnyNumber)},
      {.title = "future value at varying rates",
-      .summary =
-          "Grows a principal by one rate after the other. Without rates it is the principal.",
+      .summary = "Returns the value of a principal that grows at a different rate in each period. "
+                 "Without rates, the result is the principal.",
       .result = "amount, in the currency of the principal",
-      .formula = "principal (1 + rate 1) (1 + rate 2) ...",
+      .formula = "principal * (1 + rate 1) * (1 + rate 2) * ...",
       .example = "1 0.09 0.11 0.1",
       .value = "1.33089",
-      .fails = "",
       .related = "FV EFFECT"}},
     {"DOLLARDE",
      Task::kRates,
      kAmount,
-     {number("fractional_dollar", "price, its digits after the point a numerator"), fraction},
+     {number("fractional_dollar", "price whose digits after the point are a numerator"), fraction},
      {.title = "decimal price from a price quoted in fractions",
-      .summary = "Reads the digits after the point as the numerator of a fraction: 1.02 in "
-                 "sixteenths is 1 and 2/16, but 1.2 is 1 and 20/16. A denominator of 2 to 10 takes "
-                 "one digit, of 11 to 100 two, and so on. In a positive price, a fraction that is "
-                 "only rounding noise beside the integer part is ignored.",
+      .summary =
+          "Returns the decimal value of a price whose digits after the point are the "
+          "numerator of a fraction. With a fraction of 16, 1.02 means 1 and 2/16, and 1.2 "
+          "means 1 and 20/16. The numerator has one digit if fraction is 2 to 10, two digits "
+          "if it is 11 to 100, and so on. In a positive price, digits after the point that "
+          "are only a rounding error of the number are ignored.",
       .result = "price as a decimal number",
-      .formula = "i + 10^k f / fraction, i the integer part, f the rest,\n"
-                 "k the least with 10^k >= fraction",
+      .formula = "i + 10^k * f / fraction\n"
+                 "i = integer part of the price, f = the rest\n"
+                 "k = smallest whole number with 10^k >= fraction",
       .example = "1.02 16",
       .value = "1.125",
-      .fails = "",
       .related = "DOLLARFR"}},
     {"DOLLARFR",
      Task::kRates,
      kAmount,
      {number("decimal_dollar", "price as a decimal number"), fraction},
      {.title = "price quoted in fractions from a decimal price",
-      .summary = "The inverse of DOLLARDE: 1.125 in sixteenths is 1.02, which reads 1 and 2/16.",
-      .result = "price, its digits after the point a numerator",
-      .formula = "i + f fraction / 10^k, i the integer part, f the rest,\n"
-                 "k the least with 10^k >= fraction",
+      .summary = "Returns a price whose digits after the point are the numerator of a fraction. "
+                 "With a fraction of 16, 1.125 gives 1.02, which means 1 and 2/16. DOLLARFR is the "
+                 "inverse of DOLLARDE.",
+      .result = "price whose digits after the point are a numerator",
+      .formula = "i + f * fraction / 10^k\n"
+                 "i = integer part of the price, f = the rest\n"
+                 "k = smallest whole number with 10^k >= fraction",
       .example = "1.125 16",
       .value = "1.02",
-      .fails = "",
       .related = "DOLLARDE"}},
 };
 

@@ -9,7 +9,7 @@ bool is_list(const Argument& argument) noexcept {
   return argument.presence == Presence::kRepeated || argument.presence == Presence::kAnyNumber;
 }
 
-// The text broken at blanks; lines after the first are indented.
+// The text, broken at blanks into lines. Lines after the first are indented.
 std::string wrapped(std::string_view text, std::string_view indent = "") {
   std::string lines;
   for (std::size_t room = kColumns; text.size() > room; room = kColumns - indent.size()) {
@@ -30,14 +30,14 @@ std::string sentence(std::string_view phrase) {
 std::string item(const Argument& argument) {
   std::string text = "- `" + std::string(argument.name) + (is_list(argument) ? " ..." : "") +
                      "`: " + std::string(argument.meaning) + "; " + range_of(argument);
-  if (argument.presence == Presence::kAnyNumber) text += "; may be left out";
+  if (argument.presence == Presence::kAnyNumber) text += "; the list may be empty";
   if (argument.presence == Presence::kOptional) {
-    text.append("; when left out: ").append(argument.fallback);
+    text.append("; default: ").append(argument.fallback);
   }
   return wrapped(text, "  ");
 }
 
-// Lines as they stand, set apart.
+// The lines as a block of code.
 std::string block(std::string_view lines) {
   std::string text;
   while (!lines.empty()) {
@@ -46,6 +46,23 @@ std::string block(std::string_view lines) {
     lines.remove_prefix(std::min(end + 1, lines.size()));
   }
   return text;
+}
+
+// The first sentence of a summary, and the rest of it as a paragraph of its own.
+std::string paragraphs(std::string_view summary) {
+  const std::size_t end = summary.find(". ");
+  if (end == summary.npos) return wrapped(summary);
+  return wrapped(summary.substr(0, end + 1)) + '\n' + wrapped(summary.substr(end + 2));
+}
+
+// The call of the example. A result with decimals is rounded to as many as the page shows.
+std::string example_of(const Description& text, std::string_view word) {
+  const std::size_t point = text.value.find('.');
+  std::string call = "$ finance ";
+  if (point != text.value.npos) {
+    call += "--digits " + std::to_string(text.value.size() - point - 1) + ' ';
+  }
+  return call.append(word).append(" ").append(text.example).append("\n").append(text.value);
 }
 
 std::string listed(std::string_view words) {
@@ -76,18 +93,16 @@ std::string page_of(const Keyword& keyword) {
   const Description& text = keyword.description;
   const std::string word(keyword.word);
   std::string page = "# " + word + ": " + std::string(text.title) + "\n\n" +
-                     block(signature_of(keyword)) + '\n' + wrapped(text.summary) +
+                     block(signature_of(keyword)) + '\n' + paragraphs(text.summary) +
                      "\n## Arguments\n\n";
   for (const Argument& argument : keyword.arguments()) page += item(argument);
   page += "\n## Result\n\n" + wrapped(sentence(text.result));
-  if (!text.fails.empty()) {
-    page += '\n' +
-            wrapped("The calculation cannot be carried out when " + std::string(text.fails) + '.');
+  if (!text.causes.empty()) page += "\nThe calculation fails with an error if:\n\n";
+  for (const Cause& cause : text.causes) {
+    page += wrapped("- " + std::string(cause.text), "  ");
   }
   page += "\n## Formula\n\n" + block(text.formula) + "\n## Example\n\n" +
-          block("$ finance " + word + ' ' + std::string(text.example) + '\n' +
-                std::string(text.value)) +
-          "\nSee also: " + listed(text.related) + ".\n";
+          block(example_of(text, word)) + "\nSee also: " + listed(text.related) + ".\n";
   return page;
 }
 

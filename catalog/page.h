@@ -1,4 +1,4 @@
-// A keyword's reference page: Markdown that reads well on a terminal, too.
+// A keyword's reference page, in Markdown that is also easy to read on a terminal.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ std::string signature_of(const Keyword& keyword);
 
 std::string page_of(const Keyword& keyword);
 
-// Every keyword with its title, by task.
+// Every keyword with its title, grouped by task.
 std::string list_by_task();
 
 }  // namespace catalog

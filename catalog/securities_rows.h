@@ -1,6 +1,7 @@
 // Coupon schedules, bonds, discount securities, Treasury bills, accrued interest, year fractions.
 #pragma once
 
+#include "catalog/causes.h"
 #include "catalog/common_arguments.h"
 
 namespace catalog::rows {
@@ -10,49 +11,52 @@ inline constexpr Keyword kSecurities[] = {
     {"COUPDAYBS",
      Task::kSchedules,
      kDays,
-     {settlement, maturity_date,
-      any_frequency.bound({Comparison::kBelow, 0.0, "maturity", "settlement"}).at_least(1), basis},
+     {settlement.bound(
+          {.comparison = Comparison::kBelow, .other = "maturity", .marked = "frequency"}),
+      maturity_date, frequency, basis},
      {.title = "days from the last coupon date to settlement",
-      .summary =
-          "Counts the days from the last coupon date on or before settlement. A settlement on a "
-          "coupon date gives 0. Coupon dates go back from maturity in whole periods; a month-end "
-          "maturity makes a month-end schedule. Alone among the coupon queries it refuses equal "
-          "dates, and it is the frequency that is marked when settlement is not before maturity.",
-      .result = "number of days, under the basis",
-      .formula = "days from the previous coupon to settlement",
+      .summary = "Returns the number of days from the last coupon date to settlement. A settlement "
+                 "on a coupon date gives 0. Coupon dates are counted back from maturity in steps "
+                 "of 12 / frequency months. If maturity is the last day of a month, all coupon "
+                 "dates are month ends. If settlement equals maturity, the call is an error; in "
+                 "the other coupon functions the result is then 0.",
+      .result = "number of days under the basis",
+      .formula = "days from the last coupon date on or before settlement to settlement",
       .example = "2011-01-25 2011-11-15 2 1",
       .value = "71",
-      .fails = "",
       .related = "COUPPCD COUPDAYS COUPDAYSNC"}},
     {"COUPDAYS",
      Task::kSchedules,
      kDays,
      {settlement, maturity, frequency, basis},
      {.title = "days in the coupon period that holds settlement",
-      .summary = "Measures the coupon period around settlement. Only under ACTUAL are its days "
-                 "counted; a settlement on a coupon date then opens the period. A month-end "
-                 "maturity makes a month-end schedule. Equal dates give 0.",
-      .result = "number of days, may have a fraction under ACT/365",
+      .summary = "Returns the number of days in the coupon period that contains settlement. The "
+                 "days are counted only under ACTUAL; the other bases have periods of a fixed "
+                 "length. A settlement on a coupon date belongs to the period that starts on this "
+                 "date. Coupon dates are counted back from maturity in steps of 12 / frequency "
+                 "months. If maturity is the last day of a month, all coupon dates are month ends. "
+                 "If settlement equals maturity, the result is 0.",
+      .result = "number of days, which can have a fraction under ACT/365",
       .formula = "30/360, ACT/360, EU30/360: 360 / frequency\n"
                  "ACT/365: 365 / frequency\n"
-                 "ACTUAL: days from the previous coupon to the next one",
+                 "ACTUAL: days from the last coupon date to the next one",
       .example = "2011-01-25 2011-11-15 2 1",
       .value = "181",
-      .fails = "",
       .related = "COUPDAYBS COUPDAYSNC"}},
     {"COUPDAYSNC",
      Task::kSchedules,
      kDays,
      {settlement, maturity, frequency, basis},
      {.title = "days from settlement to the next coupon date",
-      .summary = "Counts the days from settlement to the first coupon date after it. Only under "
-                 "ACTUAL do they always add up with COUPDAYBS to COUPDAYS. A month-end maturity "
-                 "makes a month-end schedule. Equal dates give 0.",
-      .result = "number of days, under the basis",
-      .formula = "days from settlement to the next coupon",
+      .summary = "Returns the number of days from settlement to the next coupon date. COUPDAYBS "
+                 "and COUPDAYSNC always add up to COUPDAYS under ACTUAL, but not always under the "
+                 "other bases. Coupon dates are counted back from maturity in steps of 12 / "
+                 "frequency months. If maturity is the last day of a month, all coupon dates are "
+                 "month ends. If settlement equals maturity, the result is 0.",
+      .result = "number of days under the basis",
+      .formula = "days from settlement to the first coupon date after settlement",
       .example = "2011-01-25 2011-11-15 2 1",
       .value = "110",
-      .fails = "",
       .related = "COUPNCD COUPDAYS COUPDAYBS"}},
     {"COUPNCD",
      Task::kSchedules,
@@ -60,32 +64,33 @@ inline constexpr Keyword kSecurities[] = {
      {settlement, maturity, frequency, basis},
      {.title = "next coupon date after settlement",
       .summary =
-          "Finds the first coupon date after settlement; the basis does not matter. Coupon dates "
-          "go back from maturity in whole periods; a month-end maturity makes a month-end "
-          "schedule. Equal dates give 0, which is 1960-01-01. Coupon dates from 1582 to 28 "
-          "February 4000 come out right; others come out as the missing value or as a wrong date.",
+          "Returns the first coupon date after settlement. The basis does not change the result. "
+          "Coupon dates are counted back from maturity in steps of 12 / frequency months. If "
+          "maturity is the last day of a month, all coupon dates are month ends. If settlement "
+          "equals maturity, the result is 0, which is the date 1960-01-01. A coupon date before "
+          "1582 or after 28 February 4000 is returned as the missing value or as a wrong date.",
       .result = "date",
-      .formula =
-          "the first after settlement of maturity less whole periods of 12 / frequency months",
+      .formula = "first date after settlement among maturity and the dates\n"
+                 "k * 12 / frequency months before it, k = 1, 2, ...",
       .example = "2011-01-25 2011-11-15 2 1",
       .value = "2011-05-15",
-      .fails = "",
       .related = "COUPPCD COUPDAYSNC COUPNUM"}},
     {"COUPNUM",
      Task::kSchedules,
      kCount,
      {settlement, maturity, frequency, basis},
      {.title = "number of coupons after settlement",
-      .summary = "Counts the coupons payable after settlement, the one at maturity included; the "
-                 "basis does not matter. For a settlement on 28 February it is one too many when "
-                 "maturity is a 29 February and the year of settlement no leap year, one too few "
-                 "when maturity is a 28 February that ends its month and the year of settlement a "
-                 "leap year. PRICE and YIELD count alike. Equal dates give 0.",
+      .summary =
+          "Returns the number of coupons that are paid after settlement, up to and including "
+          "maturity. The basis does not change the result. A settlement on 28 February can give a "
+          "result that is wrong by one: one too many if maturity is a 29 February and the year of "
+          "settlement is not a leap year, and one too few if maturity is a 28 February that ends "
+          "its month and the year of settlement is a leap year. PRICE and YIELD count coupons in "
+          "the same way. If settlement equals maturity, the result is 0.",
       .result = "number of coupons",
-      .formula = "coupon dates after settlement, up to maturity",
+      .formula = "number of coupon dates after settlement, up to and including maturity",
       .example = "2007-01-25 2008-11-15 2 1",
       .value = "4",
-      .fails = "",
       .related = "COUPNCD COUPPCD PRICE"}},
     {"COUPPCD",
      Task::kSchedules,
@@ -93,37 +98,38 @@ inline constexpr Keyword kSecurities[] = {
      {settlement, maturity, frequency, basis},
      {.title = "last coupon date on or before settlement",
       .summary =
-          "Finds the coupon date on or before settlement; the basis does not matter. Coupon dates "
-          "go back from maturity in whole periods; a month-end maturity makes a month-end "
-          "schedule. Equal dates give 0, which is 1960-01-01. Coupon dates from 1582 to 28 "
-          "February 4000 come out right; others come out as the missing value or as a wrong date.",
+          "Returns the last coupon date on or before settlement. The basis does not change the "
+          "result. Coupon dates are counted back from maturity in steps of 12 / frequency months. "
+          "If maturity is the last day of a month, all coupon dates are month ends. If settlement "
+          "equals maturity, the result is 0, which is the date 1960-01-01. A coupon date before "
+          "1582 or after 28 February 4000 is returned as the missing value or as a wrong date.",
       .result = "date",
-      .formula = "the last on or before settlement of maturity less whole periods of\n"
-                 "12 / frequency months",
+      .formula = "last date on or before settlement among the dates\n"
+                 "k * 12 / frequency months before maturity, k = 1, 2, ...",
       .example = "2011-01-25 2011-11-15 2 1",
       .value = "2010-11-15",
-      .fails = "",
       .related = "COUPNCD COUPDAYBS"}},
     {"YEARFRAC",
      Task::kSchedules,
      kYears,
-     {date("start_date", "first date"), date("end_date", "second date").not_before("start_date"),
-      basis},
+     {date("start_date", "start of the period"),
+      date("end_date", "end of the period").not_before("start_date"), basis},
      {.title = "years between two dates",
-      .summary =
-          "Measures the time between two dates as a fraction of a year. Under 30/360 an end on the "
-          "31st counts as the 31st, an end on the last day of February as the 30th, and a start on "
-          "the 31st with an end before the 30th counts from the first of the next month: 31 "
-          "January to 15 March are 44 days. Under ACTUAL the year length is the mean of the "
-          "calendar years touched; a leap year at either end counts 366 days only when the time "
-          "begins in its January or February or ends in its March or later. Dates in the wrong "
-          "order are refused, not swapped. Equal dates give 0, whatever the basis.",
-      .result = "years",
-      .formula = "days / days in a year, both under the basis",
+      .summary = "Returns the time between two dates in years. Dates in the wrong order are an "
+                 "error. Equal dates give 0. Under 30/360, an end date on the 31st counts as the "
+                 "31st, and an end date on the last day of February counts as the 30th. Also under "
+                 "30/360, if the start date is on the 31st and the end date is before the 30th of "
+                 "its month, days are counted from the first of the next month: from 31 January to "
+                 "15 March there are 44 days. Under ACTUAL, the length of a year is the mean of "
+                 "all calendar years from the start date to the end date. A leap year at the start "
+                 "counts 366 days only if the period starts in its January or February; a leap "
+                 "year at the end counts 366 days only if the period ends in its March or later.",
+      .result = "number of years",
+      .formula = "days / days per year, both under the basis",
       .example = "2007-01-01 2008-07-01 2",
       .value = "1.519444444",
-      .fails = "30/360 is asked to count millions of years",
-      .related = "COUPDAYS DISC ACCRINTM"}},
+      .related = "COUPDAYS DISC ACCRINTM",
+      .causes = kTooManyYears}},
 
     // Bonds.
     {"PRICE",
@@ -132,75 +138,79 @@ inline constexpr Keyword kSecurities[] = {
      {settlement, maturity, coupon_rate, yld, redemption, frequency, basis},
      {.title = "price of a bond with coupons",
       .summary =
-          "Discounts the coupons and the redemption at a yield, less the accrued interest. With "
-          "one coupon left it discounts at simple interest. Except under ACTUAL, accrued days that "
-          "reach the days in the period count as none, as on 30 December for a coupon on the 31st "
-          "under 30/360: the price jumps. A coupon rate of 0 is refused, a yield below 0 is not. A "
-          "month-end maturity makes a month-end schedule. Equal dates give 0.",
-      .result = "clean price per 100 of face value",
-      .formula = "price = v^s (R v^(N-1) + cpn (1 + v + ... + v^(N-1))) - cpn A/E\n"
-                 "v = 1 / (1 + yld / frequency), cpn = 100 rate / frequency, R = redemption\n"
-                 "N = coupons left, A = accrued days, E = days in the period, s = 1 - A/E;\n"
-                 "A = 0 and s = 1 on a coupon date and where A reaches E\n"
-                 "one coupon left: price = (R + cpn) / (1 + s yld / frequency) - cpn A/E",
+          "Returns the price of a bond at a given yield, without the accrued interest. If one "
+          "coupon is left, the price is discounted at simple interest, otherwise at compound "
+          "interest. The yield may be negative, but a coupon rate of 0 is an error. Coupon dates "
+          "are counted back from maturity in steps of 12 / frequency months; if maturity is the "
+          "last day of a month, all coupon dates are month ends. Under every basis but ACTUAL, the "
+          "accrued days can reach the number of days in the period a few days before a coupon: an "
+          "example is 30 December for a coupon on 31 December under 30/360. The accrued interest "
+          "is then taken as 0, so the price jumps. If settlement equals maturity, the result is 0.",
+      .result = "price per 100 of face value, without accrued interest",
+      .formula = "price = v^s * (R * v^(N-1) + cpn * (1 + v + ... + v^(N-1))) - cpn * A/E\n"
+                 "with one coupon left: price = (R + cpn) / (1 + s * yld / frequency) - cpn * A/E\n"
+                 "v = 1 / (1 + yld / frequency), cpn = 100 * rate / frequency, R = redemption\n"
+                 "N = number of coupons left, A = accrued days, E = days in the period\n"
+                 "s = 1 - A/E; on a coupon date, and where A reaches E, A = 0 and s = 1",
       .example = "2008-02-15 2017-11-15 0.0575 0.065 100 2 0",
       .value = "94.63436162",
-      .fails = "the yield is -100 % a period or lower, or so large that nothing else counts; or "
-               "the dates lie too many coupon periods apart",
-      .related = "YIELD DURATION ODDFPRICE ODDLPRICE PRICEDISC PRICEMAT"}},
+      .related = "YIELD DURATION ODDFPRICE ODDLPRICE PRICEDISC PRICEMAT",
+      .causes = kPriceCauses}},
     {"YIELD",
      Task::kBonds,
      kRate,
      {settlement, maturity, coupon_rate, clean_price, redemption, frequency, basis},
      {.title = "yield of a bond with coupons",
-      .summary = "Finds the yield at which PRICE gives the price. With one coupon left it is a "
-                 "closed form, otherwise a search from 0.1. In the last days of a period it jumps "
-                 "as PRICE does. The lowest yield that a search comes to is -0.9999999; where the "
-                 "true one is lower, that is the answer. Equal dates give 0.",
-      .result = "yearly yield, a fraction",
-      .formula = "PRICE(settlement, maturity, rate, yield, redemption, ...) = pr\n"
-                 "one coupon left: ((R + cpn) / (pr + cpn A/E) - 1) frequency E / (E - A)\n"
-                 "R, cpn, A and E as for PRICE",
+      .summary = "Returns the yield at which PRICE gives the price. If one coupon is left, the "
+                 "yield is computed directly; otherwise it is found by a search that starts at "
+                 "0.1. In the last days of a coupon period the yield can jump, as PRICE does. The "
+                 "lowest yield that the search can return is -0.9999999; this result means that "
+                 "the true yield is lower. If settlement equals maturity, the result is 0.",
+      .result = "yearly yield as a fraction",
+      .formula =
+          "the yield that solves\n"
+          "PRICE(settlement, maturity, rate, yield, redemption, frequency, basis) = pr\n"
+          "with one coupon left: ((R + cpn) / (pr + cpn * A/E) - 1) * frequency * E / (E - A)\n"
+          "R, cpn, A and E as for PRICE",
       .example = "2008-11-11 2021-03-01 0.0785 98.45 100 2 2",
       .value = "0.08048425765",
-      .fails = "the search finds no yield, or the dates lie too many coupon periods apart",
-      .related = "PRICE ODDFYIELD ODDLYIELD YIELDDISC YIELDMAT"}},
+      .related = "PRICE ODDFYIELD ODDLYIELD YIELDDISC YIELDMAT",
+      .causes = kYieldCauses}},
     {"DURATION",
      Task::kBonds,
      kYears,
      {settlement, maturity,
-      number("coupon", "yearly coupon rate, a fraction of face value").above(0), yld, frequency,
-      basis},
+      number("coupon", "yearly coupon rate as a fraction of face value (0.05 is 5 %)").above(0),
+      yld, frequency, basis},
      {.title = "Macaulay duration of a bond",
-      .summary =
-          "Averages the times of the payments, weighted by their present values. The redemption is "
-          "100, whatever the bond. Except under ACTUAL, the time to a coupon a few days away can "
-          "come out as 0 or below. A coupon rate of 0 is refused. Equal dates give 0.",
-      .result = "years",
-      .formula = "duration = sum of time x present value / sum of present values",
+      .summary = "Returns the average time to the payments of a bond, weighted by their present "
+                 "values. The redemption is always 100. A coupon rate of 0 is an error. Under "
+                 "every basis but ACTUAL, the time to a coupon that is a few days away can be 0 or "
+                 "negative. If settlement equals maturity, the result is 0.",
+      .result = "number of years",
+      .formula = "sum of (time * present value) / sum of present values",
       .example = "2018-07-01 2048-01-01 0.08 0.09 2 1",
       .value = "10.91914528",
-      .fails = "the yield is -100 % a period or lower, or so large that nothing else counts; or "
-               "the dates lie too many coupon periods apart",
-      .related = "MDURATION PRICE"}},
+      .related = "MDURATION PRICE",
+      .causes = kPriceCauses}},
     {"MDURATION",
      Task::kBonds,
      kYears,
      {settlement, maturity,
-      number("coupon", "yearly coupon rate, a fraction of face value").above(0), yld, frequency,
-      basis},
+      number("coupon", "yearly coupon rate as a fraction of face value (0.05 is 5 %)").above(0),
+      yld, frequency, basis},
      {.title = "modified duration of a bond",
-      .summary = "Divides the Macaulay duration by 1 + yld / frequency: times a small rise of the "
-                 "yield, it is the fraction by which the price falls. Except under ACTUAL, the "
-                 "time to a coupon a few days away can come out as 0 or below. A coupon rate of 0 "
-                 "is refused. Equal dates give 0.",
-      .result = "years",
+      .summary = "Returns the Macaulay duration divided by 1 + yld / frequency. Multiplied by a "
+                 "small rise of the yield, it is the fraction by which the price falls. The "
+                 "redemption is always 100. A coupon rate of 0 is an error. Under every basis but "
+                 "ACTUAL, the time to a coupon that is a few days away can be 0 or negative. If "
+                 "settlement equals maturity, the result is 0.",
+      .result = "number of years",
       .formula = "DURATION / (1 + yld / frequency)",
       .example = "2008-01-01 2016-01-01 0.08 0.09 2 1",
       .value = "5.735669814",
-      .fails = "the yield is -100 % a period or lower, or so large that nothing else counts; or "
-               "the dates lie too many coupon periods apart",
-      .related = "DURATION PRICE"}},
+      .related = "DURATION PRICE",
+      .causes = kPriceCauses}},
 
     // Bonds with an odd first or last period.
     {"ODDFPRICE",
@@ -210,82 +220,87 @@ inline constexpr Keyword kSecurities[] = {
       frequency, basis},
      {.title = "price of a bond with an odd first period",
       .summary =
-          "Prices a bond whose first coupon period is short or long, settled inside it, at "
-          "compound interest. The schedule goes back from the first coupon; it keeps to month ends "
-          "when both the first coupon and maturity are month ends. A maturity between two coupon "
-          "dates counts as the later one. Under 30/360 a start on the 31st or on the last day "
-          "of February counts as the 30th: 28 February to 30 June are 120 days. After such a "
-          "start, "
-          "or one on the 30th, an end on the 31st counts as the 30th. An end on the last day of "
-          "February counts as the 30th only after a start on such a day. So the accrued days and "
-          "the days left do not always add up to the period, and the price moves by a few "
-          "hundredths "
-          "on these days. Settlement at maturity gives 0.",
-      .result = "clean price per 100 of face value",
-      .formula = "as PRICE, compound also with one coupon left, with the first coupon\n"
-                 "and the accrued interest measured in quasi-coupon periods from issue",
+          "Returns the price of a bond whose first coupon period is shorter or longer than the "
+          "others, for a settlement in this period. The price is discounted at compound interest. "
+          "Coupon dates are counted from first_coupon; they are month ends if first_coupon and "
+          "maturity are both month ends. A maturity between two coupon dates counts as the later "
+          "of them. Under 30/360, a start date on the 31st or on the last day of February counts "
+          "as the 30th: from 28 February to 30 June there are 120 days. An end date on the 31st "
+          "counts as the 30th if the start date is on the 30th or counts as the 30th. An end date "
+          "on the last day of February counts as the 30th only if the start date is on the last "
+          "day of February too. On such dates, the accrued days and the days left do not always "
+          "add up to the days of the period, and the price changes by a few hundredths. If "
+          "settlement equals maturity, the result is 0.",
+      .result = "price per 100 of face value, without accrued interest",
+      .formula = "as for PRICE with compound interest, also with one coupon left;\n"
+                 "the first coupon and the accrued interest are measured from issue\n"
+                 "in coupon periods counted back from first_coupon",
       .example = "2008-11-11 2021-03-01 2008-10-15 2009-03-01 0.0785 0.0625 100 2 1",
       .value = "113.5977175",
-      .fails = "the yield is -100 % a period or lower, or so large that nothing else counts; or "
-               "the dates lie too many coupon periods apart",
-      .related = "ODDFYIELD PRICE ODDLPRICE"}},
+      .related = "ODDFYIELD PRICE ODDLPRICE",
+      .causes = kOddFirstPriceCauses}},
     {"ODDFYIELD",
      Task::kOddPeriods,
      kRate,
      {settlement, maturity, issue_before_settlement, first_coupon, coupon_rate, clean_price,
       redemption, frequency, basis},
      {.title = "yield of a bond with an odd first period",
-      .summary =
-          "Finds the yield at which ODDFPRICE gives the price, with the day counts of ODDFPRICE. A "
-          "maturity between two coupon dates counts as the later one. The lowest yield that the "
-          "search comes to is -0.9999999; where "
-          "the true one is lower, that is the answer. Settlement at maturity gives 0.",
-      .result = "yearly yield, a fraction",
-      .formula = "ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yield, ...) = pr",
+      .summary = "Returns the yield at which ODDFPRICE gives the price. The day counts are those "
+                 "of ODDFPRICE, and a maturity between two coupon dates counts as the later of "
+                 "them. The yield is found by a search that starts at 0.1. The lowest yield that "
+                 "the search can return is -0.9999999; this result means that the true yield is "
+                 "lower. If settlement equals maturity, the result is 0.",
+      .result = "yearly yield as a fraction",
+      .formula = "the yield that solves\n"
+                 "ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yield, ...) = pr",
       .example = "2008-11-11 2021-03-01 2008-10-15 2009-03-01 0.0575 84.5 100 2 0",
       .value = "0.0772455416",
-      .fails = "the search finds no yield, or the dates lie too many coupon periods apart",
-      .related = "ODDFPRICE YIELD ODDLYIELD"}},
+      .related = "ODDFPRICE YIELD ODDLYIELD",
+      .causes = kOddFirstYieldCauses}},
     {"ODDLPRICE",
      Task::kOddPeriods,
      kAmount,
      {settlement, maturity, last_interest, coupon_rate, yld, redemption, frequency, basis},
      {.title = "price of a bond with an odd last period",
       .summary =
-          "Prices a bond whose last coupon period is short or long, settled inside it, at simple "
-          "interest. ACT/360 and ACT/365 are taken as ACTUAL. Under these three a last interest "
-          "date exactly one period before maturity gives an infinite price, and a settlement there "
-          "a meaningless one. Settlement at maturity or on the last interest date gives 0.",
-      .result = "clean price per 100 of face value",
-      .formula = "price = (NP cpn + R) / (1 + RP yld / frequency) - AP cpn\n"
-                 "cpn = 100 rate / frequency, R = redemption; in quasi-coupon periods:\n"
-                 "AP accrued, stepped forward from last_interest; NP of the odd period and\n"
-                 "RP from settlement to maturity, both stepped back from maturity",
+          "Returns the price of a bond whose last coupon period is shorter or longer than the "
+          "others, for a settlement in this period. The price is discounted at simple interest. "
+          "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the price is "
+          "infinite if last_interest is exactly one coupon period before maturity, and meaningless "
+          "if settlement is. If settlement equals maturity or last_interest, the result is 0.",
+      .result = "price per 100 of face value, without accrued interest",
+      .formula = "price = (NP * cpn + R) / (1 + RP * yld / frequency) - AP * cpn\n"
+                 "cpn = 100 * rate / frequency, R = redemption\n"
+                 "AP, NP and RP are numbers of coupon periods:\n"
+                 "AP = from last_interest to settlement, counted forward from last_interest\n"
+                 "NP = from last_interest to maturity, counted back from maturity\n"
+                 "RP = from settlement to maturity, counted back from maturity",
       .example = "2008-02-07 2008-06-15 2007-10-15 0.0375 0.0405 100 2 0",
       .value = "99.87828601",
-      .fails = "the yield is -100 % or lower over the time to maturity, or the dates lie too many "
-               "coupon periods apart",
-      .related = "ODDLYIELD PRICE ODDFPRICE"}},
+      .related = "ODDLYIELD PRICE ODDFPRICE",
+      .causes = kOddLastPriceCauses}},
     {"ODDLYIELD",
      Task::kOddPeriods,
      kRate,
      {settlement, maturity, last_interest, coupon_rate, any_clean_price, redemption, frequency,
       basis},
      {.title = "yield of a bond with an odd last period",
-      .summary = "Undoes ODDLPRICE, at simple interest. ACT/360 and ACT/365 are taken as ACTUAL. "
-                 "Under these three a last interest date exactly one period before maturity gives "
-                 "an infinite yield, and a settlement there 0. Unlike YIELD it accepts a price of "
-                 "0 or below. Settlement at maturity or on the last interest date gives 0.",
-      .result = "yearly yield, a fraction",
-      .formula = "yield = (frequency / RP) ((NP cpn + R) / (AP cpn + pr) - 1)\n"
-                 "cpn = 100 rate / frequency, R = redemption; in quasi-coupon periods:\n"
-                 "AP accrued, stepped forward from last_interest; NP of the odd period and\n"
-                 "RP from settlement to maturity, both stepped back from maturity",
+      .summary = "Returns the yield at which ODDLPRICE gives the price, at simple interest. "
+                 "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the "
+                 "yield is infinite if last_interest is exactly one coupon period before maturity, "
+                 "and 0 if settlement is. The price may be 0 or negative, which YIELD does not "
+                 "accept. If settlement equals maturity or last_interest, the result is 0.",
+      .result = "yearly yield as a fraction",
+      .formula = "yield = (frequency / RP) * ((NP * cpn + R) / (AP * cpn + pr) - 1)\n"
+                 "cpn = 100 * rate / frequency, R = redemption\n"
+                 "AP, NP and RP are numbers of coupon periods:\n"
+                 "AP = from last_interest to settlement, counted forward from last_interest\n"
+                 "NP = from last_interest to maturity, counted back from maturity\n"
+                 "RP = from settlement to maturity, counted back from maturity",
       .example = "2008-04-20 2008-06-15 2007-12-24 0.0375 99.875 100 2 0",
       .value = "0.04519223563",
-      .fails = "price and accrued interest add up to 0, the basis counts no days from settlement "
-               "to maturity, or the dates lie too many coupon periods apart",
-      .related = "ODDLPRICE YIELD ODDFYIELD"}},
+      .related = "ODDLPRICE YIELD ODDFYIELD",
+      .causes = kOddLastYieldCauses}},
 
     // Discount securities and interest at maturity.
     {"DISC",
@@ -293,78 +308,80 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, price, redemption, basis},
      {.title = "discount rate of a discount security",
-      .summary = "The discount from redemption to price, as a yearly rate of the redemption. Under "
-                 "30/360 a maturity on the 31st adds no day, unlike for the other discount "
-                 "securities. Equal dates give 0.",
-      .result = "yearly discount rate, a fraction",
+      .summary = "Returns the yearly discount rate, which is the discount from redemption to price "
+                 "as a fraction of the redemption. Under 30/360, DISC counts no extra day for a "
+                 "maturity on the 31st; the other functions for discount securities do. If "
+                 "settlement equals maturity, the result is 0.",
+      .result = "yearly discount rate as a fraction",
       .formula = "(redemption - pr) / redemption / t\n"
                  "t = years from settlement to maturity",
       .example = "1998-04-12 1998-08-12 93.41 100 1",
       .value = "0.1971598361",
-      .fails = "there is no time between the dates under the basis",
-      .related = "PRICEDISC YIELDDISC INTRATE"}},
+      .related = "PRICEDISC YIELDDISC INTRATE",
+      .causes = kDiscountCauses}},
     {"INTRATE",
      Task::kDiscounts,
      kRate,
      {settlement, maturity, investment,
-      number("redemption", "amount received at maturity").above(0), basis},
+      number("redemption", "amount received at maturity, in currency").above(0), basis},
      {.title = "interest rate of a fully invested security",
-      .summary = "The gain from investment to redemption, as a yearly rate of the investment. "
-                 "Equal dates give 0. Where the basis counts no days between the dates, such as "
-                 "the 30th and the 31st under EU30/360, or 31 January and 1 February under 30/360, "
-                 "the result is infinite, or missing when there is no gain.",
-      .result = "yearly rate, a fraction",
+      .summary = "Returns the yearly interest rate, which is the gain from investment to "
+                 "redemption as a fraction of the investment. If settlement equals maturity, the "
+                 "result is 0. Some dates have no days between them under a basis, such as the "
+                 "30th and the 31st under EU30/360, or 31 January and 1 February under 30/360: "
+                 "then the result is infinite, or the missing value if there is no gain.",
+      .result = "yearly rate as a fraction",
       .formula = "(redemption - investment) / investment / t\n"
                  "t = years from settlement to maturity",
       .example = "2008-02-15 2008-05-15 1000000 1014420 2",
       .value = "0.05768",
-      .fails = "30/360 is asked to count millions of years",
-      .related = "RECEIVED DISC YIELDDISC"}},
+      .related = "RECEIVED DISC YIELDDISC",
+      .causes = kTooManyYears}},
     {"RECEIVED",
      Task::kDiscounts,
      kAmount,
      {settlement, maturity, investment, discount, basis},
      {.title = "amount received at maturity for an investment",
-      .summary = "What an investment in a discount security pays at maturity. A discount of more "
-                 "than the whole amount gives a negative result. Under ACTUAL every leap year "
-                 "touched counts 366 days. Equal dates give 0.",
+      .summary = "Returns the amount that an investment in a discount security pays at maturity. "
+                 "If the discount is more than the whole amount, the result is negative. Under "
+                 "ACTUAL, every leap year from settlement to maturity counts 366 days. If "
+                 "settlement equals maturity, the result is 0.",
       .result = "amount, in the currency of the investment",
-      .formula = "investment / (1 - discount t)\n"
+      .formula = "investment / (1 - discount * t)\n"
                  "t = years from settlement to maturity",
       .example = "2008-02-15 2008-05-15 1000000 0.0575 2",
       .value = "1014584.654",
-      .fails =
-          "the discount takes the whole amount, or all but so little that the result is too large",
-      .related = "INTRATE DISC PRICEDISC"}},
+      .related = "INTRATE DISC PRICEDISC",
+      .causes = kReceivedCauses}},
     {"PRICEDISC",
      Task::kDiscounts,
      kAmount,
      {settlement, maturity, discount, redemption, basis},
      {.title = "price of a discount security",
-      .summary = "Takes the discount off the redemption. A discount of more than the whole amount "
-                 "gives a negative price. Equal dates give 0, not the redemption.",
+      .summary = "Returns the redemption less the discount. If the discount is more than the whole "
+                 "redemption, the price is negative. If settlement equals maturity, the result is "
+                 "0, not the redemption.",
       .result = "price per 100 of face value",
-      .formula = "redemption (1 - discount t)\n"
+      .formula = "redemption * (1 - discount * t)\n"
                  "t = years from settlement to maturity",
       .example = "2008-02-16 2008-03-01 0.0525 100 2",
       .value = "99.79583333",
-      .fails = "",
       .related = "DISC YIELDDISC TBILLPRICE"}},
     {"YIELDDISC",
      Task::kDiscounts,
      kRate,
      {settlement, maturity, price, redemption, basis},
      {.title = "yield of a discount security",
-      .summary = "The gain from price to redemption, as a yearly rate of the price at simple "
-                 "interest. Equal dates give 0. Where the basis counts no days between the dates, "
-                 "such as the 30th and the 31st under EU30/360, or 31 January and 1 February under "
-                 "30/360, the result is infinite, or missing when there is no gain.",
-      .result = "yearly yield, a fraction",
+      .summary = "Returns the yearly yield at simple interest, which is the gain from price to "
+                 "redemption as a fraction of the price. If settlement equals maturity, the result "
+                 "is 0. Some dates have no days between them under a basis, such as the 30th and "
+                 "the 31st under EU30/360, or 31 January and 1 February under 30/360: then the "
+                 "result is infinite, or the missing value if there is no gain.",
+      .result = "yearly yield as a fraction",
       .formula = "(redemption - pr) / pr / t\n"
                  "t = years from settlement to maturity",
       .example = "2008-02-16 2008-03-01 99.795 100 2",
       .value = "0.05282257199",
-      .fails = "",
       .related = "PRICEDISC DISC TBILLYIELD"}},
     {"PRICEMAT",
      Task::kDiscounts,
@@ -372,37 +389,41 @@ inline constexpr Keyword kSecurities[] = {
      {settlement, maturity_date.after("settlement"), issue_before_maturity, interest_rate, yld,
       basis},
      {.title = "price of a security that pays interest at maturity",
-      .summary = "Discounts the face value and all interest at simple interest, less the accrued "
-                 "interest. The issue may come after settlement, but under ACTUAL one in a later "
-                 "calendar year gives the missing value. An issue on maturity gives 0. A yield "
-                 "below -100 % over the time to maturity gives a negative price. Unlike YIELDMAT "
-                 "it refuses a maturity on settlement.",
-      .result = "clean price per 100 of face value",
-      .formula = "100 (1 + a rate) / (1 + b yld) - 100 c rate\n"
-                 "a = years from issue to maturity, b = from settlement to maturity,\n"
-                 "c = from issue to settlement",
+      .summary =
+          "Returns the price, without the accrued interest, of a security that pays all its "
+          "interest at maturity. The price is discounted at simple interest. The issue may be "
+          "after settlement, but under ACTUAL an issue in a later calendar year than settlement "
+          "gives the missing value. If issue equals maturity, the result is 0. If the yield from "
+          "settlement to maturity is below -100 %, the price is negative. If settlement equals "
+          "maturity, the call is an error; in YIELDMAT the result is then 0.",
+      .result = "price per 100 of face value, without accrued interest",
+      .formula = "100 * (1 + a * rate) / (1 + b * yld) - 100 * c * rate\n"
+                 "a = years from issue to maturity, b = years from settlement to maturity\n"
+                 "c = years from issue to settlement",
       .example = "2008-02-15 2008-04-13 2007-11-11 0.061 0.061 0",
       .value = "99.98449888",
-      .fails = "the yield is exactly -100 % over the time to maturity",
-      .related = "YIELDMAT ACCRINTM PRICE"}},
+      .related = "YIELDMAT ACCRINTM PRICE",
+      .causes = kPriceAtMaturityCauses}},
     {"YIELDMAT",
      Task::kDiscounts,
      kRate,
      {settlement, maturity, issue_before_maturity, interest_rate, clean_price, basis},
      {.title = "yield of a security that pays interest at maturity",
-      .summary = "The yield at simple interest. The issue may come after settlement, but under "
-                 "ACTUAL one in a later calendar year gives the missing value. Where the basis "
-                 "counts no days between the dates, such as the 30th and the 31st under EU30/360, "
-                 "or 31 January and 1 February under 30/360, the result is infinite, or missing "
-                 "when there is no gain. A maturity on settlement or on the issue date gives 0.",
-      .result = "yearly yield, a fraction",
-      .formula = "((100 + 100 a rate) / (pr + 100 c rate) - 1) / b\n"
-                 "a = years from issue to maturity, b = from settlement to maturity,\n"
-                 "c = from issue to settlement",
+      .summary =
+          "Returns the yearly yield, at simple interest, of a security that pays all its interest "
+          "at maturity. The issue may be after settlement, but under ACTUAL an issue in a later "
+          "calendar year than settlement gives the missing value. If settlement or issue equals "
+          "maturity, the result is 0. Some dates have no days between them under a basis, such as "
+          "the 30th and the 31st under EU30/360, or 31 January and 1 February under 30/360: then "
+          "the result is infinite, or the missing value if there is no gain.",
+      .result = "yearly yield as a fraction",
+      .formula = "((100 + 100 * a * rate) / (pr + 100 * c * rate) - 1) / b\n"
+                 "a = years from issue to maturity, b = years from settlement to maturity\n"
+                 "c = years from issue to settlement",
       .example = "2008-03-15 2008-11-03 2007-11-08 0.0625 100.0123 0",
       .value = "0.06095433369",
-      .fails = "price and accrued interest add up to 0",
-      .related = "PRICEMAT ACCRINTM YIELD"}},
+      .related = "PRICEMAT ACCRINTM YIELD",
+      .causes = kYieldAtMaturityCauses}},
 
     // Treasury bills.
     {"TBILLEQ",
@@ -410,84 +431,83 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {bill_settlement, bill_maturity.after("settlement"), discount},
      {.title = "bond-equivalent yield of a Treasury bill",
-      .summary =
-          "The yield at which a bill can be compared with a bond. Up to 182 days it is simple "
-          "interest, beyond that it counts a coupon after half a year. Up to 182 days a discount "
-          "of the whole face value gives an infinite yield, a larger one a negative yield. Bills "
-          "of more than a year are computed, not refused. Dates up to 1960-01-01 are refused.",
-      .result = "yearly yield, a fraction",
-      .formula = "365 discount / (360 - discount D), D = days to maturity\n"
-                 "beyond 182 days: (sqrt(t^2 - (2 t - 1) (1 - 100 / price)) - t) / (t - 0.5), t = "
-                 "D / 365,\n"
-                 "price = 100 (1 - discount D / 360)",
+      .summary = "Returns the yield of a bond that is equivalent to a Treasury bill. With up to "
+                 "182 days to maturity it is a yield at simple interest; with more days it is the "
+                 "yield of a bond that pays a coupon after half a year. With up to 182 days, a "
+                 "discount of the whole face value gives an infinite yield, and a larger discount "
+                 "gives a negative yield. A bill of more than a year is not an error.",
+      .result = "yearly yield as a fraction",
+      .formula = "up to 182 days: 365 * discount / (360 - discount * D)\n"
+                 "more days: (sqrt(t^2 - (2 * t - 1) * (1 - 100 / price)) - t) / (t - 0.5)\n"
+                 "D = days to maturity, t = D / 365, price = 100 * (1 - discount * D / 360)",
       .example = "2008-03-31 2008-06-01 0.0914",
       .value = "0.09415149357",
-      .fails = "the discount exceeds the face value beyond 182 days, which leaves a negative "
-               "number under the root",
-      .related = "TBILLPRICE TBILLYIELD DISC"}},
+      .related = "TBILLPRICE TBILLYIELD DISC",
+      .causes = kBillCauses}},
     {"TBILLPRICE",
      Task::kTreasuryBills,
      kAmount,
      {bill_settlement, bill_maturity, discount},
      {.title = "price of a Treasury bill",
-      .summary = "Takes the discount off the face value, in years of 360 days. The dates are not "
-                 "compared: a maturity before settlement gives a price above 100. Dates up to "
-                 "1960-01-01 are refused.",
+      .summary = "Returns the face value less the discount, in years of 360 days. The dates are "
+                 "not compared: a maturity before settlement gives a price above 100.",
       .result = "price per 100 of face value",
-      .formula = "100 (1 - discount D / 360), D = days to maturity",
+      .formula = "100 * (1 - discount * D / 360), D = days to maturity",
       .example = "2008-03-31 2008-06-01 0.09",
       .value = "98.45",
-      .fails = "",
       .related = "TBILLYIELD TBILLEQ PRICEDISC"}},
     {"TBILLYIELD",
      Task::kTreasuryBills,
      kRate,
      {bill_settlement, bill_maturity, price},
      {.title = "yield of a Treasury bill",
-      .summary = "The gain from price to 100, as a yearly rate of the price in years of 360 days. "
-                 "The dates are not compared: equal ones give an infinite yield, or the missing "
-                 "value at a price of 100, and a maturity before settlement turns the sign. Dates "
-                 "up to 1960-01-01 are refused.",
-      .result = "yearly yield, a fraction",
-      .formula = "(100 - pr) / pr x 360 / D, D = days to maturity",
+      .summary = "Returns the gain from price to 100 as a yearly fraction of the price, in years "
+                 "of 360 days. The dates are not compared. Equal dates give an infinite yield, or "
+                 "the missing value if the price is 100. A maturity before settlement gives a "
+                 "yield with the opposite sign.",
+      .result = "yearly yield as a fraction",
+      .formula = "(100 - pr) / pr * 360 / D, D = days to maturity",
       .example = "2008-03-31 2008-06-01 98.45",
       .value = "0.09141696293",
-      .fails = "",
       .related = "TBILLPRICE TBILLEQ YIELDDISC"}},
 
     // Accrued interest.
     {"ACCRINT",
      Task::kAccruedInterest,
      kAmount,
-     {issue, date("first_interest", "any date of the coupon schedule"),
+     {issue, date("first_interest", "date of any coupon"),
       date("settlement", "date up to which interest accrues").not_before("issue"), coupon_rate, par,
       frequency, basis},
      {.title = "accrued interest of a bond with coupons",
-      .summary = "Interest from issue to settlement, in quasi-coupon periods. Periods between the "
-                 "first and the last count 1 whatever the basis; the last is always counted in "
-                 "days, even when whole, and so is a broken first. The first interest date only "
-                 "anchors the schedule: it may come before issue or after settlement. There is no "
-                 "argument for a calculation method. Equal dates give 0.",
+      .summary =
+          "Returns the interest that a bond accrues from issue to settlement. first_interest can "
+          "be any coupon date, also one before issue or after settlement: the coupon periods are "
+          "counted from it. A whole period between the first and the last counts as 1 under every "
+          "basis. The last period is always counted in days, even if it is whole, and so is a "
+          "first period that is not whole. ACCRINT has no argument for the calculation method. If "
+          "issue equals settlement, the result is 0.",
       .result = "amount, in the currency of the face value",
-      .formula = "par rate / frequency x quasi-coupon periods from issue to settlement",
+      .formula = "par * rate / frequency * number of coupon periods from issue to settlement",
       .example = "2007-03-01 2008-08-31 2008-05-01 0.1 1000 2 0",
       .value = "116.9444444",
-      .fails = "the dates lie too many coupon periods apart",
-      .related = "ACCRINTM PRICE COUPDAYBS"}},
+      .related = "ACCRINTM PRICE COUPDAYBS",
+      .causes = kAccrualCauses}},
     {"ACCRINTM",
      Task::kAccruedInterest,
      kAmount,
      {issue, date("settlement", "date up to which interest accrues").not_before("issue"),
       interest_rate, par, basis},
      {.title = "accrued interest of a security that pays at maturity",
-      .summary = "Simple interest from issue to settlement. Under 30/360 a settlement on the 31st "
-                 "adds no day, unlike for YEARFRAC. Equal dates give 0.",
+      .summary =
+          "Returns the interest that a security accrues from issue to settlement, at simple "
+          "interest. Under 30/360, ACCRINTM counts no extra day for a settlement on the 31st; "
+          "YEARFRAC does for an end date on the 31st. If issue equals settlement, the result is 0.",
       .result = "amount, in the currency of the face value",
-      .formula = "par rate t, t = years from issue to settlement",
+      .formula = "par * rate * t, t = years from issue to settlement",
       .example = "2008-04-01 2008-06-15 0.1 1000 3",
       .value = "20.54794521",
-      .fails = "30/360 is asked to count millions of years",
-      .related = "ACCRINT PRICEMAT YEARFRAC"}},
+      .related = "ACCRINT PRICEMAT YEARFRAC",
+      .causes = kTooManyYears}},
 };
 
 }  // namespace catalog::rows

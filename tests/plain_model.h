@@ -161,9 +161,13 @@ inline Given given_by(const catalog::Keyword& keyword, const Values& v, int basi
       // DB looks at its month before it compares the period with the life.
       const auto due = word == "DB" && bound.other == "life" ? "month" : bound.other;
       if (!given.contains(due) || (newest != due && newest != "")) continue;
-      const double x = given[bound.subject.empty() ? all[i].name : bound.subject];
+      const double x = given[all[i].name];
       const double limit = bound.value + given[bound.other];
-      require(bound.holds(x, limit), bound.marks ? static_cast<int>(i) + 1 : kUnmarked);
+      const auto marked = bound.marked.empty()
+                              ? all.begin() + static_cast<std::ptrdiff_t>(i)
+                              : std::ranges::find(all, bound.marked, &catalog::Argument::name);
+      const int slot = static_cast<int>(marked - all.begin()) + 1;
+      require(bound.holds(x, limit), bound.marks ? slot : kUnmarked);
       const bool is_open = word == "AMORLINC" || (word.starts_with("ODDF") && i > 1);
       if (all[i].kind == catalog::ArgumentKind::kDate && x == limit && !is_open) throw holding(0);
     }

@@ -30,14 +30,13 @@ namespace {
 using host::SqlCall;
 using host::Value;
 
-// What a message does not say: how the keyword is called, or what the argument is.
+// The detail of an error message: the arguments of the keyword, or the meaning of one argument.
 std::string detail_of(const catalog::Keyword& keyword, const catalog::Argument* argument) {
   if (argument == nullptr) {
     return signature_of(keyword) + ": " + std::string(keyword.description.title) + '.';
   }
-  const std::string range = catalog::range_of(*argument);
-  return std::string(argument->name) + ": " + std::string(argument->meaning) +
-         (range == "any" ? "" : "; " + range) + '.';
+  return std::string(argument->name) + ": " + std::string(argument->meaning) + "; " +
+         catalog::range_of(*argument) + '.';
 }
 
 std::string detail_of_no_keyword() {
