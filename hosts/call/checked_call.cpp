@@ -86,12 +86,17 @@ CallResult CheckedCall::run() noexcept {
     const double frequency = call_[frequency_];
     if (!std::isnan(frequency) && !catalog::is_frequency(frequency)) set_wrong_type(frequency_);
   }
-  if (wrong_type_ != 0) return {Status::kWrongType, wrong_type_};
+  if (wrong_type_ != 0) {
+    const std::size_t earlier = wrong_type_ == frequency_ ? invalid_before(frequency_) : 0;
+    if (earlier != 0) return {Status::kInvalidArgument, earlier};
+    return {Status::kWrongType, wrong_type_};
+  }
   const vxkernel::Result result = call_.run();
   if (result.ok()) return {Status::kOk, 0, value_of(result.value)};
   if (result.status == VXK_OUT_OF_MEMORY) return {Status::kOutOfMemory};
   const auto position = static_cast<std::size_t>(result.argument);
-  return {position == 0 ? Status::kNoResult : Status::kInvalidArgument, position};
+  if (position == 0) return {Status::kNoResult};
+  return {Status::kInvalidArgument, invalid_instead_of(position)};
 }
 
 // The error message of an argument: its name, its value and the reason.
@@ -103,27 +108,42 @@ std::string CheckedCall::argument_error(std::size_t position, std::span<const Va
   return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
 }
 
-// The value of the argument with this name; NaN when the call does not have it.
-double CheckedCall::value_of(std::string_view name, std::span<const Value> values) const {
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (parameters_[i]->name == name) return values[i].number;
-  }
-  return std::numeric_limits<double>::quiet_NaN();
-}
-
-// The first bound that the argument at a position is outside of; null when there is none.
-const catalog::Bound* CheckedCall::broken_bound(std::size_t position,
-                                                std::span<const Value> values) const {
-  for (const catalog::Bound& bound : parameters_[position - 1]->bounds()) {
-    const double limit = bound.value + (bound.other.empty() ? 0.0 : value_of(bound.other, values));
-    const double compared =
-        bound.subject.empty() ? values[position - 1].number : value_of(bound.subject, values);
-    if (!bound.holds(compared, limit)) return &bound;
+// The bound that the argument at a position breaks; null when it breaks none. value_at returns the
+// number at a position.
+const catalog::Bound* CheckedCall::broken_bound(std::size_t position, auto&& value_at) const {
+  const auto value_of = [&](std::string_view name) -> double {
+    for (std::size_t i = 1; i <= size(); ++i) {
+      if (parameter(i).name == name) return value_at(i);
+    }
+    return std::numeric_limits<double>::quiet_NaN();
+  };
+  for (const catalog::Bound& bound : parameter(position).bounds()) {
+    const double limit = bound.value + (bound.other.empty() ? 0.0 : value_of(bound.other));
+    if (!bound.holds(value_at(position), limit)) return &bound;
   }
   return nullptr;
 }
 
-// Why an argument was refused, in the order in which the module looks at it.
+// The first argument before a position that is missing or out of its range; 0: none.
+std::size_t CheckedCall::invalid_before(std::size_t position) noexcept {
+  const auto value_at = [this](std::size_t i) { return call_[i]; };
+  for (std::size_t i = 1; i < position; ++i) {
+    if (std::isnan(call_[i]) || broken_bound(i, value_at) != nullptr) return i;
+  }
+  return 0;
+}
+
+// The argument that is out of its range where the module marks the one at a position.
+std::size_t CheckedCall::invalid_instead_of(std::size_t position) noexcept {
+  const auto value_at = [this](std::size_t i) { return call_[i]; };
+  for (std::size_t i = 1; i <= size(); ++i) {
+    const catalog::Bound* const bound = broken_bound(i, value_at);
+    if (bound != nullptr && bound->marked == parameter(position).name) return i;
+  }
+  return position;
+}
+
+// Why an argument is invalid, in the order in which the module checks it.
 std::string CheckedCall::range_error(std::size_t position, std::span<const Value> values) const {
   using enum ArgumentKind;
   const auto kind = parameters_[position - 1]->kind;
@@ -131,8 +151,11 @@ std::string CheckedCall::range_error(std::size_t position, std::span<const Value
   if (kind == kBasis) return type_error(kind);
   const bool needs_whole = kind == kWhole || kind == kDate;
   if (needs_whole && value != std::trunc(value)) return type_error(kind);
-  const catalog::Bound* const bound = broken_bound(position, values);
-  return bound == nullptr ? "outside the allowed range" : words_of(*bound, kind);
+  const auto value_at = [&values](std::size_t i) { return values[i - 1].number; };
+  const catalog::Bound* const bound = broken_bound(position, value_at);
+  if (bound != nullptr) return words_of(*bound, kind);
+  if (kind != kWhole) return type_error(kind);
+  return value > 0.0 ? "must be at most 2147483647" : "must be at least -2147483648";
 }
 
 std::string CheckedCall::error_message(const CallResult& result,
@@ -147,17 +170,19 @@ std::string CheckedCall::error_message(const CallResult& result,
     default:
       break;
   }
-  for (std::size_t i = 1; i <= values.size(); ++i) {  // what the module refuses without a mark
+  const auto value_at = [&values](std::size_t i) { return values[i - 1].number; };
+  for (std::size_t i = 1; i <= values.size(); ++i) {  // errors for which the module marks none
     const bool is_in_list = parameter(i).presence == catalog::Presence::kRepeated;
     if (is_in_list && std::isnan(values[i - 1].number)) return argument_error(i, values, "");
-    const catalog::Bound* const bound = broken_bound(i, values);
+    const catalog::Bound* const bound = broken_bound(i, value_at);
     if (bound != nullptr && !bound->marks) {
       return argument_error(i, values, range_error(i, values));
     }
   }
-  const std::string_view when = keyword_->description.fails;
-  return fmt::format("the calculation cannot be carried out{}{}",
-                     when.empty() ? "" : ", as happens when ", when);
+  std::vector<double> numbers;
+  for (const Value& value : values) numbers.push_back(value.number);
+  const std::string_view cause = cause_of(*keyword_, numbers);
+  return fmt::format("the calculation failed{}{}", cause.empty() ? "" : ": ", cause);
 }
 
 std::string unknown_keyword(std::string_view word) {

@@ -82,9 +82,9 @@ class CheckedCall {
  private:
   [[nodiscard]] std::string argument_error(std::size_t position, std::span<const Value> values,
                                            std::string_view reason) const;
-  [[nodiscard]] double value_of(std::string_view name, std::span<const Value> values) const;
-  [[nodiscard]] const catalog::Bound* broken_bound(std::size_t position,
-                                                   std::span<const Value> values) const;
+  [[nodiscard]] const catalog::Bound* broken_bound(std::size_t position, auto&& value_at) const;
+  [[nodiscard]] std::size_t invalid_before(std::size_t position) noexcept;
+  [[nodiscard]] std::size_t invalid_instead_of(std::size_t position) noexcept;
   [[nodiscard]] std::string range_error(std::size_t position, std::span<const Value> values) const;
 
   const catalog::Keyword* keyword_;
