@@ -185,7 +185,8 @@ std::string range_of(const Argument& argument) {
   };
   if (argument.kind == kWhole) add("whole number");
   if (argument.kind == kDate) add("date");
-  if (argument.kind == kDateTime) add("date or number of days since 1960-01-01 (with fractions)");
+  if (argument.kind == kDateTime)
+    add("date, or number of days since 1960-01-01 (fractions are allowed)");
   for (const Bound& bound : argument.bounds()) add(phrase(bound, argument.kind));
   return range.empty() ? "any number" : range;
 }

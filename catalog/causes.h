@@ -73,7 +73,7 @@ inline constexpr Cause kTooManyYears[] = {{kTooLongFor30360.text}};
 inline constexpr Cause kDiscountCauses[] = {
     kTooLongFor30360, {"the day-count basis counts no days from settlement to maturity"}};
 inline constexpr Cause kReceivedCauses[] = {
-    {"the discount takes all of the amount, or so much that the result is too large for a double"}};
+    {"the discount takes all of the amount, or so much of it that the result is above 1.8e308"}};
 inline constexpr Cause kPriceAtMaturityCauses[] = {
     {"the yield from settlement to maturity is exactly -100 %"}};
 inline constexpr Cause kYieldAtMaturityCauses[] = {{"pr and the accrued interest add up to 0"}};
@@ -83,14 +83,14 @@ inline constexpr Cause kBillCauses[] = {
 // ---- Loans
 
 inline constexpr Cause kGrowthTooLarge = {
-    "(1 + rate)^nper is too large for a double (above 1.8e308)",
+    "(1 + rate)^nper is above 1.8e308, the largest possible number",
     [](const CallValues& call) { return call["nper"] * std::log1p(call["rate"]) > 709.7827; }};
 inline constexpr Cause kAnnuityCauses[] = {{kGrowthTooLarge.text}};
 inline constexpr Cause kSumCauses[] = {
     kGrowthTooLarge,
     {"the balance or the sum still changes after 16,777,216 periods, which is the limit"}};
 inline constexpr Cause kPresentValueCauses[] = {
-    {"(1 + rate)^-nper is too large for a double (above 1.8e308)"}};
+    {"(1 + rate)^-nper is above 1.8e308, the largest possible number"}};
 inline constexpr Cause kPeriodsCauses[] = {
     {"each payment is exactly the interest, so every number of periods leads from pv to fv",
      [](const CallValues& call) {
@@ -102,7 +102,7 @@ inline constexpr Cause kPeriodsCauses[] = {
 inline constexpr Cause kRateCauses[] = {
     {"pmt is 0, and pv and fv do not have the same sign or one of them is 0",
      [](const CallValues& call) { return call["pmt"] == 0.0; }},
-    {"pv is 0, but the search starts at -pmt / pv",
+    {"pv is 0, so the search cannot start at -pmt / pv",
      [](const CallValues& call) { return call["pv"] == 0.0; }},
     {"the search starts at -pmt / pv, which must be greater than -1",
      [](const CallValues& call) { return -call["pmt"] / call["pv"] <= -1.0; }},
@@ -130,7 +130,7 @@ inline constexpr Cause kPeriodicRateCauses[] = {
      [](const CallValues& call) { return call.all("amount").size() > 32767; }},
     kNothingPaid,
     kNothingReceived,
-    {"the amounts are too large for a double to add up",
+    {"the sum of the amounts is above 1.8e308, the largest possible number",
      [](const CallValues& call) {
        double sum = 0.0;
        for (const double amount : call.all("amount")) sum += std::fabs(amount);
@@ -138,7 +138,7 @@ inline constexpr Cause kPeriodicRateCauses[] = {
      }},
     {"the search found no rate"}};
 inline constexpr Cause kModifiedRateCauses[] = {
-    kNothingPaid, kNothingReceived, {"the amounts are too small or too large for a double"}};
+    kNothingPaid, kNothingReceived, {"the amounts are too small or too large to compute with"}};
 inline constexpr Cause kDatedRateCauses[] = {
     kNothingPaid,
     kNothingReceived,
@@ -152,10 +152,10 @@ inline constexpr Cause kDatedRateCauses[] = {
 // ---- Depreciation
 
 inline constexpr Cause kDecliningCauses[] = {
-    {"the charges still change after 16,777,216 periods, which is the limit"}};
+    {"the depreciation still changes after 16,777,216 periods, which is the limit"}};
 inline constexpr Cause kWholeAmountCauses[] = {
-    {"a charge is more than 2,147,483,647, the largest whole amount",
+    {"the depreciation of a period is more than 2,147,483,647, the largest whole amount",
      [](const CallValues& call) { return call["period"] <= 0x1p24; }},
-    {"the charges still change after 16,777,216 periods, which is the limit"}};
+    {"the depreciation still changes after 16,777,216 periods, which is the limit"}};
 
 }  // namespace catalog::rows

@@ -49,13 +49,12 @@ inline constexpr Keyword kDepreciation[] = {
      {cost, salvage, whole_life, period.at_most_the("life", 1),
       whole("month", "number of months in the first year").at_least(1).optional("12")},
      {.title = "fixed-declining-balance depreciation for one period",
-      .summary =
-          "Returns the depreciation of one year at a fixed rate on the remaining value. The rate "
-          "is rounded to three decimals. If the first year has fewer than 12 months, period life "
-          "+ 1 has the rest of the last year. If it has 12 months, period life + 1 is 0. More than "
-          "12 months are not an error, but make period life + 1 negative. A salvage of 0 gives a "
-          "rate of 1. If cost is 0, or if cost and salvage have opposite signs, the result is the "
-          "missing value.",
+      .summary = "Returns the depreciation of one year at a fixed rate on the remaining value. The "
+                 "rate is rounded to three decimals. If the first year has fewer than 12 months, "
+                 "the remaining months are in period life + 1. If it has 12 months, the result for "
+                 "period life + 1 is 0. More than 12 months are not an error, but the result for "
+                 "period life + 1 is then negative. A salvage of 0 gives a rate of 1. If cost is "
+                 "0, or if cost and salvage have opposite signs, the result is the missing value.",
       .result = "amount, in the currency of the cost",
       .formula = "r = 1 - (salvage / cost)^(1 / life), rounded to three decimals\n"
                  "taken = the depreciation of all earlier periods\n"
@@ -118,15 +117,13 @@ inline constexpr Keyword kDepreciation[] = {
       .summary =
           "Returns the depreciation of one period at a multiple of the rate on the remaining "
           "value. The multiple depends on the life, which is 1 / rate: 1.5 for a life of up to 4, "
-          "2 for a life of up to 6, and 2.5 for a longer life. In what follows, n is the life "
-          "without its fraction. Period n - 1 takes half of the remaining value, and period n "
-          "takes "
-          "the rest. The depreciation that takes the value below the salvage is still made in "
-          "full, "
-          "except in period 0; all later periods are 0. Each period is rounded to a whole amount, "
-          "with halves rounded away from 0. The result is 0 if the life is less than 3, if period "
-          "is greater than n, or if date_purchased equals first_period. Under ACTUAL, the first "
-          "year has as many days as the year of purchase.",
+          "2 for a life of up to 6, and 2.5 for a longer life. Let n be the life without its "
+          "fraction. Period n - 1 takes half of the remaining value, and period n takes the rest. "
+          "The depreciation that takes the value below the salvage is still made in full, except "
+          "in period 0; all later periods are 0. Each period is rounded to a whole amount, with "
+          "halves rounded away from 0. The result is 0 if the life is less than 3, if period is "
+          "greater than n, or if date_purchased equals first_period. Under ACTUAL, the first year "
+          "has as many days as the year of purchase.",
       .result = "amount, a whole number in the currency of the cost",
       .formula = "r = multiple * rate, taken = the depreciation of all earlier periods\n"
                  "t = years from date_purchased to first_period\n"
@@ -142,14 +139,13 @@ inline constexpr Keyword kDepreciation[] = {
      {positive_cost, purchased, first_period, prorated_salvage.at_most_the("cost"), prorated_period,
       prorated_rate, basis},
      {.title = "prorated straight-line depreciation",
-      .summary =
-          "Returns the depreciation of one period, which is cost times rate until only the salvage "
-          "is left. Period 0 is prorated from date_purchased to first_period. It has no upper "
-          "limit, so a long first period or a high salvage can make it more than cost - salvage. "
-          "If date_purchased equals first_period, no period is prorated and period 0 is a full "
-          "period. Periods after the end of the life give 0. Under ACTUAL, the first year has as "
-          "many days as the year of purchase. Under 30/360, a first period that ends on the 31st "
-          "has no extra day.",
+      .summary = "Returns the depreciation of one period, which is cost times rate until only the "
+                 "salvage is left. Period 0 is prorated from date_purchased to first_period. Its "
+                 "depreciation has no upper limit, so a long first period or a high salvage can "
+                 "make it more than cost - salvage. If date_purchased equals first_period, no "
+                 "period is prorated and period 0 is a full period. Periods after the end of the "
+                 "life give 0. Under ACTUAL, the first year has as many days as the year of "
+                 "purchase. Under 30/360, a first period that ends on the 31st has no extra day.",
       .result = "amount, in the currency of the cost",
       .formula = "taken = the depreciation of all earlier periods\n"
                  "t = years from date_purchased to first_period\n"

@@ -64,9 +64,9 @@ inline constexpr Keyword kLoans[] = {
      {.title = "interest paid over several periods",
       .summary =
           "Returns the total interest in the payments from start_period to end_period. pv must be "
-          "greater than 0. The periods are not checked: if start_period is after end_period the "
-          "result is 0, periods before 1 add nothing, and after nper the payments continue, so "
-          "that interest is received. An nper below 1 is not an error, but the result is "
+          "greater than 0. The periods are not checked. If start_period is after end_period, the "
+          "result is 0. Periods before 1 add nothing. After nper the payments continue, and the "
+          "interest has the opposite sign. An nper below 1 is not an error, but the result is "
           "meaningless. CUMPRINC, in contrast, checks the periods and accepts any pv.",
       .result = "amount, negative if you pay it",
       .formula = "sum of IPMT(rate, k, nper, pv, 0, type) for k = start_period to end_period",
@@ -113,10 +113,10 @@ inline constexpr Keyword kLoans[] = {
      {any_rate.above(-1), nper, pmt, fv,
       any_type.bound({.comparison = Comparison::kAtMost, .value = 1.0, .marks = false})},
      {.title = "present value of level payments",
-      .summary =
-          "Returns the value today of level payments and a future value. The rate may be negative "
-          "if it is greater than -1; the other loan functions accept no rate below 0. With a rate "
-          "of 0, the result is the missing value, not the sum of the payments.",
+      .summary = "Returns the value today of level payments and a future value. The rate may be 0 "
+                 "or negative, but must be greater than -1; the other loan functions accept only a "
+                 "rate greater than 0. With a rate of 0, the result is the missing value, not the "
+                 "sum of the payments.",
       .result = "amount, negative if you pay it",
       .formula = "-fv * (1 + rate)^-nper - pmt * (1 + rate * type) * (1 - (1 + rate)^-nper) / rate",
       .example = "0.006666666666666667 240 500 0 0",
@@ -128,12 +128,12 @@ inline constexpr Keyword kLoans[] = {
      kAmount,
      {rate, nper,
       pmt.named("pmt",
-                "payment per period, negative if you pay, positive if you receive; a missing value "
-                "means 0"),
+                "payment per period, negative if you pay, positive if you receive (a missing value "
+                "means 0)"),
       pv.optional("0; a missing value also means 0, but is an error if pmt is missing too"), type},
      {.title = "future value of level payments",
-      .summary = "Returns the value at the end of a present value and level payments. A rate of 0 "
-                 "or below is an error.",
+      .summary = "Returns the future value of a present value and level payments, at the end of "
+                 "the last period. A rate of 0 or below is an error.",
       .result = "amount, negative if you pay it",
       .formula = "-pv * (1 + rate)^nper - pmt * (1 + rate * type) * ((1 + rate)^nper - 1) / rate",
       .example = "0.005 10 -200 -500 1",
@@ -224,12 +224,11 @@ inline constexpr Keyword kLoans[] = {
      kAmount,
      {number("fractional_dollar", "price whose digits after the point are a numerator"), fraction},
      {.title = "decimal price from a price quoted in fractions",
-      .summary =
-          "Returns the decimal value of a price whose digits after the point are the "
-          "numerator of a fraction. With a fraction of 16, 1.02 means 1 and 2/16, and 1.2 "
-          "means 1 and 20/16. The numerator has one digit if fraction is 2 to 10, two digits "
-          "if it is 11 to 100, and so on. In a positive price, digits after the point that "
-          "are only a rounding error of the number are ignored.",
+      .summary = "Returns the decimal value of a price whose digits after the point are the "
+                 "numerator of a fraction. If fraction is 16, 1.02 means 1 and 2/16, and 1.2 means "
+                 "1 and 20/16. The numerator has one digit if fraction is 2 to 10, two digits if "
+                 "it is 11 to 100, and so on. In a positive price, digits after the point that are "
+                 "only a rounding error of the number are ignored.",
       .result = "price as a decimal number",
       .formula = "i + 10^k * f / fraction\n"
                  "i = integer part of the price, f = the rest\n"
@@ -242,8 +241,8 @@ inline constexpr Keyword kLoans[] = {
      kAmount,
      {number("decimal_dollar", "price as a decimal number"), fraction},
      {.title = "price quoted in fractions from a decimal price",
-      .summary = "Returns a price whose digits after the point are the numerator of a fraction. "
-                 "With a fraction of 16, 1.125 gives 1.02, which means 1 and 2/16. DOLLARFR is the "
+      .summary = "Returns a price whose digits after the point are the numerator of a fraction. If "
+                 "fraction is 16, 1.125 gives 1.02, which means 1 and 2/16. DOLLARFR is the "
                  "inverse of DOLLARDE.",
       .result = "price whose digits after the point are a numerator",
       .formula = "i + f * fraction / 10^k\n"

@@ -82,11 +82,11 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "number of coupons after settlement",
       .summary =
           "Returns the number of coupons that are paid after settlement, up to and including "
-          "maturity. The basis does not change the result. A settlement on 28 February can give a "
-          "result that is wrong by one: one too many if maturity is a 29 February and the year of "
-          "settlement is not a leap year, and one too few if maturity is a 28 February that ends "
-          "its month and the year of settlement is a leap year. PRICE and YIELD count coupons in "
-          "the same way. If settlement equals maturity, the result is 0.",
+          "maturity. The basis does not change the result. For a settlement on 28 February, the "
+          "result can be wrong by one. It is one too many if maturity is a 29 February and the "
+          "year of settlement is not a leap year. It is one too few if maturity is a 28 February "
+          "that ends its month and the year of settlement is a leap year. PRICE and YIELD count "
+          "coupons in the same way. If settlement equals maturity, the result is 0.",
       .result = "number of coupons",
       .formula = "number of coupon dates after settlement, up to and including maturity",
       .example = "2007-01-25 2008-11-15 2 1",
@@ -137,15 +137,15 @@ inline constexpr Keyword kSecurities[] = {
      kAmount,
      {settlement, maturity, coupon_rate, yld, redemption, frequency, basis},
      {.title = "price of a bond with coupons",
-      .summary =
-          "Returns the price of a bond at a given yield, without the accrued interest. If one "
-          "coupon is left, the price is discounted at simple interest, otherwise at compound "
-          "interest. The yield may be negative, but a coupon rate of 0 is an error. Coupon dates "
-          "are counted back from maturity in steps of 12 / frequency months; if maturity is the "
-          "last day of a month, all coupon dates are month ends. Under every basis but ACTUAL, the "
-          "accrued days can reach the number of days in the period a few days before a coupon: an "
-          "example is 30 December for a coupon on 31 December under 30/360. The accrued interest "
-          "is then taken as 0, so the price jumps. If settlement equals maturity, the result is 0.",
+      .summary = "Returns the price of a bond at a given yield, without the accrued interest. If "
+                 "one coupon is left, the price is discounted at simple interest, otherwise at "
+                 "compound interest. The yield may be negative, but a coupon rate of 0 is an "
+                 "error. Coupon dates are counted back from maturity in steps of 12 / frequency "
+                 "months; if maturity is the last day of a month, all coupon dates are month ends. "
+                 "Under every basis but ACTUAL, the accrued days can equal the length of the "
+                 "period before the coupon date is reached. This happens under 30/360 on 30 "
+                 "December if the coupon date is 31 December. The accrued interest is then taken "
+                 "as 0, and the price jumps. If settlement equals maturity, the result is 0.",
       .result = "price per 100 of face value, without accrued interest",
       .formula = "price = v^s * (R * v^(N-1) + cpn * (1 + v + ... + v^(N-1))) - cpn * A/E\n"
                  "with one coupon left: price = (R + cpn) / (1 + s * yld / frequency) - cpn * A/E\n"
@@ -161,11 +161,12 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, coupon_rate, clean_price, redemption, frequency, basis},
      {.title = "yield of a bond with coupons",
-      .summary = "Returns the yield at which PRICE gives the price. If one coupon is left, the "
-                 "yield is computed directly; otherwise it is found by a search that starts at "
-                 "0.1. In the last days of a coupon period the yield can jump, as PRICE does. The "
-                 "lowest yield that the search can return is -0.9999999; this result means that "
-                 "the true yield is lower. If settlement equals maturity, the result is 0.",
+      .summary =
+          "Returns the yield at which PRICE gives the price. If one coupon is left, the yield is "
+          "computed directly; otherwise it is found by a search that starts at 0.1. In the last "
+          "days of a coupon period the yield can jump where the result of PRICE jumps. The lowest "
+          "yield that the search can return is -0.9999999; this result means that the true yield "
+          "is lower. If settlement equals maturity, the result is 0.",
       .result = "yearly yield as a fraction",
       .formula =
           "the yield that solves\n"
@@ -200,8 +201,8 @@ inline constexpr Keyword kSecurities[] = {
       number("coupon", "yearly coupon rate as a fraction of face value (0.05 is 5 %)").above(0),
       yld, frequency, basis},
      {.title = "modified duration of a bond",
-      .summary = "Returns the Macaulay duration divided by 1 + yld / frequency. Multiplied by a "
-                 "small rise of the yield, it is the fraction by which the price falls. The "
+      .summary = "Returns the Macaulay duration divided by 1 + yld / frequency. If the yield rises "
+                 "by a small amount d, the price falls by about the fraction d * MDURATION. The "
                  "redemption is always 100. A coupon rate of 0 is an error. Under every basis but "
                  "ACTUAL, the time to a coupon that is a few days away can be 0 or negative. If "
                  "settlement equals maturity, the result is 0.",
@@ -228,9 +229,9 @@ inline constexpr Keyword kSecurities[] = {
           "as the 30th: from 28 February to 30 June there are 120 days. An end date on the 31st "
           "counts as the 30th if the start date is on the 30th or counts as the 30th. An end date "
           "on the last day of February counts as the 30th only if the start date is on the last "
-          "day of February too. On such dates, the accrued days and the days left do not always "
-          "add up to the days of the period, and the price changes by a few hundredths. If "
-          "settlement equals maturity, the result is 0.",
+          "day of February too. Because of these rules, the accrued days and the days left do not "
+          "always add up to the length of the period, and the price then jumps by a few "
+          "hundredths. If settlement equals maturity, the result is 0.",
       .result = "price per 100 of face value, without accrued interest",
       .formula = "as for PRICE with compound interest, also with one coupon left;\n"
                  "the first coupon and the accrued interest are measured from issue\n"
@@ -266,8 +267,9 @@ inline constexpr Keyword kSecurities[] = {
           "Returns the price of a bond whose last coupon period is shorter or longer than the "
           "others, for a settlement in this period. The price is discounted at simple interest. "
           "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the price is "
-          "infinite if last_interest is exactly one coupon period before maturity, and meaningless "
-          "if settlement is. If settlement equals maturity or last_interest, the result is 0.",
+          "infinite if last_interest is exactly one coupon period before maturity. The price is "
+          "meaningless if settlement is exactly one coupon period before maturity. If settlement "
+          "equals maturity or last_interest, the result is 0.",
       .result = "price per 100 of face value, without accrued interest",
       .formula = "price = (NP * cpn + R) / (1 + RP * yld / frequency) - AP * cpn\n"
                  "cpn = 100 * rate / frequency, R = redemption\n"
@@ -287,9 +289,10 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "yield of a bond with an odd last period",
       .summary = "Returns the yield at which ODDLPRICE gives the price, at simple interest. "
                  "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the "
-                 "yield is infinite if last_interest is exactly one coupon period before maturity, "
-                 "and 0 if settlement is. The price may be 0 or negative, which YIELD does not "
-                 "accept. If settlement equals maturity or last_interest, the result is 0.",
+                 "yield is infinite if last_interest is exactly one coupon period before maturity. "
+                 "The yield is 0 if settlement is exactly one coupon period before maturity. The "
+                 "price may be 0 or negative, which YIELD does not accept. If settlement equals "
+                 "maturity or last_interest, the result is 0.",
       .result = "yearly yield as a fraction",
       .formula = "yield = (frequency / RP) * ((NP * cpn + R) / (AP * cpn + pr) - 1)\n"
                  "cpn = 100 * rate / frequency, R = redemption\n"
@@ -327,9 +330,9 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "interest rate of a fully invested security",
       .summary = "Returns the yearly interest rate, which is the gain from investment to "
                  "redemption as a fraction of the investment. If settlement equals maturity, the "
-                 "result is 0. Some dates have no days between them under a basis, such as the "
-                 "30th and the 31st under EU30/360, or 31 January and 1 February under 30/360: "
-                 "then the result is infinite, or the missing value if there is no gain.",
+                 "result is 0. If the basis counts no days from settlement to maturity, the result "
+                 "is infinite, or the missing value if there is no gain. Examples are the 30th and "
+                 "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly rate as a fraction",
       .formula = "(redemption - investment) / investment / t\n"
                  "t = years from settlement to maturity",
@@ -358,9 +361,9 @@ inline constexpr Keyword kSecurities[] = {
      kAmount,
      {settlement, maturity, discount, redemption, basis},
      {.title = "price of a discount security",
-      .summary = "Returns the redemption less the discount. If the discount is more than the whole "
-                 "redemption, the price is negative. If settlement equals maturity, the result is "
-                 "0, not the redemption.",
+      .summary = "Returns the price of a discount security, which is the redemption less the "
+                 "discount. If the discount is more than the whole redemption, the price is "
+                 "negative. If settlement equals maturity, the result is 0, not the redemption.",
       .result = "price per 100 of face value",
       .formula = "redemption * (1 - discount * t)\n"
                  "t = years from settlement to maturity",
@@ -374,9 +377,9 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "yield of a discount security",
       .summary = "Returns the yearly yield at simple interest, which is the gain from price to "
                  "redemption as a fraction of the price. If settlement equals maturity, the result "
-                 "is 0. Some dates have no days between them under a basis, such as the 30th and "
-                 "the 31st under EU30/360, or 31 January and 1 February under 30/360: then the "
-                 "result is infinite, or the missing value if there is no gain.",
+                 "is 0. If the basis counts no days from settlement to maturity, the result is "
+                 "infinite, or the missing value if there is no gain. Examples are the 30th and "
+                 "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly yield as a fraction",
       .formula = "(redemption - pr) / pr / t\n"
                  "t = years from settlement to maturity",
@@ -413,9 +416,9 @@ inline constexpr Keyword kSecurities[] = {
           "Returns the yearly yield, at simple interest, of a security that pays all its interest "
           "at maturity. The issue may be after settlement, but under ACTUAL an issue in a later "
           "calendar year than settlement gives the missing value. If settlement or issue equals "
-          "maturity, the result is 0. Some dates have no days between them under a basis, such as "
-          "the 30th and the 31st under EU30/360, or 31 January and 1 February under 30/360: then "
-          "the result is infinite, or the missing value if there is no gain.",
+          "maturity, the result is 0. If the basis counts no days from settlement to maturity, the "
+          "result is infinite, or the missing value if there is no gain. Examples are the 30th and "
+          "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly yield as a fraction",
       .formula = "((100 + 100 * a * rate) / (pr + 100 * c * rate) - 1) / b\n"
                  "a = years from issue to maturity, b = years from settlement to maturity\n"
@@ -449,8 +452,9 @@ inline constexpr Keyword kSecurities[] = {
      kAmount,
      {bill_settlement, bill_maturity, discount},
      {.title = "price of a Treasury bill",
-      .summary = "Returns the face value less the discount, in years of 360 days. The dates are "
-                 "not compared: a maturity before settlement gives a price above 100.",
+      .summary = "Returns the price of a Treasury bill, which is the face value less the discount. "
+                 "A year counts as 360 days. The dates are not compared: a maturity before "
+                 "settlement gives a price above 100.",
       .result = "price per 100 of face value",
       .formula = "100 * (1 - discount * D / 360), D = days to maturity",
       .example = "2008-03-31 2008-06-01 0.09",
@@ -461,10 +465,10 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {bill_settlement, bill_maturity, price},
      {.title = "yield of a Treasury bill",
-      .summary = "Returns the gain from price to 100 as a yearly fraction of the price, in years "
-                 "of 360 days. The dates are not compared. Equal dates give an infinite yield, or "
-                 "the missing value if the price is 100. A maturity before settlement gives a "
-                 "yield with the opposite sign.",
+      .summary = "Returns the yearly yield of a Treasury bill at simple interest. A year counts as "
+                 "360 days. The dates are not compared. Equal dates give an infinite yield, or the "
+                 "missing value if the price is 100. A maturity before settlement gives a yield "
+                 "with the opposite sign.",
       .result = "yearly yield as a fraction",
       .formula = "(100 - pr) / pr * 360 / D, D = days to maturity",
       .example = "2008-03-31 2008-06-01 98.45",
@@ -483,9 +487,9 @@ inline constexpr Keyword kSecurities[] = {
           "Returns the interest that a bond accrues from issue to settlement. first_interest can "
           "be any coupon date, also one before issue or after settlement: the coupon periods are "
           "counted from it. A whole period between the first and the last counts as 1 under every "
-          "basis. The last period is always counted in days, even if it is whole, and so is a "
-          "first period that is not whole. ACCRINT has no argument for the calculation method. If "
-          "issue equals settlement, the result is 0.",
+          "basis. The last period is always counted in days, even if it is whole. A first period "
+          "that is not whole is counted in days too. ACCRINT has no argument for the calculation "
+          "method. If issue equals settlement, the result is 0.",
       .result = "amount, in the currency of the face value",
       .formula = "par * rate / frequency * number of coupon periods from issue to settlement",
       .example = "2007-03-01 2008-08-31 2008-05-01 0.1 1000 2 0",
