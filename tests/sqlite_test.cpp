@@ -156,8 +156,9 @@ TEST(Sqlite, RefusesOldVersionsAndOtherCopiesOfSqlite) {
     EXPECT_EQ(error, wanted);
     sqlite3_free(error);
   };
-  expect_error([] { return 3030999; }, "finance: needs SQLite 3.31 or newer");
-  expect_error([] { return 3031000; }, "finance: in use by another copy of SQLite in this process");
+  expect_error([] { return 3030999; }, "finance: SQLite 3.31 or newer is required");
+  expect_error([] { return 3031000; },
+               "finance: another copy of SQLite in this process already uses the extension");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The aggregates of the extension of PostgreSQL.
+// The aggregates of the PostgreSQL extension.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -18,30 +18,32 @@ namespace {
 
 using host::FlowAggregate;
 
-// Makes it the failure of a flow or a group of flows.
+// Fills the failure of a row or of a group.
 void fail(Failure& failure, const host::FlowError& error) noexcept {
   int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
   if (error.status == host::Status::kWrongType) sql_state = ERRCODE_DATATYPE_MISMATCH;
   if (error.status == host::Status::kInvalidArgument)
     sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
   finance_pg::fail(failure, sql_state, error.message,
-                   "Each row is a flow: an amount, and a date or period; a rate is the group's.");
+                   "Each row is one cash flow: an amount, and its date or period. The rate is the "
+                   "same in all rows "
+                   "of a group.");
 }
 
-// The flows of a group so far, in the server's storage. Serialized as it stands, without the unused
-// room: workers run on one machine.
+// The flows of a group so far, in the server's memory. The bytes in use are serialized without
+// conversion, because all workers run on one machine.
 struct Group {
   std::size_t count;
   std::size_t room;
   host::Flow* flows;
-  bool is_bad;  // a row made no flow, where the aggregate does not fail
+  bool is_bad;  // a row was invalid and the aggregate returns NULL instead of an error
 };
 
 MemoryContext group_storage(FunctionCallInfo fcinfo) {
   MemoryContext storage = nullptr;
   if (AggCheckCallContext(fcinfo, &storage) != 0) return storage;
   ereport(ERROR, (errcode(ERRCODE_FEATURE_NOT_SUPPORTED),
-                  errmsg("finance: this function belongs to an aggregate")));
+                  errmsg("finance: this function can be called only by its aggregate")));
   pg_unreachable();
 }
 
@@ -49,7 +51,7 @@ Group* group_of(FunctionCallInfo fcinfo, int argument) {
   return PG_ARGISNULL(argument) ? nullptr : reinterpret_cast<Group*>(PG_GETARG_POINTER(argument));
 }
 
-// The group, with room for more flows; a new one when there is none.
+// The group with room for more flows; a new group if there is none.
 Group* with_room(Group* group, MemoryContext storage, std::size_t more) {
   if (group == nullptr) {
     group = static_cast<Group*>(MemoryContextAllocZero(storage, sizeof(Group)));
@@ -105,7 +107,7 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
             .number;
     if (!error.ok()) fail(failure, error);
   });
-  CHECK_FOR_INTERRUPTS();  // large groups take a while
+  CHECK_FOR_INTERRUPTS();  // a large group can take seconds
   if (is_error(failure, aggregate.null_on_error)) report(failure);
   if (!failure.is_none() || std::isnan(value)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(value);
@@ -113,7 +115,7 @@ Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
 
 }  // namespace
 
-// One for each of host::kFlowAggregates; the number is its place there.
+// The functions of each aggregate; the number is its index in host::kFlowAggregates.
 #define FLOW_AGGREGATE(name, number)                                                   \
   SQL_FUNCTION(name##_add) { return add_flow(fcinfo, host::kFlowAggregates[number]); } \
   SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, host::kFlowAggregates[number]); }
@@ -140,7 +142,7 @@ SQL_FUNCTION(finance_flows_serialize) {
   const std::size_t size = VARHDRSZ + sizeof(Group) + group->count * sizeof(host::Flow);
   if (size > MaxAllocSize) {
     ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
-                    errmsg("finance: a group has too many flows to be shared out to workers"),
+                    errmsg("finance: a group has too many cash flows for parallel workers"),
                     errhint("Set max_parallel_workers_per_gather to 0.")));
   }
   auto* const bytes = static_cast<bytea*>(palloc(size));

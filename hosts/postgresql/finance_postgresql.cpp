@@ -1,5 +1,5 @@
-// The functions of the extension of PostgreSQL: finance, finance_try, functions of one keyword, and
-// the type of keywords.
+// The functions of the PostgreSQL extension: finance, finance_try, one function per keyword, and
+// the type finance_keyword.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -47,7 +47,7 @@ std::string detail_of_no_keyword() {
   return detail + '.';
 }
 
-// False, with the failure, for a word that names no keyword, or one that takes other counts.
+// False, and fills the failure, if there is no such keyword or the number of arguments is wrong.
 bool is_callable(std::string_view word, std::size_t count, Failure& failure) {
   const auto error = SqlCall::keyword_error(word, count);
   if (!error) return true;
@@ -83,11 +83,11 @@ void explain(const SqlCall& call, const host::CallResult& result, const SqlValue
   });
 }
 
-// What a call in a statement keeps from row to row, in the server's storage.
+// The state that a call in a statement keeps from row to row, in the server's memory.
 struct CallSite {
   SqlCall* call;     // of the last row; null at first
-  Oid* types;        // of the arguments behind the keyword, domains resolved
-  SqlValue* values;  // of the same
+  Oid* types;        // of the arguments after the keyword; for a domain, its base type
+  SqlValue* values;  // of the same arguments
   MemoryContextCallback on_end;
 };
 
@@ -96,7 +96,7 @@ void forget_call(void* site) noexcept {
   static_cast<CallSite*>(site)->call = nullptr;
 }
 
-// Makes the site's call that of this keyword and count, unless it is.
+// Prepares the site's call for this keyword and number of arguments, unless it already is.
 bool prepare(CallSite& site, std::string_view word, std::size_t count, Failure& failure) noexcept {
   if (site.call != nullptr && site.call->keyword().word == word && site.call->size() == count) {
     return true;
@@ -115,7 +115,7 @@ struct SqlValues {
   std::size_t count;
 };
 
-// The type of an argument in the expression, or, where the server calls without one, as declared.
+// The type of an argument in the expression; its declared type if there is no expression.
 Oid type_of(FunctionCallInfo fcinfo, int argument) {
   const Oid type = get_fn_expr_argtype(fcinfo->flinfo, argument);
   if (OidIsValid(type)) return type;
@@ -125,7 +125,7 @@ Oid type_of(FunctionCallInfo fcinfo, int argument) {
   return argument < count ? declared[argument] : TEXTOID;
 }
 
-// The site of a call whose arguments begin at a position.
+// The site of a call; its arguments start at a position.
 CallSite* site_of(FunctionCallInfo fcinfo, int first) {
   if (fcinfo->flinfo->fn_extra != nullptr) return static_cast<CallSite*>(fcinfo->flinfo->fn_extra);
   MemoryContext storage = fcinfo->flinfo->fn_mcxt;
@@ -174,14 +174,14 @@ SqlValues elements_of(Datum datum) {
   const auto room = static_cast<std::size_t>(count);
   auto* const values = static_cast<SqlValue*>(palloc0((room + 1) * sizeof(SqlValue)));
   for (int i = 0; i < count; ++i) {
-    if (!nulls[i]) values[i] = plain_value(elements[i], base_type);  // zeroed storage is NULL
+    if (!nulls[i]) values[i] = plain_value(elements[i], base_type);  // zeroed memory means NULL
   }
   pfree(elements);
   pfree(nulls);
   return {values, room};
 }
 
-// Sets an argument in the call itself. Numbers and dates, which most are, take no detour.
+// Sets an argument of the call. Numbers and dates, the common case, are set directly.
 void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
   switch (type) {
     case INT2OID:
@@ -203,7 +203,7 @@ void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
   set_argument(call, position, plain_value(datum, type));
 }
 
-// Evaluates a keyword for the arguments from a position on. NULL as result is a value, too.
+// Evaluates a keyword. The arguments start at a position. A result of NULL is not a failure.
 host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool null_on_error,
                  Failure& failure) {
   CallSite* const site = site_of(fcinfo, first);
@@ -236,9 +236,9 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
     }
     explain(prepared, result, is_array ? elements.values : site->values, failure);
   }
-  constexpr std::size_t kKept = 100;  // arguments; the memory for more is not the server's to keep
+  constexpr std::size_t kKept = 100;  // arguments; memory for more is freed after each row
   if (count > kKept) forget_call(site);
-  CHECK_FOR_INTERRUPTS();  // long lists take a while
+  CHECK_FOR_INTERRUPTS();  // a long list can take seconds
   return result.value;
 }
 
@@ -260,8 +260,8 @@ Datum evaluate_any(FunctionCallInfo fcinfo, bool null_on_error) {
   PG_RETURN_FLOAT8(value.number);
 }
 
-// A function of one keyword. It looks for nothing by name, so that no function of another schema
-// can take the place of one that it calls.
+// The function of one keyword. It finds the keyword without a lookup by name in the database, so
+// that functions in other schemas cannot change what it calls.
 Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word) {
   CHECK_FOR_INTERRUPTS();
   Failure failure;
@@ -272,7 +272,7 @@ Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word) {
   PG_RETURN_FLOAT8(value.number);
 }
 
-// A keyword in capital letters; raises an error where there is none.
+// The keyword in capital letters; raises an error if there is no such keyword.
 Datum keyword_of(std::string_view word) {
   word = truncate_for_message(word);
   char canonical[16] = {};
@@ -293,7 +293,7 @@ SQL_FUNCTION(finance) { return evaluate_any(fcinfo, false); }
 
 SQL_FUNCTION(finance_try) { return evaluate_any(fcinfo, true); }
 
-// One for each keyword without lists, from the catalogue.
+// One function per keyword without lists, from the catalogue.
 #define KEYWORD_FUNCTION(name, word) \
   SQL_FUNCTION(name) { return evaluate_keyword(fcinfo, word); }
 #include "symbols.inc"

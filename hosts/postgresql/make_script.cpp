@@ -1,6 +1,6 @@
-// Writes the installation script of the extension: the functions in C, and for each keyword without
-// lists functions of its own name, from the catalogue; with --symbols, the functions in C of
-// keywords and aggregates.
+// Writes the installation script of the extension: finance and finance_try, the aggregates, and for
+// each keyword without lists the functions that bear its name. With --symbols, it writes the macro
+// calls that define the C functions of keywords and aggregates.
 #include <iostream>
 #include <string>
 
@@ -10,10 +10,10 @@
 namespace {
 
 constexpr const char* kPreamble =
-    R"(-- The functions of the extension; made from the catalogue of keywords.
+    R"(-- The functions of the extension. This file is generated from the catalogue of keywords.
 \echo Use "CREATE EXTENSION finance" to load this file. \quit
 
--- Without a collation, so that calls with a constant keyword can be sent to foreign servers.
+-- The type has no collation, so that calls with a constant keyword can run on foreign servers.
 CREATE TYPE finance_keyword;
 CREATE FUNCTION finance_keyword_in(cstring) RETURNS finance_keyword
   AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE;
@@ -100,8 +100,8 @@ void write_function(const catalog::Keyword& keyword, std::size_t count, const ch
                "COST 10;\n";
 }
 
-// One function for each number of arguments, since one that is left out is not one that is NULL;
-// and one for each way to say a basis.
+// One function for each number of arguments, because a default argument could not be distinguished
+// from NULL, and one for each type of the basis: its name or its number.
 void write_functions(const catalog::Keyword& keyword) {
   for (std::size_t count = keyword.min_args(); count <= keyword.max_args(); ++count) {
     write_function(keyword, count, "text");

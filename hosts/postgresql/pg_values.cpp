@@ -17,7 +17,7 @@ extern "C" {
 namespace finance_pg {
 namespace {
 
-// Messages shorten texts as UTF-8 is shortened: long ones of other encodings are cut before.
+// Messages shorten texts as UTF-8. Long texts in other encodings are shortened before.
 bool must_be_truncated(std::string_view text) noexcept {
   constexpr std::size_t kShown = 60;
   return text.size() > kShown && GetDatabaseEncoding() != PG_UTF8 &&
@@ -101,7 +101,7 @@ std::string_view truncate_for_message(std::string_view text) {
   constexpr int kKept = 57;
   if (!must_be_truncated(text)) return text;
   const int size = pg_mbcliplen(text.data(), static_cast<int>(text.size()), kKept);
-  return psprintf("%.*s...", size, text.data());  // the dots: the rest must not become a number
+  return psprintf("%.*s...", size, text.data());  // with the dots, the rest cannot be a number
 }
 
 host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept {

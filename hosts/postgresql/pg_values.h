@@ -1,6 +1,6 @@
-// Values and failures as plain data. The server reports errors by jumping over frames, which C++
-// objects do not survive: whatever may raise an error of the server works on plain data, and
-// whatever works on C++ objects neither calls the server nor lets an exception out.
+// Values and failures as plain data. The server raises errors with a long jump, which does not run
+// the destructors of C++ objects. Code that can raise an error of the server therefore uses only
+// plain data. Code that uses C++ objects does not call the server and catches all exceptions.
 #pragma once
 
 #include <string_view>
@@ -18,7 +18,7 @@ extern "C" {
 
 #define EXPORTED extern "C" [[gnu::visibility("default")]]
 
-// Defines a function of SQL.
+// Defines an SQL function.
 #define SQL_FUNCTION(name)                                \
   EXPORTED const Pg_finfo_record* pg_finfo_##name(void) { \
     static const Pg_finfo_record my_finfo = {1};          \
@@ -28,35 +28,40 @@ extern "C" {
 
 namespace finance_pg {
 
-constexpr double kDateZero = 14610;  // 1 January 2000, the server's first day, from 1 January 1960
+constexpr double kDateZero =
+    14610;  // days from 1 January 1960 to 1 January 2000, the server's day 0
 
 // An argument as plain data.
 struct SqlValue {
-  enum Kind : int { kNull, kNumber, kDate, kText, kRefused } kind;  // refused: the text says why
+  enum Kind : int { kNull, kNumber, kDate, kText, kRefused } kind;  // kRefused: the text says why
   double number;
   const char* text;
   std::size_t size;
 };
 
-// What is wrong, as plain data.
+// An error, as plain data.
 struct Failure {
-  enum Kind : int { kNone, kOfCall, kOfHost } kind;  // of the call, or out of memory and the like
+  enum Kind : int {
+    kNone,
+    kOfCall,
+    kOfHost
+  } kind;  // kOfHost: not of the call, such as out of memory
   int sql_state;
   char message[1000];
   char detail[1000];
 
-  Failure() noexcept : kind(kNone) {}  // the texts are filled with a failure
+  Failure() noexcept : kind(kNone) {}  // the texts are set only for a failure
   [[nodiscard]] bool is_none() const noexcept { return kind == kNone; }
 };
 
-// Makes it the failure of a call.
+// Fills the failure of a call.
 void fail(Failure& failure, int sql_state, std::string_view message,
           std::string_view detail) noexcept;
 
-// Makes it the failure of the exception at hand.
+// Fills the failure from the current exception.
 void fail_of_exception(Failure& failure) noexcept;
 
-// Calls a body that may throw or fail. False when it failed.
+// Calls a body that may throw or fail. Returns false if it failed.
 bool guarded(Failure& failure, auto&& body) noexcept {
   try {
     body();
@@ -66,22 +71,22 @@ bool guarded(Failure& failure, auto&& body) noexcept {
   return failure.is_none();
 }
 
-// Whether a failure is an error, where a function may return NULL for calls that fail.
+// Whether a failure raises an error; some functions return NULL if a call fails.
 inline bool is_error(const Failure& failure, bool null_on_error) noexcept {
   return failure.kind == Failure::kOfHost || (failure.kind == Failure::kOfCall && !null_on_error);
 }
 
-// Raises the error of the server.
+// Raises the failure as an error of the server.
 [[noreturn]] void report(const Failure& failure);
 
-// A datum of a type that is no domain. The value may refer to it.
+// The value of a datum whose type is not a domain. The value may point into the datum.
 SqlValue plain_value(Datum datum, Oid type);
 
-// A text of the database as messages can show it, whatever its encoding. A text that is cut is no
-// number, date or basis, as it was none before: it has letters beyond ASCII.
+// A text of the database in a form that messages can show, for any encoding. A shortened text is
+// not a number, date or basis, and was not one before: it has letters outside ASCII.
 std::string_view truncate_for_message(std::string_view text);
 
-// What a value stands for where an argument of a kind is wanted. Refers to its text.
+// The value as an argument of a kind. The result points into the text of the value.
 host::Value value_of(const SqlValue& value, catalog::ArgumentKind kind) noexcept;
 
 }  // namespace finance_pg

@@ -58,7 +58,7 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
   }
   const double rate = flows[0].rate;
   if (std::ranges::any_of(flows, [rate](const Flow& flow) { return flow.rate != rate; })) {
-    error = error_of(aggregate, Status::kNoResult, 0, "must be the same in all rows");
+    error = error_of(aggregate, Status::kNoResult, 0, "must be the same in all rows of a group");
     return {};
   }
   std::vector<Value> values;

@@ -1,4 +1,4 @@
-// Cash flows in rows, as aggregates of SQL databases collect and evaluate them.
+// Aggregates of SQL databases over cash flows, one flow per row.
 #pragma once
 
 #include <array>
@@ -11,23 +11,22 @@
 
 namespace host {
 
-// Plain data, whose bytes a host may copy.
+// Plain data: a host may copy the bytes.
 struct Flow {
-  double order_key;  // date (days from 1 January 1960) or period, by which flows are sorted
+  double order_key;  // date (days from 1 January 1960) or period; flows are sorted by it
   double amount;
-  double rate;  // of the group, 0 where it has none
+  double rate;  // 0 if the aggregate has no rate
   friend auto operator<=>(const Flow&, const Flow&) = default;
 };
 
-// What an aggregate evaluates. Its arguments are the rate if it has one, amount, and date or
-// period.
+// An aggregate. Its arguments are the rate, if it has one, the amount, and the date or period.
 struct FlowAggregate {
   std::string_view name;
   std::string_view keyword;
   bool has_rate;
-  bool is_dated;               // dates are passed after the amounts; periods only sort
-  std::size_t min_rows;        // with fewer flows the result is missing
-  bool null_on_error = false;  // where others fail, the group's result is missing
+  bool is_dated;               // the keyword takes the dates; periods only sort the flows
+  std::size_t min_rows;        // with fewer flows the result is NULL
+  bool null_on_error = false;  // an error makes the result NULL
 };
 
 inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
@@ -41,7 +40,7 @@ inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
     {"finance_try_xnpv", "XNPV", true, true, 1, true},
 }};
 
-// What is wrong with a row or a group.
+// The error of a row or a group.
 struct FlowError {
   Status status = Status::kOk;
   std::string message{};
@@ -49,13 +48,14 @@ struct FlowError {
   [[nodiscard]] bool ok() const noexcept { return status == Status::kOk; }
 };
 
-// The flow of a row's arguments, in their order; none when amount and date or period are missing,
-// as an outer join makes them. The error is kWrongType, or kInvalidArgument for a missing value.
+// The flow of a row, from its arguments in order. A row has no flow if both amount and date (or
+// period) are missing, as in the rows that an outer join adds. The error is kWrongType, or
+// kInvalidArgument for a missing value.
 std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments,
                             FlowError& error);
 
-// The value of a group, whatever the order of its flows: the same to the last bit. Throws
-// std::bad_alloc. A message is made only for an aggregate that reports errors.
+// The value of a group. It does not depend on the order of the flows, to the last bit. Throws
+// std::bad_alloc. The error has a message only if the aggregate reports errors.
 Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
                      std::span<const Flow> flows, FlowError& error);
 

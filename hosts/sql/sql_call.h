@@ -1,4 +1,4 @@
-// Calls as SQL databases make them: row after row, with values of the database's own.
+// A call that an SQL database makes for each row, with the database's own values.
 #pragma once
 
 #include <optional>
@@ -11,10 +11,10 @@
 
 namespace host {
 
-// A keyword with a number of arguments, for many rows. Positions count from 1.
+// A keyword with a fixed number of arguments, for many rows. Positions start at 1.
 class SqlCall {
  public:
-  // What is wrong with a keyword, or with a number of arguments of it: "finance: NOPE: no such
+  // The error of an unknown keyword or a wrong number of arguments: "finance: NOPE: no such
   // keyword".
   static std::optional<std::string> keyword_error(std::string_view word, std::size_t count);
 
@@ -27,7 +27,8 @@ class SqlCall {
   }
   [[nodiscard]] std::size_t size() const noexcept { return call_.size(); }
 
-  // A row: begin, all its arguments, run. A number is no date, and a date is no number.
+  // For each row: begin, set all arguments, run. Numbers are not accepted as dates, nor dates as
+  // numbers.
   void begin() noexcept { call_.begin(); }
   void set_missing(std::size_t position) noexcept {
     call_.set_number(position, std::numeric_limits<double>::quiet_NaN());
@@ -46,8 +47,8 @@ class SqlCall {
   void set_wrong_type(std::size_t position) noexcept { call_.set_wrong_type(position); }
   CallResult run() noexcept { return call_.run(); }
 
-  // Why the call failed: "finance(PRICE): argument 3 (rate) is -0.05: must be greater than 0". The
-  // function gives the value of the row at a position, for a kind of argument.
+  // The error message: "finance(PRICE): argument 3 (rate) is -0.05: must be greater than 0". The
+  // function returns the row's value at a position, for a kind of argument.
   template <class Function>
   [[nodiscard]] std::string error_message(const CallResult& result, Function value_at) const {
     std::vector<Value> values;

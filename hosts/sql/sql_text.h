@@ -1,4 +1,4 @@
-// What texts of SQL databases stand for: the position in a call decides.
+// The values of texts in SQL databases, which depend on the kind of the argument.
 #pragma once
 
 #include <string_view>
@@ -8,17 +8,18 @@
 
 namespace host {
 
-// A number given as text is a number, except where a date belongs; a date is one only there. What
-// remains is text, which fits nothing but a basis. Refers to the text.
+// A text is a date if the argument is a date and the text has the form of a date. A text is a
+// number if the argument is not a date and the text has the form of a number. Any other text is
+// valid only as a basis. The value points into the text.
 Value value_of_sql_text(std::string_view text, catalog::ArgumentKind kind) noexcept;
 
-// Whether a parameter takes dates.
+// Whether an argument of this kind is a date.
 constexpr bool is_date(catalog::ArgumentKind kind) noexcept {
   return kind == catalog::ArgumentKind::kDate || kind == catalog::ArgumentKind::kDateTime;
 }
 
-// Whether a value has the type that a parameter takes: a number is no date. The missing value has
-// every type; a module decides whether it takes it.
+// Whether a value has the type of an argument of this kind. Numbers are not dates. The missing
+// value has every type; the module decides whether it is valid.
 bool has_type(const Value& value, catalog::ArgumentKind kind) noexcept;
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// A loadable extension of SQLite: the host function as SQL functions, aggregates and a table of the
-// keywords. Error texts are part of the interface.
+// The SQLite extension: the functions finance and finance_try, the aggregates of cash flows, and
+// the table of keywords. Error messages are part of the interface.
 //
 //   .load finance_sqlite
 //   SELECT finance('PRICE', settle, maturity, coupon, yld, 100, 2, 'ACTUAL') FROM bonds;
@@ -22,14 +22,14 @@ SQLITE_EXTENSION_INIT1
 
 namespace {
 
-constexpr int kOldestSqlite = 3031000;  // the first that knows innocuous functions
+constexpr int kOldestSqlite = 3031000;  // the first version with innocuous functions
 
 using host::Flow;
 using host::FlowAggregate;
 using host::SqlCall;
 using host::Value;
 
-// Calls a body in which storage may run out: no exception leaves the extension.
+// Calls a body that may throw: no exception leaves the extension.
 void guarded(sqlite3_context* context, auto&& body) noexcept {
   try {
     body();
@@ -112,7 +112,7 @@ void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept 
     if (argc == 0 || sqlite3_value_type(argv[0]) == SQLITE_NULL) {
       return fail(context, [] { return "finance: the keyword is missing"; });
     }
-    // The auxiliary data of the keyword lives as long as it is the same in all rows.
+    // SQLite keeps the auxiliary data of the keyword only if the keyword is a constant.
     if (auto* const known = static_cast<SqlCall*>(sqlite3_get_auxdata(context, 0))) {
       return evaluate(context, *known, argv);
     }
@@ -132,14 +132,14 @@ void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept 
 
 struct Group {
   std::vector<Flow> flows;
-  std::size_t bad = 0;  // rows that made no flow
+  std::size_t bad = 0;  // number of invalid rows
 };
 
 const FlowAggregate& aggregate_of(sqlite3_context* context) noexcept {
   return *static_cast<const FlowAggregate*>(sqlite3_user_data(context));
 }
 
-// SQLite hands out zeroed storage, in which a group is made at the first row.
+// SQLite provides zeroed memory for a pointer; the group is created at the first row.
 Group* group_of(sqlite3_context* context, bool make) {
   auto** const place =
       static_cast<Group**>(sqlite3_aggregate_context(context, make ? sizeof(void*) : 0));
@@ -151,7 +151,7 @@ Group* group_of(sqlite3_context* context, bool make) {
   return *place;
 }
 
-// The row's flow, if it has one; none, and one more bad row, where the aggregate does not fail.
+// The flow of a row, if it has one. An invalid row is counted and has no flow.
 std::optional<Flow> flow_of(sqlite3_context* context, sqlite3_value** argv, std::size_t& bad) {
   using enum catalog::ArgumentKind;
   const FlowAggregate& aggregate = aggregate_of(context);
@@ -215,7 +215,8 @@ void version(sqlite3_context* context, int, sqlite3_value**) noexcept {
   });
 }
 
-// Whether the connection has these very functions, which a running statement forbids to replace.
+// Whether the connection already has these functions. SQLite does not replace functions while a
+// statement runs.
 bool is_registered(sqlite3* database) {
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, "SELECT finance_version()", -1, &statement, nullptr);
@@ -228,7 +229,7 @@ bool is_registered(sqlite3* database) {
 
 int register_all(sqlite3* database) {
   constexpr int kPure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-  static char gives_null;  // any address says so to fail()
+  static char gives_null;  // fail() returns NULL if the user data is not null
   const auto scalar = [&](const char* name, int arguments, void* data, auto* function) {
     return sqlite3_create_function_v2(database, name, arguments, kPure, data, function, nullptr,
                                       nullptr, nullptr);
@@ -243,7 +244,8 @@ int register_all(sqlite3* database) {
   }
   if (status == SQLITE_OK) status = register_keywords_table(database);
   if (status != SQLITE_OK) return status;
-  // Last, so that who finds it has all; not the same for ever, so that no index can rely on it.
+  // Registered last: a connection that has it has all functions. It is not deterministic, so that
+  // no index can use it.
   return sqlite3_create_function_v2(database, "finance_version", 0, SQLITE_UTF8 | SQLITE_INNOCUOUS,
                                     nullptr, version, nullptr, nullptr, nullptr);
 }
@@ -253,13 +255,15 @@ int load(sqlite3* database, char** error, const sqlite3_api_routines* api) {
     *error = api->mprintf("finance: %s", message);
     return SQLITE_ERROR;
   };
-  if (api->libversion_number() < kOldestSqlite) return fail_to_load("needs SQLite 3.31 or newer");
+  if (api->libversion_number() < kOldestSqlite)
+    return fail_to_load("SQLite 3.31 or newer is required");
   try {
     host::loaded_module();
-    // One write for the process: other connections may be calling by now.
+    // Written once per process, because other connections may already call the functions.
     static std::once_flag first;
     std::call_once(first, [&] { SQLITE_EXTENSION_INIT2(api); });
-    if (sqlite3_api != api) return fail_to_load("in use by another copy of SQLite in this process");
+    if (sqlite3_api != api)
+      return fail_to_load("another copy of SQLite in this process already uses the extension");
     const int status = register_all(database);
     if (status == SQLITE_OK) return status;
     const std::string message = sqlite3_errmsg(database);
@@ -274,14 +278,14 @@ int load(sqlite3* database, char** error, const sqlite3_api_routines* api) {
 
 #define EXPORTED extern "C" [[gnu::visibility("default")]]
 
-// The entry point for a file of any name. SQLite loads extensions with global symbols, so a call of
-// this name could reach the function of another extension.
+// The entry point, which SQLite finds for every file name. SQLite loads extensions with global
+// symbols, so a call of this name could reach another extension.
 EXPORTED int sqlite3_extension_init(sqlite3* database, char** error,
                                     const sqlite3_api_routines* api) {
   return load(database, error, api);
 }
 
-// The same, for this and all further connections of the process.
+// The entry point that registers the functions for this and all later connections of the process.
 EXPORTED int sqlite3_finance_everywhere_init(sqlite3* database, char** error,
                                              const sqlite3_api_routines* api) {
   int status = load(database, error, api);

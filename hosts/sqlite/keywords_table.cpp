@@ -91,7 +91,7 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
   return SQLITE_OK;
 }
 
-// Without xCreate it is there in every database, and cannot be created.
+// Without xCreate, the table exists in every database and cannot be created.
 sqlite3_module module_of_keywords() noexcept {
   sqlite3_module module{};
   module.xConnect = connect;
