@@ -130,7 +130,7 @@ inline constexpr Cause kPeriodicRateCauses[] = {
      [](const CallValues& call) { return call.all("amount").size() > 32767; }},
     kNothingPaid,
     kNothingReceived,
-    {"the sum of the amounts is above 1.8e308, the largest possible number",
+    {"the sum of the amounts, without their signs, is above 1.8e308",
      [](const CallValues& call) {
        double sum = 0.0;
        for (const double amount : call.all("amount")) sum += std::fabs(amount);
