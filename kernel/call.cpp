@@ -1,4 +1,4 @@
-// The record of a call, and its evaluation.
+// Lays out the records of calls and evaluates single calls.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -8,24 +8,24 @@
 namespace vxkernel {
 namespace {
 
-constexpr std::size_t kSlotsInFrame = 17;  // the keyword and 16 arguments
+constexpr std::size_t kSlotsInFrame = 17;  // for the keyword and 16 arguments
 constexpr std::int32_t kMaxArguments = 1 << 28;
 
-// Bytes of the sequence that a lead byte opens; 0 for a byte that opens none.
+// Returns the length of the UTF-8 sequence that begins with this byte, or 0 if no sequence does.
 std::size_t sequence_length(char32_t lead) noexcept {
   if (lead < 0x80) return 1;
   if (lead < 0xC2 || lead > 0xF4) return 0;
   return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-// The first word of a text's descriptor is the missing value: a module that expects a number in
-// this slot reads it as missing, and refuses it there.
+// The first word of a text descriptor is the missing value. A module that expects a number in this
+// slot reads that word, and reports the argument as missing.
 vxfnc::StringValue string_value(std::size_t length, const void* characters) noexcept {
   return {vxfnc::kMissingBits, static_cast<std::int32_t>(length), characters};
 }
 
-// The record of one call that is not prepared: up to 17 slots are in the caller's frame, more on
-// the heap.
+// The record of a call that is not prepared. Up to 17 slots are on the stack. A record with more
+// slots is on the heap.
 class FrameRecord {
  public:
   FrameRecord(std::string_view keyword, const vxk_value* arguments, std::size_t count,
@@ -52,7 +52,8 @@ class FrameRecord {
     }
   }
 
-  [[nodiscard]] vxfnc::FinanceCall* call() const noexcept { return call_; }  // null: out of memory
+  // Null if out of memory.
+  [[nodiscard]] vxfnc::FinanceCall* call() const noexcept { return call_; }
 
  private:
   static constexpr std::size_t kHeader = vxfnc::kFirstSlotOffset;
@@ -80,7 +81,7 @@ class FrameRecord {
   vxfnc::FinanceCall* call_ = nullptr;
 };
 
-// What a dispatcher has marked, taken away again: a slot, or -1.
+// Returns the first slot that the dispatcher marked, or -1, and clears all marks.
 [[gnu::noinline]] std::int32_t take_mark(vxfnc::FinanceCall* record) noexcept {
   std::int32_t marked = -1;
   for (std::int32_t i = record->count - 1; i >= 0; --i) {
@@ -107,7 +108,7 @@ char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept {
       well_formed = well_formed && (at(i + k) & 0xC0) == 0x80;
       c = c << 6 | (at(i + k) & 0x3F);
     }
-    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // shorter forms exist below
+    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // smaller ones have a shorter form
     well_formed = well_formed && c >= kLeast[length] && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
     *to++ = well_formed ? c : kReplacement;
     i += well_formed ? length : 1;
@@ -154,7 +155,7 @@ void vxk_call::resize(std::size_t count) {
   constexpr std::size_t kWordsPerSlot = sizeof(vxfnc::ArgumentSlot) / sizeof(std::uint64_t);
   texts.resize(count);
   storage.resize(vxfnc::kFirstSlotOffset / sizeof(std::uint64_t) + kWordsPerSlot * (count + 1));
-  numbers.resize(count, vxfnc::MISSING);  // last: slots point into it, and size() is its size
+  numbers.resize(count, vxfnc::MISSING);  // must be last, because size() is the size of numbers
   record()->count = static_cast<std::int32_t>(count + 1);
   record()->slots()[0] = {vxfnc::kStringArgument, 0, keyword.value()};
   for (std::size_t i = 0; i < count; ++i) {
@@ -210,11 +211,13 @@ int vxk_prepare(const vxk_kernel* kernel, const char* function, const char* keyw
     return fail(VXK_TEXT_TOO_LONG, "%.20s...: the keyword is too long", keyword);
   }
   if (count < 0 || count > kMaxArguments) {
-    return fail(VXK_BAD_PARAMETER, "%s: the number of arguments is out of its range", keyword);
+    return fail(VXK_BAD_PARAMETER, "%s: the number of arguments is out of range", keyword);
   }
   try {
     auto bound = std::make_unique<vxk_call>(*entry, keyword, static_cast<std::size_t>(count));
-    // A call without a value in any slot fails everywhere, and marks the keyword if it has no row.
+    // To find out whether the keyword exists, evaluate the call with a null pointer in every
+    // argument slot. Every keyword rejects such a call. The dispatcher marks slot 0 if and only if
+    // there is no such keyword.
     double result = 0.0;
     for (std::int32_t i = 1; i <= count; ++i) bound->record()->slots()[i].value = nullptr;
     if (bound->run(&result, nullptr) == VXK_NO_KEYWORD) {

@@ -1,4 +1,4 @@
-// Evaluation over columns and over lists: the same work for each row or group, by many threads.
+// Evaluates a call for each row of columns or for each group of lists, with any number of threads.
 #include <atomic>
 #include <bit>
 #include <chrono>
@@ -15,11 +15,13 @@
 namespace vxkernel {
 namespace {
 
-constexpr std::int64_t kRowsAtOnce = 256;  // that are read into doubles before they are evaluated
-constexpr std::int64_t kRowsPerChunk = 4096;  // that a thread takes at a time; a multiple of 64, as
-constexpr std::int64_t kGroupsPerChunk = 64;  // threads must not share a byte of a bitmap
-constexpr double kDayZeroOfDate32 = 3653;     // 1 January 1970
-constexpr double kDaysOfCalendar = 700000;    // either side of 1960: the years of four digits
+constexpr std::int64_t kRowsAtOnce = 256;  // rows that are read into buffers before evaluation
+// A thread takes this many rows or groups at a time. Both are multiples of 64, so that threads
+// never write to the same byte of a bitmap.
+constexpr std::int64_t kRowsPerChunk = 4096;
+constexpr std::int64_t kGroupsPerChunk = 64;
+constexpr double kDayZeroOfDate32 = 3653;   // 1 January 1970
+constexpr double kDaysOfCalendar = 700000;  // nearer to 1960 than this, years have four digits
 constexpr std::int64_t kMaxThreads = 256;
 constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
 
@@ -35,7 +37,7 @@ void convert(const std::byte* from, std::int64_t stride, std::int64_t count, dou
     std::memcpy(&value, from + distance, sizeof value);
     return static_cast<double>(value);
   };
-  if (stride == sizeof(T)) {  // the compiler makes vectors of this one
+  if (stride == sizeof(T)) {  // the compiler vectorises this loop
     constexpr auto kSize = static_cast<std::int64_t>(sizeof(T));
     for (std::int64_t i = 0; i < count; ++i) to[i] = at(i * kSize) + plus;
   } else {
@@ -47,7 +49,8 @@ bool has_bit(const std::uint8_t* bits, std::int64_t i) noexcept {
   return bits == nullptr || (bits[i / 8] >> (i % 8) & 1) != 0;
 }
 
-// Reads rows as doubles, the missing ones as NaN: into the buffer, or where they are.
+// Reads rows as doubles; missing values become NaN. Returns the buffer, or a pointer into the
+// column if its values can be used without a copy.
 const double* read(const vxk_column& column, std::int64_t row, std::int64_t count,
                    double* buffer) noexcept {
   const std::int64_t first = column.stride == 0 ? 0 : column.offset + row;
@@ -84,8 +87,8 @@ const double* read(const vxk_column& column, std::int64_t row, std::int64_t coun
   return buffer;
 }
 
-// The columns of a caller, whose structures may be shorter or longer than ours, but all of one
-// size. None where a size is wrong.
+// Copies the caller's array of columns. The caller's structures may be shorter or longer than ours,
+// but must all have the same size. Returns an empty vector if a size is wrong.
 std::vector<vxk_column> columns_of(const vxk_column* columns, std::size_t count) {
   std::vector<vxk_column> own;
   constexpr std::size_t kMinSize = offsetof(vxk_column, is_list);
@@ -130,7 +133,7 @@ struct Tally {
   }
 };
 
-// Collects the bits of 64 rows before it writes them. Rows come one after the other.
+// Writes the bits of consecutive rows, 64 rows at a time.
 class Bitmap {
  public:
   Bitmap(std::uint8_t* bytes, std::int64_t row) noexcept : at_(bytes), bit_(0) {
@@ -154,7 +157,7 @@ class Bitmap {
   int bit_;
 };
 
-// Where the results of a chunk go, and what is counted of them.
+// Stores the results of one chunk of rows and counts its missing and failed rows.
 class Output {
  public:
   Output(const vxk_results& results, std::int64_t row, Tally& tally) noexcept
@@ -178,7 +181,7 @@ class Output {
     tally_.fail(failure);
     if (has_bits_) add_bits(false, true);
   }
-  // Runs the call, and keeps what comes of it. False when it fails.
+  // Evaluates the call and stores the result or the failure. Returns false if the call fails.
   bool run(vxk_call& call, std::int64_t row, auto&& column_of) noexcept {
     double value = 0.0;
     std::int32_t argument = 0;
@@ -215,13 +218,14 @@ bool is_set(const volatile std::int32_t* flag) noexcept {
   return flag != nullptr && __atomic_load_n(flag, __ATOMIC_RELAXED) != 0;
 }
 
-// Each worker evaluates chunks of rows, worker.evaluate(first, last, tally), which returns false
-// once it is cancelled. Returns the status of the whole.
+// Distributes chunks of rows to the workers, each of which runs in its own thread.
+// worker.evaluate(first, last, tally) evaluates one chunk; it returns false if the evaluation was
+// cancelled. Returns the status of the whole evaluation.
 template <class Worker>
 int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
         const vxk_options& options, Tally& total) {
   std::atomic<std::int64_t> next{0};
-  std::atomic<std::int64_t> end{rows};  // no chunk begins from here on
+  std::atomic<std::int64_t> end{rows};  // no new chunk begins at or after this row
   std::atomic<bool> cancelled{false};
   std::vector<Tally> tallies(workers.size());
   const auto work = [&](std::size_t i) {
@@ -232,7 +236,8 @@ int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
         cancelled = true;
         end = 0;
       } else if (options.stop_at_failure != 0 && tallies[i].failed > 0) {
-        // Chunks before the failure may be under way still; those behind it need not begin.
+        // Other threads may still be evaluating earlier rows, and must complete them: the report
+        // contains the first row that fails. Rows after this failure need not be evaluated.
         std::int64_t known = end;
         while (tallies[i].first.row < known &&
                !end.compare_exchange_weak(known, tallies[i].first.row)) {
@@ -245,7 +250,7 @@ int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
     std::vector<std::jthread> threads;
     try {
       for (std::size_t i = 1; i < workers.size(); ++i) threads.emplace_back(work, i);
-    } catch (const std::exception&) {  // go on with what there is
+    } catch (const std::exception&) {  // continue with the threads that exist
     }
     work(0);
   }
@@ -264,7 +269,7 @@ std::size_t thread_count(const vxk_options& options, std::int64_t rows, std::int
 
 class ColumnWorker {
  public:
-  // Takes its own copy of the call unless it is the first worker, which has the caller's.
+  // The first worker uses the caller's call. Each other worker makes its own copy.
   ColumnWorker(vxk_call& call, const std::vector<vxk_column>& columns, const vxk_results& results,
                const vxk_options& options, bool is_first)
       : own_(is_first ? nullptr : std::make_unique<vxk_call>(call)),
@@ -304,11 +309,11 @@ class ColumnWorker {
  private:
   struct Input {
     const vxk_column* column;
-    std::size_t index;               // of its argument
-    const double* values = nullptr;  // of the block
+    std::size_t index;               // of the argument
+    const double* values = nullptr;  // of the current block
   };
 
-  // False when it is cancelled.
+  // Returns false if the evaluation was cancelled.
   bool evaluate_block(std::int64_t first, std::int64_t last, Output& output) noexcept {
     for (std::size_t k = 0; k < inputs_.size(); ++k) {
       inputs_[k].values = read(*inputs_[k].column, first, last - first, &buffers_[k * kRowsAtOnce]);
@@ -317,7 +322,8 @@ class ColumnWorker {
     for (std::int64_t i = 0; i < last - first; ++i) {
       if (is_set(options_->cancel)) return false;
       bool has_missing = is_always_missing_;
-      // Missing values are looked for here, while the next values come from memory.
+      // This loop also looks for missing values: it has to wait for memory anyway, so the test
+      // costs little.
       for (const Input& input : inputs_) {
         const double value = input.values[i];
         numbers[input.index] = value;
@@ -337,7 +343,7 @@ class ColumnWorker {
   vxk_call* call_;
   const vxk_results* results_;
   const vxk_options* options_;
-  std::vector<Input> inputs_;  // the columns that differ from row to row
+  std::vector<Input> inputs_;  // the columns whose values differ from row to row
   std::vector<double> buffers_;
   bool is_always_missing_ = false;
 };
@@ -421,8 +427,9 @@ class ListWorker {
     });
   }
 
-  // Leaves out flows without a value in the first list. Returns how many remain. A flow that lacks
-  // another value makes that column the incomplete one, from 1.
+  // Removes the flows whose value in the first list is missing. Returns how many flows remain. If a
+  // remaining flow lacks a value in another list, `incomplete` becomes the number of that column,
+  // from 1.
   std::size_t drop_missing(std::size_t flows, std::int32_t& incomplete) noexcept {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < flows; ++i) {
@@ -438,7 +445,8 @@ class ListWorker {
     return kept;
   }
 
-  // Sorts the flows by date, and adds up those of one date in their order. Returns how many remain.
+  // Sorts the flows by date and adds up flows of the same date in their original order. Returns how
+  // many flows remain.
   std::size_t sort_and_add(std::size_t count) {
     const auto by = static_cast<std::size_t>(options_->date_list) - 1;
     std::vector<double>& dates = values_[by];
@@ -474,8 +482,9 @@ class ListWorker {
     return last + 1;
   }
 
-  // Fills order_ with the flows by date, those of one date in their order. Whole days that are
-  // close together, as the dates of many flows are, are counted instead of compared.
+  // Fills order_ with the indices of the flows, sorted by date; flows of the same date keep their
+  // order. If the dates are whole days within a short span, which is the usual case, a counting
+  // sort is used.
   void sort_by(const std::vector<double>& dates, std::size_t count) {
     order_.resize(count);
     const auto [low, high] =
@@ -501,8 +510,8 @@ class ListWorker {
   const std::int64_t* offsets_;
   const vxk_results* results_;
   const vxk_options* options_;
-  std::vector<std::size_t> lists_;           // the columns that are lists
-  std::vector<std::vector<double>> values_;  // of the group, by column
+  std::vector<std::size_t> lists_;           // the indices of the columns that are lists
+  std::vector<std::vector<double>> values_;  // of the current group, one vector per column
   std::vector<double> sorted_;
   std::vector<std::size_t> order_;
   std::vector<std::size_t> starts_;
@@ -510,7 +519,7 @@ class ListWorker {
 
 // ---- Reports -----------------------------------------------------------------------------------
 
-// What a column holds in a row, as a message shows it.
+// Describes the value of a column in a row for an error message.
 std::string shown(const vxk_column& column, std::int64_t row) {
   double value = 0.0;
   value = *read(column, row, 1, &value);
@@ -527,7 +536,8 @@ std::string shown(const vxk_column& column, std::int64_t row) {
   return text;
 }
 
-// Fills the report. The value of an argument is shown where a row has just one.
+// Fills the report. The message shows the value of the argument at fault, unless that is in a list
+// or in the call itself.
 void report(vxk_report* to, const Tally& tally, int status, const char* keyword,
             const std::vector<vxk_column>& columns) {
   if (to == nullptr) return;
@@ -551,14 +561,14 @@ void report(vxk_report* to, const Tally& tally, int status, const char* keyword,
         column.values == nullptr || column.is_list != 0 ? "invalid or missing" : shown(column, row);
     set("%s: argument %d is %s", argument, value.c_str());
   } else if (tally.failed > 0) {
-    set(why == VXK_NOT_FINITE      ? "%s: the result is infinite or no number"
+    set(why == VXK_NOT_FINITE      ? "%s: the result is infinite or not a number"
         : why == VXK_OUT_OF_MEMORY ? "%s: out of memory"
                                    : "%s: the calculation has no result");
   }
   copy_sized(to, filled);
 }
 
-// Runs the workers that make() gives, one for each thread, and reports.
+// Makes one worker per thread with make(), runs the workers and fills the report.
 template <class Worker>
 int evaluate(std::int64_t rows, std::int64_t chunk, const vxk_options* given, vxk_report* to,
              const char* keyword, const vxk_column* columns, std::size_t count, auto&& is_valid,

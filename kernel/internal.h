@@ -1,4 +1,4 @@
-// What the files of the kernel share: a loaded module, and a bound call.
+// The types that the files of the kernel share: a loaded module and a prepared call.
 #pragma once
 
 #include <algorithm>
@@ -22,7 +22,8 @@ struct Function {
   bool takes_bytes;
 };
 
-// A text as a module takes it: its descriptor, and its characters in one of the two widths.
+// A text in the form that a module reads: a descriptor, and the characters in one of the two
+// widths.
 class Text {
  public:
   Text(std::string_view utf8, bool as_bytes);
@@ -37,15 +38,17 @@ class Text {
   vxfnc::StringValue value_{};
 };
 
-// Decodes UTF-8 into `to`, which has room for one character per byte. Each byte that does not
-// belong to a well-formed sequence becomes U+FFFD. Returns the end.
+// Decodes UTF-8 into `to`, which must have room for one character per byte of the text. Each byte
+// that is not part of a well-formed sequence becomes U+FFFD. Returns the end of the decoded
+// characters.
 char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept;
 
-// What a call that failed reports: takes its marks away again. Returns a vxk_status.
+// Finds out why a call failed, and clears the error flags that the module set in the record.
+// Returns a vxk_status.
 int report_failure(vxfnc::FinanceCall* record, double* result, int32_t* argument) noexcept;
 
-// Calls a dispatcher on a filled record. Returns a vxk_status. *argument becomes the argument that
-// is invalid, 0 for none.
+// Calls a dispatcher with a filled record. Returns a vxk_status. *argument becomes the number of
+// the argument that is invalid or missing, or 0.
 inline int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
                     int32_t* argument) noexcept {
   was_refused = false;
@@ -57,12 +60,13 @@ inline int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, d
   return VXK_OK;
 }
 
-// Fills an error, as far as its size says. A null pointer is allowed. The message is formatted as
-// by printf.
+// Fills an error; writes no more than its size covers. A null pointer is allowed. The message is
+// formatted as by printf.
 [[gnu::format(printf, 5, 6)]] void set_error(vxk_error* error, int status, int64_t row,
                                              int32_t argument, const char* format, ...) noexcept;
 
-// Copies a structure that begins with its size into one of a caller, whose size may be another.
+// Copies `from` to a caller's structure, which begins with its size, and writes no more than that
+// size.
 template <class Record>
 void copy_sized(Record* to, Record from) noexcept {
   if (to == nullptr) return;
@@ -72,7 +76,8 @@ void copy_sized(Record* to, Record from) noexcept {
               reinterpret_cast<std::byte*>(to));
 }
 
-// The structure of a caller, its missing members zero. A null pointer gives zeros.
+// Returns a copy of a caller's structure. Members that the caller's structure does not have are 0.
+// For a null pointer all members are 0.
 template <class Record>
 Record sized(const Record* from) noexcept {
   Record record{};
@@ -89,7 +94,7 @@ Record sized(const Record* from) noexcept {
 struct vxk_kernel {
   [[nodiscard]] const vxkernel::Function* find(const char* name) const noexcept;
 
-  vxk_open_options options{};  // outlives the instance, whose journal writes by it
+  vxk_open_options options{};  // must outlive the instance, whose journal uses it
   vxkernel::InstanceServices services{options};
   std::unique_ptr<void, int (*)(void*)> library{nullptr, nullptr};
   std::unique_ptr<vxfnc::ModuleInstance, std::int64_t (*)(vxfnc::ModuleInstance*)> instance{
@@ -99,13 +104,14 @@ struct vxk_kernel {
   std::vector<vxkernel::Function> functions;
 };
 
-// The record is in storage with room for its slots, which point into the numbers and texts.
+// A prepared call. `storage` holds the record and its slots; the slots point into `numbers` and
+// `texts`.
 struct vxk_call {
   vxk_call(const vxkernel::Function& function, std::string_view keyword, std::size_t count);
   vxk_call(const vxk_call& other);
   vxk_call& operator=(const vxk_call&) = delete;
 
-  // Takes so many arguments from here on. Those that are new are missing.
+  // Changes the number of arguments. New arguments are missing.
   void resize(std::size_t count);
   void set_text(std::size_t index, std::string_view text);
   void set_number(std::size_t index, double number) noexcept;
@@ -118,9 +124,9 @@ struct vxk_call {
   }
 
   const vxkernel::Function* function;
-  vxfnc::Dispatcher* dispatcher;  // the function's
+  vxfnc::Dispatcher* dispatcher;  // function->dispatcher
   vxkernel::Text keyword;
   std::vector<std::uint64_t> storage;
   std::vector<double> numbers;
-  std::vector<std::unique_ptr<vxkernel::Text>> texts;  // by index; null for a number
+  std::vector<std::unique_ptr<vxkernel::Text>> texts;  // one per argument; null for a number
 };

@@ -1,4 +1,4 @@
-// Loading a module, and what it says of itself.
+// Loads modules and reads the information that they give about themselves.
 #include <dlfcn.h>
 #include <sys/auxv.h>
 
@@ -16,11 +16,11 @@
 namespace vxkernel {
 namespace {
 
-// The version of the module's interface that this kernel speaks.
+// The version of the module interface that this kernel implements.
 using Version = std::array<std::int64_t, 3>;  // major, minor, release
 constexpr Version kInterface = {7, 1, 1};
 
-constexpr std::uint64_t kMaxFunctions = 1024;  // a list with more is taken to be broken
+constexpr std::uint64_t kMaxFunctions = 1024;  // a longer function list is invalid
 
 struct LoadError : std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -29,14 +29,14 @@ struct LoadError : std::runtime_error {
 constexpr const char* kInstalled =
     "../" VXK_LIBRARY_FOLDER "/vxfnc";  // from the folder of programs
 
-// The module by the place of what this is linked into. Where that is a symbolic link without a
-// module beside it, by the place that the link leads to.
+// Looks for the module near the program or library that contains this function. If that file was
+// found through a symbolic link, looks near the link first and then near the target of the link.
 std::string path_of_module() {
   namespace fs = std::filesystem;
   Dl_info self{};
   ::dladdr(reinterpret_cast<const void*>(&path_of_module), &self);
   const char* name = self.dli_fname;
-  if (std::string_view(name) == program_invocation_name) {  // which may be a word for the shell
+  if (std::string_view(name) == program_invocation_name) {  // may be a name without a path
     name = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
   }
   const fs::path own = fs::absolute(name);
@@ -47,11 +47,11 @@ std::string path_of_module() {
       if (fs::exists(file, error)) return file.lexically_normal().string();
     }
   }
-  return (own.parent_path() / "vxfnc.so").string();  // so that the error names a place
+  return (own.parent_path() / "vxfnc.so").string();  // so that the error message contains a path
 }
 
 std::unique_ptr<void, int (*)(void*)> open_library(const std::string& path) {
-  // With a slash, so that the loader takes this file and searches nowhere.
+  // With a slash in the name, the loader opens this file and does not search its library path.
   const std::string file = path.find('/') == path.npos ? "./" + path : path;
   std::unique_ptr<void, int (*)(void*)> library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL),
                                                 dlclose);
@@ -80,7 +80,7 @@ Version asked(vxfnc::ModuleInstance* instance, vxfnc::ModuleInstance::VersionOpe
   return version;
 }
 
-// Names of functions are ASCII; anything else in them is replaced.
+// Function names are ASCII. Any other character is replaced by a question mark.
 std::string ascii(const vxfnc::WideChar* name) {
   std::string text;
   for (; *name != 0; ++name) text += *name < 0x80 ? static_cast<char>(*name) : '?';
@@ -156,7 +156,7 @@ void set_error(vxk_error* error, int status, int64_t row, int32_t argument, cons
   filled.argument = argument;
   std::va_list values;
   va_start(values, format);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has just made it
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start initialises it
   std::vsnprintf(filled.message, sizeof filled.message, format, values);
   va_end(values);
   copy_sized(error, filled);

@@ -21,18 +21,19 @@ namespace {
 
 // ---- Memory pools ------------------------------------------------------------------------------
 
-// A pool lives in its first block, so that creating one, a few small allocations and destroying
-// it cost one allocation in all. Larger or later ones get a block of their own.
+// A pool is part of its first block. Thus a pool with a few small allocations costs one malloc and
+// one free in total. An allocation that does not fit into the first block gets its own block.
 struct Pool : vxfnc::MemoryPool {
   struct Block {
     Block* next;
   };
   static constexpr std::size_t kAlignment = 16;
-  static constexpr std::size_t kInlineBytes = 896;  // all of it within the sizes malloc has at hand
+  // Keeps sizeof(Pool) below the 1,032 bytes up to which glibc caches freed blocks per thread.
+  static constexpr std::size_t kInlineBytes = 896;
 
   Block* blocks = nullptr;
   std::size_t used = 0;
-  alignas(kAlignment) std::byte storage[kInlineBytes];  // left uninitialised
+  alignas(kAlignment) std::byte storage[kInlineBytes];  // not initialised
 };
 
 void* storage_or_refusal(std::size_t bytes) noexcept {
@@ -97,7 +98,8 @@ struct SinkJournal : vxfnc::Journal {
   }
 };
 
-// (journal, level, status, arguments): the statuses have no texts here, so their number is written.
+// Parameters: journal, level, status, arguments. This kernel has no texts for statuses, so the line
+// contains the number of the status.
 std::int64_t status_to_journal(vxfnc::Journal* journal, std::int64_t level, std::int64_t status,
                                std::va_list) {
   char line[64];
@@ -106,7 +108,7 @@ std::int64_t status_to_journal(vxfnc::Journal* journal, std::int64_t level, std:
   return static_cast<SinkJournal*>(journal)->write(line);
 }
 
-// (journal, level, printf format, its arguments)
+// Parameters: journal, level, printf format, arguments of the format.
 std::int64_t message_to_journal(vxfnc::Journal* journal, std::int64_t level, std::int64_t format,
                                 std::va_list arguments) {
   char line[512];
@@ -116,7 +118,7 @@ std::int64_t message_to_journal(vxfnc::Journal* journal, std::int64_t level, std
   return static_cast<SinkJournal*>(journal)->write(line);
 }
 
-// Buffers and locales are not part of this kernel.
+// This kernel does not implement message buffers and locales.
 std::int64_t not_supported(vxfnc::Journal*, std::int64_t, std::int64_t, std::va_list) {
   return kNotSupported;
 }
@@ -147,7 +149,7 @@ vxfnc::Journal* create_journal(vxfnc::KernelServices* services, const std::uint6
 
 std::atomic<std::int64_t> year_cutoff{1950};
 
-// An option that the kernel does not know leaves the caller's default in its cell.
+// For an unknown option, *value is not changed, so the caller's default applies.
 std::int32_t get_option(vxfnc::KernelServices*, const vxfnc::WideChar* name, std::uint64_t length,
                         std::uint64_t kind, std::int64_t* value, std::uint64_t* size) {
   constexpr std::uint64_t kInteger = 3;
@@ -162,8 +164,9 @@ locale_t unicode_locale() noexcept {
   return unicode;
 }
 
-// Upper case by the C library, whatever locale the program has set. The dotless i keeps its form,
-// as in the module's own tables: a keyword reads the same with and without this service.
+// Converts to upper case with the C library, independently of the program's locale. The dotless i
+// is not changed. The module's own tables do not change it either, so keywords are read in the same
+// way with and without this service.
 std::uint32_t upper_case(vxfnc::CaseService*, std::uint64_t character, std::uint64_t) {
   constexpr std::uint64_t kDotlessI = 0x131;
   const auto c = static_cast<wint_t>(character);
@@ -172,7 +175,7 @@ std::uint32_t upper_case(vxfnc::CaseService*, std::uint64_t character, std::uint
 
 // ---- Byte strings ------------------------------------------------------------------------------
 
-// Bytes of 128 and above are parts of UTF-8 characters and have no case of their own.
+// Converts ASCII letters only. Bytes of 128 and above are parts of UTF-8 sequences.
 std::int32_t upper(vxfnc::ByteStringServices*, char* text, std::int64_t length, std::int64_t) {
   for (std::int64_t i = 0; i < length; ++i) {
     if (text[i] >= 'a' && text[i] <= 'z') text[i] = static_cast<char>(text[i] - 32);
@@ -198,7 +201,7 @@ std::int32_t erase(vxfnc::ByteStringServices*, char* text, std::int64_t length, 
 std::int32_t copy(vxfnc::ByteStringServices*, const char* from, std::int64_t length, char* to,
                   std::int64_t capacity, std::int64_t* copied, std::int64_t) {
   const std::int64_t n = std::min(length, capacity);
-  for (std::int64_t i = 0; i < n; ++i) to[i] = from[i];  // a few bytes: a call would cost more
+  for (std::int64_t i = 0; i < n; ++i) to[i] = from[i];  // faster than memcpy for a few bytes
   for (std::int64_t i = n; i < capacity; ++i) to[i] = ' ';
   *copied = n;
   return 0;
@@ -215,7 +218,7 @@ vxfnc::KernelServices* kernel_handle() noexcept {
   static vxfnc::CaseService case_service = {.reserved_0 = {}, .convert = upper_case};
   static vxfnc::KernelServices handle = {
       .reserved_0 = {},
-      .create_journal = nullptr,  // journals belong to instances
+      .create_journal = nullptr,  // only instances have journals
       .create_pool = create_pool,
       .reserved_7 = {},
       .get_option = get_option,

@@ -1,4 +1,4 @@
-// The operation tables that this kernel hands to a module.
+// The operation tables that this kernel passes to a module.
 #pragma once
 
 #include "abi/kernel_records.h"
@@ -6,21 +6,22 @@
 
 namespace vxkernel {
 
-// The handle that every module of the process records: options, the case service and pools. It
-// lives as long as the process, so no module is ever left with a stale one.
+// The handle that every module of the process records. It offers options, the case service and
+// pools. It exists until the process ends, so a module's pointer to it is always valid.
 vxfnc::KernelServices* kernel_handle() noexcept;
 
 void set_option_year_cutoff(std::int64_t first_year) noexcept;
 
-// The environment of every evaluation, with the byte-string services in its word 10.
+// The environment that is passed to every evaluation. Word 10 points to the byte-string services.
 extern constinit vxfnc::CallEnvironment call_environment;
 
-// Whether a pool, or memory in one, was refused on this thread since somebody set it to false. One
-// instruction reaches it, also in a library that a server loads.
+// True if the allocation of a pool, or of memory in a pool, has failed on this thread since the
+// flag was last set to false. With the initial-exec model, one instruction reads the flag, also in
+// a library that a server loads at run time.
 [[gnu::tls_model("initial-exec")]] extern constinit thread_local bool was_refused;
 
-// What an instance is created with: pools, and journals that write as the options say. The options
-// must outlive the journals.
+// The services with which an instance is created: pools, and journals that pass lines to the
+// journal function of the options. The options must outlive the journals.
 struct InstanceServices : vxfnc::KernelServices {
   explicit InstanceServices(const vxk_open_options& open_options) noexcept;
   const vxk_open_options& options;

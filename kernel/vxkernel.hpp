@@ -1,12 +1,12 @@
-// vxkernel.h for C++17 and later: the same functions with owners, spans and string views.
+// A C++17 wrapper of vxkernel.h: the same functions with owning classes, spans and string views.
 //
-//   vxkernel::Kernel kernel;  // the module beside this program, or Kernel("path/to/vxfnc.so")
+//   vxkernel::Kernel kernel;  // finds the module; or Kernel kernel("path/to/vxfnc.so")
 //   vxkernel::Call sln = kernel.prepare("SLN", 3);
 //   sln[1] = 10000, sln[2] = 1000, sln[3] = 5;
 //   double depreciation = sln.run().value;  // 1800
 //
-// Evaluating never throws; opening, preparing, copying and setting texts may. What the functions
-// do, their ranges and units are in vxkernel.h.
+// Evaluating never throws. Opening, preparing, copying and setting arguments may throw. vxkernel.h
+// documents what the functions do, and the ranges and units of their parameters.
 #ifndef VXKERNEL_HPP
 #define VXKERNEL_HPP
 
@@ -26,7 +26,7 @@
 
 namespace vxkernel {
 
-// A view of values that are side by side: of an array, a vector, a std::span.
+// A view of contiguous values: of an array, a std::vector or a std::span.
 template <class T>
 class Span {
  public:
@@ -49,7 +49,7 @@ class Span {
   std::size_t count_ = 0;
 };
 
-// An argument: a number, the missing value or UTF-8 text, which is not copied.
+// An argument: a number, the missing value or a UTF-8 text. Texts are not copied.
 struct Argument : vxk_value {
   Argument(double value) noexcept : vxk_value{value, nullptr, 0} {}  // NOLINT: a list of values is
   Argument(std::string_view value) noexcept                          // a list of arguments
@@ -59,11 +59,11 @@ struct Argument : vxk_value {
   static Argument missing() noexcept { return std::numeric_limits<double>::quiet_NaN(); }
 };
 
-// What came of a call.
+// The result of a call.
 struct Result {
   int status = VXK_OK;
   double value = std::numeric_limits<double>::quiet_NaN();
-  std::int32_t argument = 0;  // that is invalid, from 1; 0: none
+  std::int32_t argument = 0;  // the one that is invalid or missing, from 1; 0 if none is
 
   [[nodiscard]] bool ok() const noexcept { return status == VXK_OK; }
 };
@@ -80,12 +80,12 @@ struct Version {
   int major, minor, release;
 };
 
-// A vxk_call and its owner.
+// Owns a vxk_call.
 class Call {
  public:
   explicit Call(vxk_call* call) noexcept : call_(call), numbers_(vxk_arguments(call)) {}
 
-  // The number of an argument, counted from 1.
+  // The numeric value of an argument. Arguments are numbered from 1.
   double& operator[](std::size_t argument) noexcept { return numbers_[argument - 1]; }
 
   void set_text(std::int32_t argument, std::string_view text) {
@@ -103,7 +103,7 @@ class Call {
     result.status = vxk_run(call_.get(), &result.value, &result.argument);
     return result;
   }
-  // One column per argument.
+  // vxk_evaluate_columns: columns has one column per argument.
   int run(Span<vxk_column> columns, std::int64_t rows, const vxk_results& results,
           const vxk_options* options = nullptr, vxk_report* report = nullptr) noexcept {
     return vxk_evaluate_columns(call_.get(), columns.data(), rows, &results, options, report);
@@ -123,13 +123,13 @@ class Call {
   double* numbers_;
 };
 
-// A vxk_kernel and its owner.
+// Owns a vxk_kernel.
 class Kernel {
  public:
-  // Takes each line that the module reports. What it throws is dropped.
+  // Receives each line that the module reports. Exceptions that it throws are ignored.
   using Journal = std::function<void(std::string_view line)>;
 
-  // An empty path looks for the module by the place of this program or library. Throws Error.
+  // Loads the module. If the path is empty, vxk_open looks for the module. Throws Error.
   explicit Kernel(const std::string& module_path = {}, Journal journal = {})
       : journal_(journal ? std::make_unique<Journal>(std::move(journal)) : nullptr) {
     vxk_open_options options{};
@@ -159,7 +159,7 @@ class Kernel {
     return names;
   }
 
-  // Throws Error: there is no such keyword or function.
+  // Throws Error if there is no such keyword or function.
   [[nodiscard]] Call prepare(const std::string& keyword, std::size_t arguments,
                              const char* function = nullptr) const {
     vxk_call* call = nullptr;
@@ -172,7 +172,7 @@ class Kernel {
     return Call(call);
   }
 
-  // One call that is not prepared.
+  // Evaluates one call without preparing it.
   [[nodiscard]] Result evaluate(const char* function, std::string_view keyword,
                                 Span<Argument> arguments) const noexcept {
     Result result;
@@ -184,7 +184,7 @@ class Kernel {
     return result;
   }
 
-  // groups + 1 offsets.
+  // There is one offset more than there are groups.
   int evaluate_lists(const std::string& keyword, Span<vxk_column> columns,
                      Span<std::int64_t> offsets, const vxk_results& results,
                      const vxk_options* options = nullptr, vxk_report* report = nullptr) const {
@@ -205,7 +205,7 @@ class Kernel {
   static void report(void* journal, const char* line, std::size_t length) {
     try {
       (*static_cast<Journal*>(journal))(std::string_view(line, length));
-    } catch (...) {  // nothing may pass through the module
+    } catch (...) {  // an exception must not pass through the module
     }
   }
 
@@ -215,9 +215,10 @@ class Kernel {
   std::unique_ptr<Journal> journal_;  // outlives the kernel
   std::unique_ptr<vxk_kernel, Closer> kernel_;
 };
-static_assert(sizeof(Argument) == sizeof(vxk_value), "an array of arguments is one of values");
+static_assert(sizeof(Argument) == sizeof(vxk_value),
+              "an array of Argument is also an array of vxk_value");
 
-// A column of doubles, one after the other.
+// A column of contiguous doubles.
 inline vxk_column column(const double* values, bool is_list = false) noexcept {
   vxk_column column{};
   column.size = sizeof column;
@@ -228,7 +229,7 @@ inline vxk_column column(const double* values, bool is_list = false) noexcept {
   return column;
 }
 
-// One double for all rows.
+// A column in which all rows have the same value.
 inline vxk_column constant(const double* value) noexcept {
   vxk_column same = column(value);
   same.stride = 0;
