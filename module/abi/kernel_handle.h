@@ -1,4 +1,5 @@
-// The module's one mutable global: the kernel handle, recorded at load and null before.
+// The only writable global of the module: the kernel handle. It is null until the kernel records a
+// handle.
 #pragma once
 
 #include "abi/kernel_records.h"

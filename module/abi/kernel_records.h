@@ -1,7 +1,8 @@
-// Records and operation tables that the host kernel and the module share. The kernel fixes them:
-// positions count 8-byte words from 0, the compiler checks each one, and no word ever moves.
-// An object is a pointer to its own table; the operation in a word is called with the object first.
-// Only the low 32 bits of a service's answer are read, so such operations return 32-bit integers.
+// Records and operation tables that the kernel and the module share. The kernel defines their
+// layout, which never changes. Positions are given as 8-byte words, counted from 0; static
+// assertions at the end check each position. An object is a pointer to its own operation table.
+// Each operation has the object as its first parameter. Of the values that services return, only
+// the low 32 bits are defined, so these operations are declared with 32-bit results.
 #pragma once
 
 #include <bit>
@@ -13,19 +14,22 @@ namespace vxfnc {
 
 using WideChar = char32_t;  // the kernel's wide character: 4 bytes
 
-// The kernel's missing value. Any NaN that is read counts as missing; this one is written.
+// The kernel's missing value. When the module reads a number, every NaN is a missing value. When it
+// stores a missing value, it stores this NaN.
 inline constexpr std::uint64_t kMissingBits = 0xFFFFFE0000000000;
 inline constexpr double MISSING = std::bit_cast<double>(kMissingBits);
 
 enum [[nodiscard]] Status : std::int32_t{
     STATUS_SUCCESS = 0,
-    STATUS_MISSING_ARG = 120833,  // an argument holds a missing value
-    STATUS_BAD_ARG = 120836,      // an argument is absent or invalid, or the calculation failed
-    STATUS_NO_STORAGE = static_cast<std::int32_t>(0x8001D811),  // working storage was refused
-    STATUS_UNPAIRED = 1,                                        // amounts and dates do not pair
+    STATUS_MISSING_ARG = 120833,  // an argument is a missing value
+    // An argument is a null pointer or invalid, or the calculation failed.
+    STATUS_BAD_ARG = 120836,
+    STATUS_NO_STORAGE = static_cast<std::int32_t>(0x8001D811),  // no memory for working storage
+    // The numbers of amounts and dates differ.
+    STATUS_UNPAIRED = 1,
 };
 
-// The kernel's allocation-failure status, sign-extended as the journal takes it.
+// The kernel's status for a failed allocation, sign-extended as the journal expects it.
 inline constexpr std::int64_t kAllocationFailure = -2143305726;  // 0x803FC002
 inline constexpr std::int64_t kFailureLevel = 4;
 inline constexpr std::uint64_t kZeroFilled = 0x80000000;  // allocation flag
@@ -55,7 +59,7 @@ struct CaseService {
   std::uint32_t (*convert)(CaseService*, std::uint64_t character, std::uint64_t to_upper);  // word 31
 };
 
-// Both the services handed to vxufinan and the kernel handle are tables of this kind.
+// The services that vxufinan receives and the kernel handle are both tables of this type.
 struct KernelServices {
   void* reserved_0[5];
   Journal* (*create_journal)(KernelServices*, const std::uint64_t* options, std::uint64_t zero,
@@ -71,7 +75,7 @@ struct KernelServices {
   CaseService* case_service;                                                     // word 27, may be null
 };
 
-// Byte-string services; lengths are in bytes, and no string is terminated.
+// Services for byte strings. Lengths are in bytes. Strings are not zero-terminated.
 struct ByteStringServices {
   void* reserved_0[54];
   std::int32_t (*upper)(ByteStringServices*, char* text, std::int64_t length,
@@ -97,26 +101,26 @@ struct CallEnvironment {
 // clang-format on
 
 enum ArgumentType : std::uint8_t { kNumberArgument = 1, kStringArgument = 2 };
-inline constexpr std::uint8_t kTypeMask = 0xFB;  // the bit of value 4 is the kernel's own
+inline constexpr std::uint8_t kTypeMask = 0xFB;  // the kernel uses the bit with value 4
 inline constexpr std::uint8_t kErrorFlag = 1;
 
 struct ArgumentSlot {
-  std::uint8_t type;   // ArgumentType once masked with kTypeMask
-  std::uint8_t flags;  // kErrorFlag marks the argument that was refused; other bits are left alone
+  std::uint8_t type;   // an ArgumentType after masking with kTypeMask
+  std::uint8_t flags;  // kErrorFlag marks the argument that is invalid; never change other bits
   const void* value;   // const double* or const StringValue*; may be null
 };
 
 struct StringValue {
   std::uint64_t reserved_0;
   std::int32_t length;     // in characters
-  const void* characters;  // WideChar or char by the function called; not terminated; may be null
+  const void* characters;  // WideChar for FINANCE, char for FINANCE#; not terminated; may be null
 };
 
-// One evaluation. The slots, keyword first, follow the header: call->slots()[count - 1] is the
-// last.
+// The record of one evaluation. The slots follow this header: slots()[0] is the keyword,
+// slots()[count - 1] is the last argument.
 struct FinanceCall {
   std::uint64_t reserved_0[4];
-  std::int32_t count;  // arguments, keyword included
+  std::int32_t count;  // number of slots: the keyword and the arguments
 
   ArgumentSlot* slots() noexcept;
 };
@@ -125,7 +129,7 @@ inline ArgumentSlot* FinanceCall::slots() noexcept {
   return reinterpret_cast<ArgumentSlot*>(reinterpret_cast<std::byte*>(this) + kFirstSlotOffset);
 }
 
-// An entry point for evaluations: the status, sign-extended.
+// A function that evaluates a call. It returns the status, sign-extended.
 using Dispatcher = std::int64_t(FinanceCall*, double* result, CallEnvironment*);
 
 struct FunctionDescriptor {
@@ -151,7 +155,7 @@ struct ModuleInstance {
   void* reserved_7[4];
   MemoryPool* pool;
   Journal* journal;                     // may be null
-  std::uint64_t journal_needs_closing;  // set by the kernel only
+  std::uint64_t journal_needs_closing;  // only the kernel sets it
   void* reserved_14;
   const FunctionList* functions;
 };

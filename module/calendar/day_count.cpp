@@ -9,7 +9,8 @@ namespace {
 constexpr double kAbsurdRatio = std::numeric_limits<double>::max();
 constexpr std::int64_t kAbsurdCount = std::int64_t{1} << 53;
 
-// Leap years up to and including a year, less those before year 1. Shifts round down, also below 0.
+// Counts the leap years from year 1 up to and including `year`; negative for earlier years. Shifts
+// round down, also below 0.
 constexpr std::int64_t leap_years_through(std::int64_t year) noexcept {
   const std::int64_t centuries = year / 100 - (year % 100 < 0 ? 1 : 0);
   return (year >> 2) - centuries + (centuries >> 2);
@@ -17,7 +18,8 @@ constexpr std::int64_t leap_years_through(std::int64_t year) noexcept {
 static_assert(leap_years_through(2000) - leap_years_through(1899) == 25);
 static_assert(leap_years_through(0) - leap_years_through(-4) == 1);
 
-// Mean length of the years from first to last, of which `leap` count 366 days. No year, no length.
+// Returns the mean length of the years from first to last, of which `leap` have 366 days. Returns
+// NaN if there are no years.
 double mean_year(std::int64_t first, std::int64_t last, std::int64_t leap) noexcept {
   const std::int64_t years = std::max<std::int64_t>(last - first + 1, 0);
   return static_cast<double>(365 * (years - leap) + 366 * leap) / static_cast<double>(years);
@@ -30,7 +32,8 @@ double mean_gregorian_year(const CalendarDate& start, const CalendarDate& end) n
   return mean_year(first, last, leap_years_through(last) - leap_years_through(first - 1));
 }
 
-// A leap year at either end of the span has 366 days only when its 29 February can lie inside.
+// The first or last year of the span counts 366 days only if its 29 February can be inside the
+// span.
 double mean_spanned_year(const CalendarDate& start, const CalendarDate& end) noexcept {
   const std::int64_t first = start.year;
   const std::int64_t last = end.year;
@@ -67,12 +70,14 @@ std::int64_t zdays360(const CalendarDate& start, const CalendarDate& end, int me
   if (start.dayNumber == end.dayNumber) return 0;
   if (day == 31 && end.day < 30) ToTheFirstOfTheNextMonth(day, month, year);
   const bool ends_february = end.month == 2 && end.day == zlastDay(end.year, 2);
-  return static_cast<std::int32_t>(days_to(ends_february ? 30 : std::min(end.day, 30)));  // 32 bits
+  // The result keeps its low 32 bits.
+  return static_cast<std::int32_t>(days_to(ends_february ? 30 : std::min(end.day, 30)));
 }
 
 namespace {
 
-// Both measurements differ in their flags and in the year length of basis 1 only.
+// Both public functions use this one. They differ only in their flags and in the year length of
+// basis 1.
 void measure(const CalendarDate& start, const CalendarDate& end, DayCountTerms& terms,
              bool count_end_31, double (*actual_year)(const CalendarDate&, const CalendarDate&)) {
   switch (terms.basis) {

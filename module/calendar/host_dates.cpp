@@ -12,7 +12,8 @@ namespace {
 constexpr double kFirstYear = 1582.0;
 constexpr double kLastYear = 20000.0;
 
-// Month lengths, January first. February holds 0: its users add 28 and the leap-year bit.
+// The lengths of the months from January on. February has 0 here, because callers add 28 and the
+// leap-year bit.
 constexpr std::int32_t dpm[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 constexpr int leap_bit(std::int64_t year) noexcept {
@@ -23,14 +24,15 @@ constexpr int length_of(int month, std::int64_t year) noexcept {
   return month == 2 ? 28 + leap_bit(year) : dpm[month - 1];
 }
 
-// The date value of the day before 1 January of a year.
+// Returns the date value of the day before 1 January of a year.
 constexpr std::int64_t before(std::int64_t year) noexcept {
   const std::int64_t y = year - 1;
   return 365 * year + y / 4 - y / 100 + y / 400 - y / 4000 - 715875;
 }
 static_assert(before(1960) == -1 && before(1582) == -138062 && before(20001) == 6589335);
 
-// The first of the hundred years that two-digit years stand for.
+// Returns the kernel option VX_NAME_YEARCUTOFF: the first of the hundred years to which two-digit
+// years belong.
 std::int64_t year_cutoff() noexcept {
   constexpr std::int64_t kDefault = 1950;
   constexpr std::uint64_t kInteger = 3;
@@ -40,7 +42,7 @@ std::int64_t year_cutoff() noexcept {
     Exported_VXHandle->get_option(Exported_VXHandle, U"VX_NAME_YEARCUTOFF", 18, kInteger, &cutoff,
                                   &size);
   }
-  constexpr std::int64_t kNoYear = 1000000;  // what is further out is no year
+  constexpr std::int64_t kNoYear = 1000000;  // larger option values are invalid
   return cutoff > -kNoYear && cutoff < kNoYear ? cutoff : kDefault;
 }
 
@@ -53,10 +55,10 @@ std::int64_t widened(std::int64_t year) noexcept {
 
 struct YearAndDay {
   std::int64_t year;
-  double day;  // of the year
+  double day;  // day of the year
 };
 
-// Takes a Julian number apart; nothing when it is rejected.
+// Splits a Julian number; returns nothing if it is invalid.
 std::optional<YearAndDay> parted(double julian) noexcept {
   if (!(julian > 0.0 && julian <= kLastYear * 1000.0 + 365.0)) return std::nullopt;
   std::int64_t year = static_cast<std::int64_t>(julian) / 1000;
@@ -111,7 +113,7 @@ double vxfmtzjuldat(double date) {
   if (!(date >= first && date < beyond)) return MISSING;
   const auto day = static_cast<std::int64_t>(std::floor(date));
   constexpr double kMeanYear = 365.2425;
-  // Never too late, and a year or two too early.
+  // This estimate is never later than the right year, and at most two years earlier.
   std::int64_t year =
       1958 + static_cast<std::int64_t>(std::floor(static_cast<double>(day) / kMeanYear));
   while (vxfnc::before(year + 1) < day) ++year;

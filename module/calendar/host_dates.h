@@ -1,10 +1,10 @@
-// The kernel's own date formats: date values (days from 1 January 1960), calendar triples and
-// "Julian" numbers, year * 1000 + day of the year. All are exported; MISSING is the answer to
-// everything they reject, except that vxfmtzjuldat hands back a NaN as it is.
+// Conversions between the kernel's date formats: date values (days since 1 January 1960), triples
+// of year, month and day, and "Julian" numbers (year * 1000 + day of the year). All functions are
+// exported. They return MISSING for an invalid date; vxfmtzjuldat returns a NaN unchanged.
 //
-// Years from 0 to 99 are two-digit years of the hundred years that the kernel's option
-// VX_NAME_YEARCUTOFF opens, from 1950 on where there is no kernel. Four-digit years reach from 1582
-// to 20000, and years divisible by 4000 are common years here.
+// Years from 0 to 99 are two-digit years. They belong to the hundred years that begin with the
+// kernel option VX_NAME_YEARCUTOFF, or with 1950 if there is no kernel. Other years must be from
+// 1582 to 20000. Here, years divisible by 4000 are common years.
 #pragma once
 
 #pragma GCC visibility push(default)

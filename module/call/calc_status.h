@@ -1,4 +1,4 @@
-// What a calculation routine zCompute<KEYWORD> returns.
+// The status that a calculation routine zCompute<KEYWORD> returns.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace vxfnc {
 enum CalcStatus : std::int32_t {
   kDone = 0,
   kCannotBeComputed = 1,
-  kYieldTooLow = 2,  // nothing is left of 1 + yield a period
+  kYieldTooLow = 2,  // 1 + yield per period is 0, nearly 0 or negative
 };
 
 }  // namespace vxfnc

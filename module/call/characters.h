@@ -1,6 +1,6 @@
-// The character operations that the dispatchers and the argument reader need, once for the wide
-// characters of FINANCE and once for the byte strings of FINANCE#. Both have the same members, so
-// that everything above is written once for both widths. All lengths passed in are 0 or more.
+// The character operations of the dispatchers and of the argument reader: WideCharacters for
+// FINANCE and ByteCharacters for FINANCE#. Both classes have the same members, so that callers can
+// be templates for both widths. All lengths that are passed in are 0 or more.
 #pragma once
 
 #include <algorithm>
@@ -12,8 +12,9 @@ namespace vxfnc {
 
 enum class Width : std::uint8_t { kWide, kByte };
 
-// What a caller of `copy` may copy at the most, and must have room for: byte strings are padded to
-// this length, wide ones are not padded. Where the service is missing, nothing is copied.
+// The target of `copy` must have room for this many characters, and the source must not be longer.
+// Byte strings are padded with blanks to this length; wide strings are not padded. Without the copy
+// service, nothing is copied.
 inline constexpr std::int64_t kCopyRoom = 16;
 
 class WideCharacters {
@@ -33,8 +34,9 @@ class WideCharacters {
   }
 };
 
-// An environment that lacks a service cannot read byte strings: every text then counts as empty, or
-// equals nothing. Lengths that a service answers are held inside the string they were asked for.
+// If the environment does not have a service, byte strings cannot be read: every text is then empty
+// or differs from all others. Lengths that a service returns are limited to the length of the
+// string.
 class ByteCharacters {
  public:
   using Char = char;

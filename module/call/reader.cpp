@@ -1,4 +1,4 @@
-// Refusals, and the day-count basis by number and by keyword.
+// Rejects invalid arguments, and reads the day-count basis, which is a number or a text.
 #include "call/reader.h"
 
 #include <algorithm>
@@ -39,7 +39,7 @@ Status Reader::fail(Status status) noexcept {
   return status_ = status;
 }
 
-void Reader::refuse(Status status, std::int64_t slot) noexcept {
+void Reader::reject(Status status, std::int64_t slot) noexcept {
   slots_[slot].flags |= kErrorFlag;
   status_ = fail(status);
 }
@@ -49,7 +49,7 @@ BasisCode Reader::basis(std::int64_t slot) noexcept {
   const int type = slots_[slot].type & kTypeMask;
   if (type == kNumberArgument) {
     if (!has_number(slot)) return kBasisActual;
-    const double value = *number_at(slot);  // not a whole-number test: 2.7 is 2, -0.5 is 0
+    const double value = *number_at(slot);  // need not be whole, on purpose: 2.7 is 2, -0.5 is 0
     if (require(value > -1.0 && value < 5.0, slot)) return static_cast<BasisCode>(value);
   } else if (type == kStringArgument) {
     return width_ == Width::kWide ? basis_keyword<WideCharacters>(slot)
@@ -76,7 +76,7 @@ BasisCode Reader::basis_keyword(std::int64_t slot) noexcept {
   characters.upper(text, length);
   const std::int64_t trimmed = characters.trim(text, length);
   for (const auto& key : Keys<Char>) {
-    // Trailing blanks are forgiven once more, for services that leave some.
+    // Some services leave trailing blanks, so they are ignored here.
     const std::int64_t compared = length == key.length ? length : trimmed;
     if (compared == key.length && characters.equal(text, compared, key.keyword, key.length)) {
       return key.code;

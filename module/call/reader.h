@@ -1,9 +1,11 @@
-// The argument reader: every handler fnc_<KEYWORD> takes one and reads top to bottom.
+// The argument reader. Every handler fnc_<KEYWORD> reads its arguments through one.
 //
-// The first refusal wins: it stores MISSING, marks the argument and fixes the status. Every later
-// reading is then a no-op that answers a value inside the range it promises, so that a handler may
-// go on to its one check, `if (!in.ok()) return in.status();`. The order of lines is therefore the
-// order of refusals. Slots count the keyword as 0; dates are answered as day numbers.
+// The first invalid argument decides the outcome: the reader stores MISSING as the result, marks
+// the argument and sets the status. After that, every read function does nothing and returns some
+// value of its documented range. A handler can therefore read all arguments and then check once:
+// `if (!in.ok()) return in.status();`. If several arguments are invalid, the one that is read first
+// is marked, so the order of the lines of a handler matters. Slot 0 is the keyword. Dates are
+// returned as day numbers.
 #pragma once
 
 #include <cmath>
@@ -18,8 +20,8 @@ namespace vxfnc {
 
 class Reader {
  public:
-  // count is the argument count, keyword included; row is the keyword's row in FinancialList. No
-  // handler depends on the row.
+  // count is the number of arguments, including the keyword; row is the row of the keyword in
+  // FinancialList. No handler uses the row.
   Reader(CallEnvironment* environment, FinanceCall* call, double* result, std::int64_t count,
          std::int64_t row, Width width) noexcept
       : environment_(environment),
@@ -34,32 +36,34 @@ class Reader {
   [[nodiscard]] std::int64_t count() const noexcept { return count_; }
   [[nodiscard]] std::int64_t row() const noexcept { return row_; }
 
-  // True when the argument is part of the call, whatever it holds.
+  // True if the call has the argument, whatever its value.
   [[nodiscard]] bool given(std::int64_t slot) const noexcept { return slot < count_; }
-  // True when the argument is part of the call and holds a number that is not missing.
+  // True if the call has the argument and its value is a number that is not missing.
   [[nodiscard]] bool has_number(std::int64_t slot) const noexcept {
     return given(slot) && number_at(slot) != nullptr && !std::isnan(*number_at(slot));
   }
 
-  // True when the argument is part of the call and missing, which a null pointer is not.
+  // True if the call has the argument and its value is missing. A null pointer is not a missing
+  // value.
   [[nodiscard]] bool is_missing(std::int64_t slot) const noexcept {
     return given(slot) && number_at(slot) != nullptr && std::isnan(*number_at(slot));
   }
 
-  // Refuses the argument unless the condition holds.
+  // Rejects the argument unless the condition holds.
   bool require(bool holds, std::int64_t slot) noexcept {
-    if (ok() && !holds) refuse(STATUS_BAD_ARG, slot);
+    if (ok() && !holds) reject(STATUS_BAD_ARG, slot);
     return ok();
   }
 
-  // A number: neither absent nor missing. 1.0 after a refusal.
+  // Reads a number. Rejects a null pointer and a missing value. Returns 1.0 if an argument was
+  // rejected.
   double number(std::int64_t slot) noexcept {
     if (!ok()) return 1.0;
     const double* const value = number_at(slot);
     if (value == nullptr) {
-      refuse(STATUS_BAD_ARG, slot);
+      reject(STATUS_BAD_ARG, slot);
     } else if (std::isnan(*value)) {
-      refuse(STATUS_MISSING_ARG, slot);
+      reject(STATUS_MISSING_ARG, slot);
     } else {
       return *value;
     }
@@ -75,14 +79,14 @@ class Reader {
   double positive_or(std::int64_t slot, double fallback) noexcept {
     return given(slot) ? positive(slot) : fallback;
   }
-  // Forgiving reading of an optional number: the fallback also stands in for an absent or missing
-  // one, and nothing is refused.
+  // Reads an optional number and rejects nothing: returns the fallback if the argument is omitted,
+  // a null pointer or missing.
   double number_if_any(std::int64_t slot, double fallback) const noexcept {
     return has_number(slot) ? *number_at(slot) : fallback;
   }
 
-  // A whole number, truncated toward zero. The tolerance is relative and the truncation lopsided
-  // on purpose: 5.0000000000001 is 5, 4.9999999999999 is refused.
+  // Reads a whole number, which is truncated toward zero. The tolerance is relative and works in
+  // one direction only, on purpose: 5.0000000000001 is 5, but 4.9999999999999 is rejected.
   std::int64_t whole(std::int64_t slot) noexcept {
     const double value = number(slot);
     if (!require(value >= kLeastWhole && value <= kMostWhole, slot)) return 1;
@@ -90,7 +94,7 @@ class Reader {
     const double difference = std::fabs(value - static_cast<double>(truncated));
     return require(difference <= kWholeTolerance * std::fabs(value), slot) ? truncated : 1;
   }
-  // A whole number that is kept in 32 bits: its low 32 bits, at least `least`.
+  // Reads a whole number and keeps its low 32 bits, which must be at least `least`.
   std::int32_t integer(std::int64_t slot, std::int32_t least) noexcept {
     const auto value = static_cast<std::int32_t>(whole(slot));
     return require(value >= least, slot) ? value : least;
@@ -98,8 +102,8 @@ class Reader {
   std::int32_t integer_or(std::int64_t slot, std::int32_t least, std::int32_t fallback) noexcept {
     return given(slot) ? integer(slot, least) : fallback;
   }
-  // A choice such as a payment type: a 32-bit whole number without any tolerance. The fallback
-  // also stands in for an absent or missing one.
+  // Reads a choice such as a payment type: a whole number of 32 bits, without tolerance. Returns
+  // the fallback if the argument is omitted, a null pointer or missing.
   std::int32_t choice_if_any(std::int64_t slot, std::int32_t fallback) noexcept {
     if (!has_number(slot)) return fallback;
     const double value = *number_at(slot);
@@ -107,15 +111,15 @@ class Reader {
     return static_cast<std::int32_t>(value);
   }
 
-  // A date, as its day number.
+  // Reads a date and returns its day number.
   std::int64_t date(std::int64_t slot) noexcept { return whole(slot) + kDayNumberOfDateZero; }
 
-  // The optional day-count basis, by number or by keyword. An omitted basis is 30/360; one that is
-  // given but missing is ACTUAL: the difference is intended.
+  // Reads the optional day-count basis, a number or a text. If the basis is omitted, it is 30/360.
+  // If it is a missing value or a null pointer, it is ACTUAL. The difference is intended.
   BasisCode basis(std::int64_t slot) noexcept;
 
-  // The two ways out of a handler that has read its arguments: a value, or a calculation that
-  // cannot be carried out (MISSING is stored and no argument is marked).
+  // A handler whose arguments are valid ends with one of these two functions. `store` stores the
+  // result. `fail` reports that there is no result: it stores MISSING and marks no argument.
   Status store(double value) noexcept {
     if (result_ != nullptr) *result_ = value;
     return STATUS_SUCCESS;
@@ -123,7 +127,7 @@ class Reader {
   Status fail(Status status = STATUS_BAD_ARG) noexcept;
 
  private:
-  static constexpr double kLeastWhole = -0x1p63;  // below, nothing truncates to 64 bits
+  static constexpr double kLeastWhole = -0x1p63;  // smaller numbers do not fit into 64 bits
   static constexpr double kMostWhole = 0x1p53;
   static constexpr double kWholeTolerance = 1e-12;
 
@@ -133,7 +137,7 @@ class Reader {
     return static_cast<const double*>(slots_[slot].value);
   }
 
-  [[gnu::cold]] void refuse(Status status, std::int64_t slot) noexcept;
+  [[gnu::cold]] void reject(Status status, std::int64_t slot) noexcept;
   template <class Characters>
   BasisCode basis_keyword(std::int64_t slot) noexcept;
 
@@ -146,7 +150,7 @@ class Reader {
   Status status_ = STATUS_SUCCESS;
 };
 
-// A handler reads its arguments, has its value calculated and stores it.
+// A handler reads the arguments, calls the calculation and stores the result.
 using Handler = Status (*)(Reader& in) noexcept;
 
 }  // namespace vxfnc

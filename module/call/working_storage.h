@@ -1,6 +1,6 @@
-// Storage for the length of one call: from a pool of the kernel's that is made for it and destroyed
-// with it, whichever way the call ends; from the heap where there is no kernel handle, or none that
-// makes pools.
+// Memory for the duration of one call. It comes from a kernel pool that the constructor creates and
+// the destructor destroys. If there is no kernel handle, or if the handle cannot create pools, it
+// comes from the heap.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class WorkingStorage {
   WorkingStorage(const WorkingStorage&) = delete;
   WorkingStorage& operator=(const WorkingStorage&) = delete;
 
-  // Zero-filled; null when it was refused.
+  // Zero-filled memory; null if it could not be allocated.
   [[nodiscard]] void* get() const noexcept { return storage_; }
 
  private:

@@ -1,5 +1,5 @@
-// Cash flows on any dates. Time runs in years of exactly 365 days from the first flow listed, which
-// is never discounted; others may come before it.
+// Cash flows on any dates. Time is measured in years of exactly 365 days from the first flow of the
+// list, which is never discounted. Later flows of the list may have earlier dates.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -13,17 +13,17 @@
 namespace vxfnc::cashflow {
 namespace {
 
-// `count` flows, at least one, in argument order.
+// At least one flow, in the order of the arguments.
 struct DatedFlowRecord {
   std::int32_t count = 0;
   const double* amounts = nullptr;
   const std::int64_t* days = nullptr;
-  double rate = 0.0;  // of XNPV; where XIRR is to start
+  double rate = 0.0;  // the rate of XNPV, or the guess of XIRR
   std::int32_t rate_given = 0;
   double irr = 0.0;
   double npv = 0.0;
 
-  // Only the farthest days are further apart than 64 bits hold.
+  // The difference of extreme day numbers may not fit into 64 bits.
   [[nodiscard]] double days_from(std::int32_t j, std::int32_t k) const noexcept {
     std::int64_t difference = 0;
     if (__builtin_sub_overflow(days[k], days[j], &difference)) {
@@ -74,7 +74,8 @@ bool solve_from(DatedFlowRecord& flows, double start) noexcept {
   return true;
 }
 
-// Amounts of one sign have no rate, although a search may come to rest on its lowest point.
+// If all amounts have the same sign, there is no rate, but the search may still end at its lowest
+// point.
 bool has_both_signs(const DatedFlowRecord& flows) noexcept {
   const double* const end = flows.amounts + flows.count;
   return std::any_of(flows.amounts, end, [](double amount) { return amount < 0.0; }) &&
@@ -87,7 +88,7 @@ XirrStatus zComputeXIRR(DatedFlowRecord& flows) noexcept {
   if (solve_from(flows, flows.rate_given != 0 ? flows.rate : 0.0)) return kDone;
   if (solve_from(flows, kLowStart)) return kDone;
 
-  // A third start from the first and the last flow that count for anything.
+  // The third start is computed from the earliest and the latest flow that are not close to 0.
   constexpr double kSmallest = 1.0536712127723509e-08;
   constexpr std::int32_t kNone = -1;
   std::int32_t first = kNone;
@@ -104,7 +105,7 @@ XirrStatus zComputeXIRR(DatedFlowRecord& flows) noexcept {
   return solve_from(flows, zexpm1(s)) ? kDone : kNoRoot;
 }
 
-// The arrays of a call: in the frame for up to 100 flows, else from the kernel.
+// The arrays of a call. For up to 100 flows they are on the stack, for more in working storage.
 class FlowArrays {
  public:
   explicit FlowArrays(std::int64_t count) noexcept {
@@ -115,7 +116,7 @@ class FlowArrays {
     days = reinterpret_cast<std::int64_t*>(amounts + (amounts == nullptr ? 0 : count));
   }
 
-  double* amounts = frame_amounts_;  // null when storage was refused
+  double* amounts = frame_amounts_;  // null if out of memory
   std::int64_t* days = frame_days_;
 
  private:
@@ -126,7 +127,8 @@ class FlowArrays {
   std::optional<WorkingStorage> storage_;
 };
 
-// Reads amount and date of each flow in turn; amounts begin at a slot, dates follow them.
+// Reads the amount and the date of each flow in turn. The amounts begin at `slot`; the dates follow
+// the amounts.
 void read_flows(Reader& in, std::int64_t slot, std::int64_t count, FlowArrays& arrays,
                 DatedFlowRecord& flows) noexcept {
   for (std::int64_t k = 0; k < count && in.ok(); ++k) {
@@ -142,7 +144,7 @@ void read_flows(Reader& in, std::int64_t slot, std::int64_t count, FlowArrays& a
 
 // XNPV(rate, amount ..., date ...)
 Status fnc_XNPV(Reader& in) noexcept {
-  if (in.count() % 2 != 0) return STATUS_UNPAIRED;  // nothing is stored
+  if (in.count() % 2 != 0) return STATUS_UNPAIRED;  // the result is not changed
   const std::int64_t count = (in.count() - 2) / 2;
   if (count == 0) return in.fail();
   DatedFlowRecord flows;

@@ -12,7 +12,8 @@ namespace {
 
 constexpr int kMostIterations = 40;
 
-// Value and derivatives of a polynomial by Horner's scheme; coefficients stand `stride` apart.
+// The value and the derivatives of a polynomial by Horner's scheme. `stride` is the distance
+// between coefficients in the array.
 struct Taylor {
   double value = 0.0;
   double first = 0.0;
@@ -31,19 +32,19 @@ Taylor horner(double x, const double* last, std::int64_t degree, std::ptrdiff_t 
   return t;
 }
 
-// |value|, its exponent added back; it may be infinite.
+// Returns |value| * e^exponent, which may be infinite.
 double magnitude(const PolynomialState& p) noexcept {
   return p.exponent == 0.0 ? std::fabs(p.value)
                            : std::exp(std::log(std::fabs(p.value)) + p.exponent);
 }
 
-// True where the value is lost in the rounding of its evaluation.
+// True if the value is so small that it may be rounding error only.
 bool is_noise(double x, const PolynomialState& p) noexcept {
   constexpr double kNoise = 0x1p-42;
   return std::pow(std::fabs(x), static_cast<double>(p.degree)) * p.largest < kNoise * p.scale;
 }
 
-// The polynomial of n flows, no zero at either end.
+// Returns the polynomial of n flows, the first and last of which are not 0.
 PolynomialState polynomial_of(const double* flows, std::int64_t n) noexcept {
   PolynomialState p;
   p.degree = n - 1;
@@ -51,8 +52,8 @@ PolynomialState polynomial_of(const double* flows, std::int64_t n) noexcept {
   return p;
 }
 
-// One sign change: flows before it, and from it on, are each of one sign, and
-// ln|before(v)| - ln|after(v)| - k ln v has one root in u = ln v.
+// Solves for flows with one sign change, at index k. The flows before k have one sign, and the
+// flows from k on have the other. With u = ln v, ln|before(v)| - ln|after(v)| - k u has one root.
 std::int32_t solve_single_change(const double* flows, std::int64_t n, double& v) noexcept {
   std::int64_t k = 1;
   while (k < n && (flows[k] == 0.0 || std::signbit(flows[k]) == std::signbit(flows[0]))) ++k;
@@ -68,7 +69,7 @@ std::int32_t solve_single_change(const double* flows, std::int64_t n, double& v)
   double u = 0.0;
   v = 1.0;
   for (int i = 0; i < kMostIterations; ++i) {
-    if (i == 0 || k > 1) log_before = log_at(before);  // a single flow is the same for every v
+    if (i == 0 || k > 1) log_before = log_at(before);  // for k = 1 it is the same for every v
     const double value = log_before - log_at(after) - shift * u;
     const double slope = v * before.first / before.value - v * after.first / after.value - shift;
     const double step = value / slope;
@@ -80,11 +81,11 @@ std::int32_t solve_single_change(const double* flows, std::int64_t n, double& v)
   return kIrrNotConverged;
 }
 
-// Where a bounded search looks: in (0, 1], or beyond 1.
+// The interval of a bounded search: (0, 1], or the numbers above 1.
 struct Interval {
   double start;
   bool (*holds)(double v);
-  double (*instead)(double v);  // of a step that leaves the interval
+  double (*instead)(double v);  // the next point if a step leaves the interval
 };
 constexpr Interval kBelowOne = {0.999999999999, [](double v) { return v > 0.0 && v <= 1.0; },
                                 [](double v) { return v / 2.0; }};
@@ -109,11 +110,12 @@ bool search(PolynomialState& p, const Interval& interval, double& v) noexcept {
   return false;
 }
 
-// Laguerre's method, from a few starts in turn.
+// Laguerre's method from several starting points, one after the other.
 bool search_everywhere(PolynomialState& p, double& v) noexcept {
   constexpr double kStarts[] = {0.99, 0.3629244535057, 0.7451947130008, 0.8310586730163,
                                 0.2762771729735};
-  constexpr int kMostSteps = 39;  // of all starts together; one more fails, even if it converges
+  // For all starting points together; the 40th step fails, even if it converges.
+  constexpr int kMostSteps = 39;
   const double a = 1.0 / static_cast<double>(p.degree);
   const double b = 1.0 - a;
   int steps = 0;
@@ -138,7 +140,7 @@ std::int32_t solve_several_changes(const double* flows, std::int64_t n, double& 
   PolynomialState p = polynomial_of(flows, n);
   p.scale = zvasum(flows, n);
   p.largest = zvamx(flows, n);
-  if (!std::isfinite(p.scale)) return kIrrNone;  // beside it, every value would pass for zero
+  if (!std::isfinite(p.scale)) return kIrrNone;  // compared with it, every value would count as 0
   if (p.scale < 1e-10 * (1e-10 * p.largest)) {
     v = 1.0;
     return kIrrFound;
@@ -159,7 +161,7 @@ std::int32_t count_sign_changes(const double* flows, std::int64_t n) noexcept {
   return changes;
 }
 
-// The rate of a discount factor.
+// Computes the rate that belongs to a discount factor.
 std::int32_t rate_of(double v, double frequency, double& rate) noexcept {
   if (!(v > 0.0)) return kIrrNoRate;
   if (frequency == 0.0) {
@@ -185,7 +187,7 @@ void EvalPol(double x, PolynomialState& p) noexcept {
     p.exponent = 0.0;
     return;
   }
-  // x^n Q(y) of the reversed polynomial Q, where y = 1 / x.
+  // Evaluates x^n Q(y), where y = 1 / x and Q has the coefficients in reverse order.
   const double y = 1.0 / x;
   const auto n = static_cast<double>(p.degree);
   const Taylor q = horner(y, c, p.degree, -1);

@@ -1,4 +1,4 @@
-// Cash flows one period apart.
+// Cash flows that are one period apart.
 #include <cmath>
 #include <limits>
 
@@ -9,7 +9,7 @@
 namespace vxfnc::cashflow {
 
 // NPV(rate, amount ...)
-// The first amount is a period away already. Amounts are read from the last to the first.
+// The first amount is due after one period. The amounts are read from the last to the first.
 Status fnc_NPV(Reader& in) noexcept {
   const double rate = in.positive(1);
   const double d = 1.0 / (1.0 + rate);
@@ -21,7 +21,7 @@ Status fnc_NPV(Reader& in) noexcept {
 }
 
 // MIRR(amount ..., finance_rate, reinvest_rate)
-// Read from the last argument to the first.
+// The arguments are read from the last to the first.
 Status fnc_MIRR(Reader& in) noexcept {
   const std::int64_t amounts = in.count() - 3;
   if (amounts < 1) return in.fail();
@@ -56,7 +56,7 @@ Status fnc_MIRR(Reader& in) noexcept {
 
 namespace {
 
-// Flow i of a call, which follows the keyword.
+// Returns flow number i of a call. Flow 0 is the argument after the keyword.
 double cashflow(std::int64_t i, const void* call) noexcept {
   return static_cast<const Reader*>(call)->number_if_any(i + 1, 0.0);
 }
@@ -64,7 +64,7 @@ double cashflow(std::int64_t i, const void* call) noexcept {
 }  // namespace
 
 // IRR(amount ...)
-// A bad amount ends the call without a mark.
+// If an amount is missing or a null pointer, the call fails and no argument is marked.
 Status fnc_IRR(Reader& in) noexcept {
   for (std::int64_t slot = 1; slot < in.count(); ++slot) {
     if (in.is_missing(slot)) return in.fail(STATUS_MISSING_ARG);

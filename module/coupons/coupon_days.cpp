@@ -5,8 +5,9 @@
 namespace vxfnc {
 namespace {
 
-// A start on a month's end opens the next month, but not from February, on purpose; an end on the
-// 30th or on a month's end then does, too.
+// If the start is the last day of a month other than February, it is replaced by the first of the
+// next month. The end is then also replaced if it is the 30th or the last day of a month. The
+// exception for February is intended.
 double coupon_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
   std::int32_t day = start.day;
   std::int32_t month = start.month;

@@ -32,7 +32,8 @@ std::optional<double> ComputeCouponProportions(const CalendarDate& start, const 
   if (!FindCouponInfo(search)) return std::nullopt;
   const CalendarDate& next = search.nextStore;
   if (zCompareDates(next, end) != kEarlier) {
-    // On a coupon date both ends of the measure are the start date: no days under basis 1, kept so.
+    // If start is a coupon date, the period by which this fraction is measured begins and ends at
+    // start. Under basis 1 the fraction is thus divided by 0 days. This is intended.
     const CalendarDate& measure_end =
         search.couponOnSettlement != nullptr ? search.onSettlementStore : next;
     return Compute1CouponProportion(start, end, search.previousStore, measure_end, terms);

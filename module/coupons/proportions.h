@@ -1,6 +1,6 @@
-// Stretches of time in coupon periods: fractions, sums of fractions, and the periods that accrued
-// interest is counted in. What schedule.h says of dates and of schedules too long to walk holds
-// here.
+// Spans of time measured in coupon periods: fractions, sums of fractions, and the periods of
+// accrued interest. The remarks of schedule.h on dates and on schedules that are too long apply
+// here too.
 #pragma once
 
 #include <cstdint>
@@ -10,18 +10,18 @@
 
 namespace vxfnc {
 
-// Which fraction of the period c..d the stretch a..b is.
+// Returns the span a..b as a fraction of the period c..d.
 double Compute1CouponProportion(const CalendarDate& a, const CalendarDate& b, const CalendarDate& c,
                                 const CalendarDate& d, DayCountTerms& terms) noexcept;
 
-// The part of the current period from settlement to the next coupon; 0 on a coupon date. No keyword
-// asks for it.
+// Returns the fraction of the current period from settlement to the next coupon, and 0 on a coupon
+// date. No keyword uses it.
 std::optional<double> ComputeFromSettlementToNextCoupon(const CalendarDate& settlement,
                                                         const CalendarDate& maturity,
                                                         DayCountTerms& terms) noexcept;
 
-// Periods, whole and part, from start to end on maturity's schedule. Nothing when there are too
-// many to walk.
+// Returns the number of periods from start to end, with fractions, on the schedule of maturity.
+// Returns nothing if there are too many periods.
 std::optional<double> ComputeCouponProportions(const CalendarDate& start, const CalendarDate& end,
                                                const CalendarDate& maturity,
                                                DayCountTerms& terms) noexcept;
@@ -29,19 +29,20 @@ std::optional<double> ComputeCouponProportions(const CalendarDate& start, const 
 struct CouponPeriod {
   CalendarDate start;
   CalendarDate end;
-  double days;  // counted for basis 1, periodDays otherwise
+  double days;  // actual days for basis 1, otherwise periodDays
 };
 
-// The quasi-coupon periods from a start to an end date, as accrued interest reads them.
+// The quasi-coupon periods between two dates, as accrued interest needs them.
 struct CouponList {
-  CouponPeriod slots[2];  // the period that holds the start, and the last one when it is another
+  // The period that contains the start, and the last period if it is a different one.
+  CouponPeriod slots[2];
   std::int32_t used;      // slots in use, 1 or 2
-  std::int64_t periods;   // from the first to the last, both counted
-  bool starts_on_coupon;  // start is a coupon date, so that the first period is whole
+  std::int64_t periods;   // the number of periods, including the first and the last
+  bool starts_on_coupon;  // true if start is a coupon date, so that the first period is complete
 };
 
-// Fills the list for a schedule stepped from the anchor, which may stand anywhere. False when there
-// are too many periods to walk.
+// Fills the list for a schedule that contains the anchor, which may be before, between or after the
+// dates. Returns false if there are too many periods.
 bool MakeTheCouponList(const CalendarDate& start, const CalendarDate& end,
                        const CalendarDate& anchor, DayCountTerms& terms, CouponList& list) noexcept;
 

@@ -10,7 +10,8 @@ namespace {
 
 constexpr double kNoFixedPeriod = std::numeric_limits<double>::max();
 
-// Schedules of whole months need no walk, between years where all dates are plain ones.
+// True if the coupons can be computed without stepping from date to date: the period must be a
+// whole number of months, and the years must be far from the ends of their range.
 bool is_monthly(const CalendarDate& settlement, const CalendarDate& maturity,
                 const DayCountTerms& terms) noexcept {
   const auto is_plain = [](std::int32_t year) { return year > 1 && year < 1000000000; };
@@ -18,7 +19,7 @@ bool is_monthly(const CalendarDate& settlement, const CalendarDate& maturity,
          is_plain(settlement.year) && is_plain(maturity.year);
 }
 
-// The schedule's day in a month: maturity's own, or the last one.
+// Returns the day of the coupon in a month: the day of maturity, or the last day of the month.
 std::int32_t coupon_day(const CalendarDate& maturity, std::int32_t year,
                         std::int32_t month) noexcept {
   if (maturity.day <= 28 && maturity.endOfMonth == 0) return maturity.day;
@@ -26,7 +27,8 @@ std::int32_t coupon_day(const CalendarDate& maturity, std::int32_t year,
   return maturity.endOfMonth != 0 || maturity.day > last_day ? last_day : maturity.day;
 }
 
-// Fills the schedule's date so many months, a year at most, from the month of `from`.
+// Sets `date` to the coupon date that is `months` months after the month of `from`. `months` is
+// from -12 to 12.
 void set_coupon(CalendarDate& date, const CalendarDate& maturity, const CalendarDate& from,
                 std::int32_t months) noexcept {
   const std::int32_t month = from.month + months;
@@ -39,7 +41,8 @@ void set_coupon(CalendarDate& date, const CalendarDate& maturity, const Calendar
   ConvertDateToJulian(date);
 }
 
-// What the walks of FindCouponInfo find, for a monthly schedule.
+// Finds the coupons around settlement on a monthly schedule. The result is the same as that of
+// walk_to_coupons.
 void find_coupons(CouponSearch& search) noexcept {
   const CalendarDate& settlement = *search.settlement;
   const CalendarDate& maturity = *search.maturity;
@@ -52,7 +55,9 @@ void find_coupons(CouponSearch& search) noexcept {
     if (settlement.day == due) {
       search.couponOnSettlement = &search.onSettlementStore;
       set_coupon(search.onSettlementStore, maturity, settlement, 0);
-      // The one before is of use only as the start of a period, and on no anniversary of maturity.
+      // The previous coupon differs from settlement only if kDaysInPeriod is requested and
+      // settlement is not an anniversary of maturity. In all other cases walk_to_coupons sets it to
+      // settlement.
       const bool is_anniversary =
           maturity.month == settlement.month && maturity.day <= settlement.day;
       const bool steps_back = (search.requests & kDaysInPeriod) != 0 && !is_anniversary;
@@ -65,8 +70,8 @@ void find_coupons(CouponSearch& search) noexcept {
   set_coupon(search.nextStore, maturity, settlement, to_next);
 }
 
-// What CountTheCoupons counts on a monthly schedule. Maturity's day is not clamped in its own
-// month.
+// Counts the coupons after settlement on a monthly schedule, as CountTheCoupons does. In the month
+// of maturity, the day of maturity is not limited to the length of the month.
 double coupons_after(const CalendarDate& settlement, const CalendarDate& maturity,
                      const DayCountTerms& terms) noexcept {
   const std::int64_t months =
@@ -78,7 +83,7 @@ double coupons_after(const CalendarDate& settlement, const CalendarDate& maturit
   return static_cast<double>(to_come * terms.frequency / 12 + 1);
 }
 
-// The record of maturity moved into another year, without regard to that year's month lengths.
+// Returns the date moved to another year. The day may be beyond the end of the month in that year.
 CalendarDate in_year(CalendarDate date, std::int64_t year) noexcept {
   date.year = static_cast<std::int32_t>(year);
   ConvertDateToJulian(date);
@@ -91,7 +96,8 @@ double coupons_between_years(const CalendarDate& from, const CalendarDate& to,
   return static_cast<double>(years) * terms.frequency;
 }
 
-// The anniversary of maturity at or before settlement; the month-end rule can carry it past.
+// Returns the anniversary of maturity at or before settlement. The month-end rule may move it after
+// settlement.
 CalendarDate anniversary(const CalendarDate& settlement, const CalendarDate& maturity) noexcept {
   const bool is_later_in_year =
       maturity.month > settlement.month ||
@@ -109,7 +115,7 @@ CalendarDate anniversary(const CalendarDate& settlement, const CalendarDate& mat
   return anchor;
 }
 
-// Settlement is the coupon date that stands `count` steps from the anchor.
+// Fills the search if settlement is a coupon date, `count` periods after the anchor.
 void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
                       std::int64_t count) noexcept {
   search.couponOnSettlement = &search.onSettlementStore;
@@ -120,7 +126,8 @@ void settle_on_coupon(CouponSearch& search, const CalendarDate& anchor,
   search.nextStore = zAdvanceDate(anchor, count + 1, *search.terms);
 }
 
-// Steps from the anchor, forward or (sign -1) backward, until settlement is passed or met.
+// Steps from the anchor, forward if sign is 1 or backward if it is -1, until a date reaches or
+// passes settlement.
 bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int sign) noexcept {
   const DayCountTerms& terms = *search.terms;
   const DateOrder passed = sign > 0 ? kLater : kEarlier;
@@ -142,7 +149,7 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   return true;
 }
 
-// Walks from maturity's anniversary to the coupons around settlement.
+// Steps from the anniversary of maturity to the coupons around settlement.
 [[gnu::noinline]] bool walk_to_coupons(CouponSearch& search) noexcept {
   const CalendarDate anchor = anniversary(*search.settlement, *search.maturity);
   switch (zCompareDates(anchor, *search.settlement)) {
@@ -159,7 +166,7 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   }
 }
 
-// Measures a request. The day counts leave their year length in periodDays; it is put back.
+// Counts the days of a request. CountTheDays overwrites periodDays, so its value is restored.
 double measured(const CalendarDate& start, const CalendarDate& end, DayCountTerms& terms) noexcept {
   const double period_days = terms.periodDays;
   CountTheDays(start, end, terms);

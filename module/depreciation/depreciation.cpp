@@ -1,4 +1,4 @@
-// The order of operations in the formulas is a contract: results are compared bit by bit.
+// Do not change the order of operations in the formulas: results must be the same to the last bit.
 #include "depreciation/depreciation.h"
 
 #include <algorithm>
@@ -11,8 +11,8 @@
 namespace vxfnc::depreciation {
 namespace {
 
-// Halves away from zero, to an integer: never a negative zero, and a value too large to have
-// fractions, or not finite, is itself.
+// Rounds to an integer, halves away from zero. The result is never a negative zero. A value that is
+// not finite, or too large to have a fraction, is returned unchanged.
 double rounded(double value) noexcept {
   const double moved = value + (value > 0.0 ? 0.5 : -0.5);
   if (!(std::fabs(moved) < 0x1p53)) return moved;
@@ -42,7 +42,7 @@ double fixed_declining_balance(double cost, double salvage, std::int32_t life, s
   for (std::int32_t p = 2; p <= std::min(period, life); ++p) {
     charge = (cost - total) * rate;
     const double next = total + charge;
-    if (same_bits(next, total)) break;  // every later charge is this one
+    if (same_bits(next, total)) break;  // all later charges are the same
     total = next;
   }
   if (period <= life) return charge;
@@ -76,8 +76,8 @@ std::optional<double> variable_balance(double cost, double salvage, double life,
     const double next_taken = taken + charge;
     if (next_taken > depreciable) return counts ? sum + (depreciable - taken) : sum;
     const double next_sum = counts ? sum + charge : sum;
-    // Once nothing is added to what was taken, all periods charge alike: those before the span
-    // need no walk, and those inside it none when the sum has settled too.
+    // If a charge no longer changes `taken`, all later charges are the same. The remaining periods
+    // before the span can then be skipped, and those inside it too if the sum no longer changes.
     const bool settled = same_bits(next_taken, taken);
     if (settled && counts && same_bits(next_sum, sum)) return sum;
     taken = next_taken;
@@ -101,12 +101,12 @@ std::optional<double> variable_balance_with_switch(double cost, double salvage, 
     if (!switched) {
       const double straight = (depreciable - taken) / (life - p);
       const double declining = (cost - taken) * factor / life;
-      switched = !(declining >= straight);  // a tie keeps the declining balance
+      switched = !(declining >= straight);  // if both are equal, there is no switch
       charge = switched ? straight : declining;
     }
     if (taken + charge > depreciable) {
-      // The test is made anew in every period, so a salvage value above the cost is charged in
-      // each of them.
+      // The test is repeated in every period, so if salvage is above the cost, the difference is
+      // added in each period.
       if (counts) sum += depreciable - taken;
       switched = true;
       charge = 0.0;
@@ -145,7 +145,7 @@ Status fnc_DB(Reader& in) noexcept {
   const std::int32_t life = in.integer(3, 1);
   const std::int32_t period = in.integer(4, 1);
   const std::int32_t months = in.integer_or(5, 1, 12);  // no upper bound
-  in.require(period - 1 <= life, 4);                    // refused after the months, on purpose
+  in.require(period - 1 <= life, 4);                    // checked after the months, on purpose
   if (!in.ok()) return in.status();
   return in.store(fixed_declining_balance(cost, salvage, life, period, months));
 }
@@ -160,7 +160,8 @@ Status fnc_DDB(Reader& in) noexcept {
   const std::int32_t period = in.integer(4, 1);
   in.require(period <= life, 4);
   double factor = in.number_if_any(5, kDoubleDeclining);
-  if (!(factor > 0.0)) factor = kDoubleDeclining;  // alone among the options, never refused
+  // Unlike other optional arguments, never rejected.
+  if (!(factor > 0.0)) factor = kDoubleDeclining;
   if (!in.ok()) return in.status();
 
   const auto charge = declining_balance(cost, salvage, life, period, factor);
@@ -177,7 +178,7 @@ Status fnc_VDB(Reader& in) noexcept {
   const std::int32_t end = in.integer(5, 1);
   in.require(end <= life, 5);
   const double factor = in.positive_or(6, kDoubleDeclining);
-  const std::int32_t no_switch = in.choice_if_any(7, 1);  // unless told so, no switch is made
+  const std::int32_t no_switch = in.choice_if_any(7, 1);  // no switch by default
   in.require(no_switch == 0 || no_switch == 1, 7);
   if (!in.ok()) return in.status();
 

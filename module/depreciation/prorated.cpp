@@ -9,13 +9,14 @@
 namespace vxfnc::depreciation {
 namespace {
 
-// Whole periods of a life. A count can leave 32 bits, but no period that is asked for can.
+// Returns the number of whole periods of a life. It may not fit into 32 bits.
 std::int64_t periods_of(double life) noexcept {
   constexpr double kMost = 0x1p53;
   return static_cast<std::int64_t>(std::min(life, kMost));
 }
 
-// Rounds amounts to whole numbers of 32 bits, halves away from zero, and remembers whether all fit.
+// Rounds amounts to whole numbers, halves away from zero, and records whether all of them fit into
+// 32 bits.
 class WholeAmounts {
  public:
   double rounded(double amount) noexcept {
@@ -32,7 +33,8 @@ class WholeAmounts {
   bool fit_ = true;
 };
 
-// The limits are 4 and 6, widened so that a life computed as 1 / 0.25 still counts as 4.
+// Returns the coefficient of a life: 1.5 up to 4 years, 2 up to 6 years, else 2.5. The limits are
+// slightly higher, so that rounding errors of 1 / rate do not matter.
 double coefficient(double life) noexcept {
   if (life <= 4.000000000004) return 1.5;
   return life <= 6.0000000000060005 ? 2.0 : 2.5;
@@ -69,7 +71,7 @@ std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept {
       rate = 1.0;
     }
     charge = amounts.rounded(asset.salvage > value ? 0.0 : value * rate);
-    // Once nothing is charged, nothing changes before the rate does.
+    // After a charge of 0, all charges are 0 until the rate changes, so those periods are skipped.
     if (charge == 0.0 && k < n - 3) k = std::min<std::int64_t>(asset.period - 1, n - 3);
   }
   if (!amounts.fit()) return std::nullopt;
@@ -77,7 +79,8 @@ std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept {
 }
 
 double zComputeAMORLINC(ProratedAsset& asset) noexcept {
-  constexpr double kWholeLife = 1.053671212772351e-08;  // closer to whole, a life is whole
+  // A life this close to a whole number is whole.
+  constexpr double kWholeLife = 1.053671212772351e-08;
   const double life = 1.0 / asset.rate;
   std::int64_t n = periods_of(1.000000000001 * life);
   if (std::fabs(static_cast<double>(n) - life) > static_cast<double>(n) * kWholeLife) n = n + 1;
@@ -85,7 +88,8 @@ double zComputeAMORLINC(ProratedAsset& asset) noexcept {
 
   asset.terms.keepEnd31 = 1;
   const double y = first_fraction(asset);
-  // Bought on the last day of the first period: there is no prorated one, and all move up.
+  // If the asset is bought on the last day of the first period, there is no prorated period: period
+  // 0 is the first full one.
   const bool no_first = asset.purchased.dayNumber == asset.first_period_end.dayNumber;
   const double period = static_cast<double>(asset.period) + (no_first ? 1.0 : 0.0);
   const double full = asset.cost * asset.rate;
@@ -96,7 +100,7 @@ double zComputeAMORLINC(ProratedAsset& asset) noexcept {
 
 namespace {
 
-// What both keywords read in the same way: cost and dates first.
+// The first three arguments, which both keywords read in the same way.
 struct Purchase {
   double cost;
   std::int64_t purchased;
@@ -136,7 +140,7 @@ void fill(ProratedAsset& asset, const Purchase& purchase, double salvage, double
 Status fnc_AMORDEGRC(Reader& in) noexcept {
   const Purchase purchase = read_purchase(in);
   if (in.ok() && purchase.purchased == purchase.first_period_end) {
-    return in.store(0.0);  // nothing else is read
+    return in.store(0.0);  // the other arguments are not read
   }
   const double salvage = read_salvage(in);
   const std::int32_t period = in.integer(5, 0);

@@ -1,5 +1,6 @@
-// Prorated depreciation of one accounting period: the first period counts only the year fraction
-// from the purchase to its end. Amounts in the currency of the cost, rate as a fraction a year.
+// Depreciation of one accounting period, in which the charge of the first period is prorated: it is
+// multiplied by the year fraction from the purchase to the end of the period. Amounts are in the
+// currency of the cost. The rate is a fraction per year.
 #pragma once
 
 #include <cstdint>
@@ -9,23 +10,23 @@
 
 namespace vxfnc::depreciation {
 
-// Both dates are filled by zgetMonthDayYear.
+// Both dates must have been filled by zgetMonthDayYear.
 struct ProratedAsset {
   double cost;          // > 0
   double salvage;       // >= 0
   double rate;          // > 0
-  std::int32_t period;  // >= 0; 0 is the first, prorated one
+  std::int32_t period;  // >= 0; 0 is the first, prorated period
   CalendarDate purchased;
   CalendarDate first_period_end;
   DayCountTerms terms{};
 };
 
-// Declining balance: the rate is raised by a coefficient for the asset's life, and every charge is
-// rounded to a whole number that fits 32 bits. Nothing when one does not, or when the periods are
-// too many to walk.
+// Declining balance: the rate is multiplied by a coefficient that depends on the life of the asset.
+// Every charge is rounded to a whole number. Returns nothing if a charge does not fit into 32 bits,
+// or if there are more than kLongestWalk periods.
 std::optional<double> zComputeAMORDEGRC(ProratedAsset& asset) noexcept;
 
-// Straight line, not rounded.
+// Straight line. Charges are not rounded.
 double zComputeAMORLINC(ProratedAsset& asset) noexcept;
 
 }  // namespace vxfnc::depreciation

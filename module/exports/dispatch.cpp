@@ -1,4 +1,5 @@
-// Keyword dispatch: normalise the keyword, find its row, check the count, call the handler.
+// Evaluates a call: normalises the keyword, finds its row, checks the number of arguments and calls
+// the handler.
 #include "exports/dispatch.h"
 
 #include <algorithm>
@@ -21,17 +22,17 @@ namespace {
 
 constexpr std::int64_t kLongestKeyword = 10;
 
-// A keyword packed into two words, so that finding it takes one product and one comparison. Only
-// words of the same length compare equal: shorter ones are filled up with zeros.
+// A keyword packed into two integers, so that a search needs one multiplication and one comparison.
+// Unused bytes are 0. Because the length is included, only keywords of the same length are equal.
 struct PackedKeyword {
   std::uint64_t head = 0;  // first eight characters
-  std::uint64_t tail = 0;  // the others, and the length
+  std::uint64_t tail = 0;  // the remaining characters and the length
   friend bool operator==(const PackedKeyword&, const PackedKeyword&) = default;
 };
 
 constexpr PackedKeyword kNoKeyword{.head = 0, .tail = 0};
 
-// n is at most 10. A character of 128 or above makes kNoKeyword.
+// n is at most 10. Returns kNoKeyword if any character is 128 or above.
 template <class Char>
 constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
   PackedKeyword word{.head = 0, .tail = static_cast<std::uint64_t>(n) << 32};
@@ -46,8 +47,8 @@ constexpr PackedKeyword packed(const Char* s, std::int64_t n) noexcept {
   return all < 128 ? word : kNoKeyword;
 }
 
-// Upper-cases eight bytes below 128 at once: a byte's high bit tells first that it is at least an
-// a, then that it is beyond the z.
+// Converts eight bytes at once to upper case. All bytes must be below 128. The high bit of each
+// byte of from_a is 1 if that byte is 'a' or above; in beyond_z it is 1 if the byte is above 'z'.
 constexpr std::uint64_t upper_bytes(std::uint64_t bytes) noexcept {
   constexpr std::uint64_t kEach = 0x0101010101010101;
   const std::uint64_t from_a = bytes + kEach * (128 - 'a');
@@ -63,8 +64,8 @@ constexpr std::size_t bucket_of(const PackedKeyword& word, std::uint64_t multipl
   return ((word.head ^ word.tail) * multiplier) >> 55;
 }
 
-// Every keyword has a bucket of its own, so the search looks at one row. The rows' names are all
-// different, so it gives the row that a walk in list order would give first.
+// A perfect hash table: the multiplier is chosen at compile time so that every keyword has its own
+// bucket. A search compares one row only.
 struct KeywordIndex {
   std::array<PackedKeyword, kKeywordCount> words{};
   std::array<std::uint8_t, kBuckets> rows{};
@@ -105,12 +106,12 @@ constexpr bool sorted_and_short() {
 }
 static_assert(sorted_and_short());
 
-// The keyword in upper case, packed, or kNoKeyword.
+// Returns the keyword in upper case, packed, or kNoKeyword.
 template <class Characters>
 PackedKeyword normalised(const typename Characters::Char* s, std::int64_t n,
                          const Characters& characters) noexcept {
   if constexpr (std::is_same_v<Characters, WideCharacters>) {
-    // Below 128 neither the tables nor the case service have anything to say but a to z.
+    // Below 128, the tables and the case service convert a to z only, so they are not needed.
     const PackedKeyword word = packed(s, n);
     if (word != kNoKeyword) return {upper_bytes(word.head), upper_bytes(word.tail)};
   }
@@ -120,7 +121,7 @@ PackedKeyword normalised(const typename Characters::Char* s, std::int64_t n,
   return packed(buffer, n);
 }
 
-// The keyword's row, or -1. Trailing blanks are forgiven, a leading one is not.
+// Returns the row of the keyword, or -1. Trailing blanks are ignored; a leading blank is invalid.
 template <class Characters>
 int keyword_row(const StringValue* keyword, const Characters& characters) noexcept {
   using Char = typename Characters::Char;
@@ -135,9 +136,9 @@ int keyword_row(const StringValue* keyword, const Characters& characters) noexce
 template <class Characters>
 std::int64_t dispatch(FinanceCall* call, double* result, CallEnvironment* environment,
                       Width width) noexcept {
-  if (call->count < 1) return STATUS_BAD_ARG;  // not even a keyword: there is no slot to mark
+  if (call->count < 1) return STATUS_BAD_ARG;  // without a keyword there is no slot to mark
   ArgumentSlot& slot = call->slots()[0];
-  // A number in the keyword's slot has no characters.
+  // If the slot of the keyword holds a number, there is no keyword.
   const bool is_number = (slot.type & kTypeMask) == kNumberArgument;
   const auto* const keyword = is_number ? nullptr : static_cast<const StringValue*>(slot.value);
   const int index = keyword_row(keyword, Characters(environment));
@@ -147,7 +148,7 @@ std::int64_t dispatch(FinanceCall* call, double* result, CallEnvironment* enviro
   }
   const FinancialRow& row = FinancialList[static_cast<std::size_t>(index)];
   const std::int32_t count = call->count;
-  // A wrong count is reported against no argument.
+  // If the number of arguments is wrong, no argument is marked.
   if (count < row.minimum || (row.maximum != kNoBound && count > row.maximum)) {
     return STATUS_BAD_ARG;
   }

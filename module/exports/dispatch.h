@@ -5,8 +5,8 @@
 
 #pragma GCC visibility push(default)
 extern "C" {
-// Each answers 0, or 120836 for any failure, sign-extended; whatever they keep is in their frames,
-// so any number of threads may call them at once.
+// Both return 0, or 120836 for any failure. They have no state, so any number of threads may call
+// them at the same time.
 vxfnc::Dispatcher fncfin;
 vxfnc::Dispatcher fncfinS;
 }

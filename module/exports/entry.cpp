@@ -48,7 +48,8 @@ std::int64_t vxextver(vxfnc::KernelServices* handle, std::int64_t* major, std::i
   return vxextent(handle);
 }
 
-// The kernel must offer 7.1.1, the module offers 7.0.0: the two differ on purpose.
+// The module requires a kernel of version 7.1.1, but reports 7.0.0 as its own version. The
+// difference is intended.
 std::int64_t VXU_EXTNAMEReqVersion(vxfnc::ModuleInstance*, std::int64_t* major, std::int64_t* minor,
                                    std::int64_t* release) {
   vxfnc::set(major, 7);
@@ -85,7 +86,7 @@ vxfnc::ModuleInstance* vxufinan(vxfnc::KernelServices* services, vxfnc::Journal*
     return nullptr;
   }
 
-  // Words that are not set here stay as the pool left them.
+  // The module writes no other word of the instance.
   auto* const instance = static_cast<vxfnc::ModuleInstance*>(storage);
   instance->pool = pool;
   instance->services = services;
@@ -102,7 +103,7 @@ vxfnc::ModuleInstance* vxufinan(vxfnc::KernelServices* services, vxfnc::Journal*
 }
 
 std::int64_t VXU_EXTNAMEDestroy(vxfnc::ModuleInstance* instance) {
-  vxfnc::MemoryPool* const pool = instance->pool;  // destroying it releases the instance
+  vxfnc::MemoryPool* const pool = instance->pool;  // destroying it also frees the instance
   if (vxfnc::Journal* const journal = instance->journal; journal != nullptr) {
     if (instance->journal_needs_closing != 0) journal->close(journal);
     journal->destroy(journal);
@@ -111,16 +112,16 @@ std::int64_t VXU_EXTNAMEDestroy(vxfnc::ModuleInstance* instance) {
   return 0;
 }
 
-// A journal that is null, or lacks the operation, takes nothing and answers 0.
+// If the journal is null or does not have the operation, the function does nothing and returns 0.
 #define VXFNC_FORWARDER(name, operation)                                                         \
   std::int64_t name(vxfnc::Journal* journal, std::int64_t level_or_status, std::int64_t status,  \
                     ...) {                                                                       \
     if (journal == nullptr || journal->operation == nullptr) return 0;                           \
     std::va_list arguments;                                                                      \
     va_start(arguments, status);                                                                 \
-    const std::int64_t answer = journal->operation(journal, level_or_status, status, arguments); \
+    const std::int64_t result = journal->operation(journal, level_or_status, status, arguments); \
     va_end(arguments);                                                                           \
-    return answer;                                                                               \
+    return result;                                                                               \
   }
 VXFNC_FORWARDER(vxlMessageToBuf, message_to_buffer)
 VXFNC_FORWARDER(vxlMessageToJnl, message_to_journal)

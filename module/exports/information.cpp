@@ -1,4 +1,4 @@
-// The module information record: version, provenance and the records of the release process.
+// The information record of the module: version, origin and the texts of the release process.
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// A record that the release process fills in: a key, then blanks up to 65 characters.
+// A text that the release process fills in: a key, followed by blanks up to 65 characters.
 constexpr std::size_t kRecordWidth = 65;
 constexpr std::array<char, kRecordWidth + 1> blank_record(std::string_view key) {
   std::array<char, kRecordWidth + 1> record{};

@@ -1,7 +1,8 @@
-// The one list of keywords. Tables, declarations and counts all come from it.
+// The only list of keywords. Tables, declarations and counts are generated from it.
 //
-// A row: the keyword, the least and the most arguments (the keyword included; kNoBound: any number)
-// and the family whose handler fnc_<KEYWORD> serves it. The order is fixed: it numbers the rows.
+// Each row has the keyword, the minimum and the maximum number of arguments, and the family that
+// defines the handler fnc_<KEYWORD>. The keyword itself counts as an argument; kNoBound means no
+// maximum. Rows are sorted by keyword.
 #pragma once
 
 #include <array>
@@ -75,8 +76,8 @@ inline constexpr std::int32_t kNoBound = 0;
 struct FinancialRow {
   std::string_view name;  // upper case
   Handler handler;
-  std::int32_t minimum;  // arguments, the keyword included
-  std::int32_t maximum;  // kNoBound: no upper bound
+  std::int32_t minimum;  // number of arguments, including the keyword
+  std::int32_t maximum;  // kNoBound: no maximum
 };
 
 #define VXFNC_COUNT_ONE(...) +1

@@ -16,7 +16,7 @@ double zexpm1(double x) noexcept {
 double zln1px(double x) noexcept {
   constexpr double kRationalLimit = 0.03125;
   if (!(std::fabs(x) <= kRationalLimit)) return std::log(1.0 + x);
-  // Minimax over 0 <= x <= 1/32: see the header.
+  // The minimax approximation for 0 <= x <= 1/32; see the header.
   const double s = x / (1.0 + x / 2.0);
   const double t = s * s;
   const double numerator = 0.08333333333333427 - 0.0023812878804825234 * t;
@@ -32,10 +32,11 @@ double zlnSumOfExp(double a, double b) noexcept {
 }
 
 double zpower(double x, double y, std::int32_t* status) noexcept {
-  constexpr double kWholeLimit = 9007199254740992.0;         // 2^53
-  constexpr double kHugeExponent = 1.3407807929943e+154;     // root of the largest double
-  constexpr double kSafetyMargin = 1.0000000000000007;       // 1 + 3 * 2^-52
-  constexpr double kExpUnderflow = -708.3964185;             // -1022 ln 2: next come subnormals
+  constexpr double kWholeLimit = 9007199254740992.0;      // 2^53
+  constexpr double kHugeExponent = 1.3407807929943e+154;  // square root of the largest double
+  constexpr double kSafetyMargin = 1.0000000000000007;    // 1 + 3 * 2^-52
+  // -1022 ln 2: below, results are subnormal.
+  constexpr double kExpUnderflow = -708.3964185;
   constexpr double kMultiplicationLimit = 72.0873067782343;  // 104 ln 2
   const auto failed = [status](PowerStatus why) {
     *status = why;
@@ -61,7 +62,7 @@ double zpower(double x, double y, std::int32_t* status) noexcept {
   if (t <= kExpUnderflow) return 0.0;
 
   if (!whole || !(std::fabs(t) < kMultiplicationLimit)) return sign * std::pow(base, y);
-  // |t| below its limit keeps the exponent below 2^60.
+  // Since |t| is below its limit, the exponent is below 2^60.
   double square = base;
   double product = 1.0;
   for (auto bits = static_cast<std::uint64_t>(exponent); bits != 0; bits >>= 1) {

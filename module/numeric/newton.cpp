@@ -8,11 +8,11 @@
 namespace vxfnc {
 namespace {
 
-// tools/check_constants.py derives all but the lowest point, which is a choice.
-constexpr double kLongestStep = 354.891356446692;      // 512 ln 2, half of where e^g overflows
+// tools/check_constants.py derives these constants, except kLowestPoint, which is a choice.
+constexpr double kLongestStep = 354.891356446692;      // 512 ln 2; e^g overflows at twice this g
 constexpr double kLowestPoint = -0.9999999;            // just above a rate of -100 %
-constexpr double kNextToZero = 1.053671212772351e-08;  // 2^-26.5: its square is nothing beside 1
-constexpr double kNothing = 1.110223024625157e-15;     // 10 * 2^-53, ten units of rounding
+constexpr double kNextToZero = 1.053671212772351e-08;  // 2^-26.5: adding its square to 1 gives 1
+constexpr double kNothing = 1.110223024625157e-15;     // 10 * 2^-53, ten rounding errors of 1
 
 NewtonEnd search(NewtonControl& control) noexcept {
   control.x = control.start;
@@ -24,7 +24,7 @@ NewtonEnd search(NewtonControl& control) noexcept {
     if (g > kLongestStep || !std::isfinite(g)) return NewtonEnd::kStepTooLong;
     const double e = zexpm1(g);
     const double moved = e * x + (e + x);
-    const double next = moved > kLowestPoint ? moved : kLowestPoint;  // also for a NaN
+    const double next = moved > kLowestPoint ? moved : kLowestPoint;  // also if `moved` is NaN
     if (!std::isfinite(next)) return NewtonEnd::kStepTooLong;
 
     NewtonEnd end = NewtonEnd::kConverged;
@@ -34,11 +34,12 @@ NewtonEnd search(NewtonControl& control) noexcept {
     } else {
       control.x = next;
       if (std::fabs(x - next) > control.tolerance * std::max(std::fabs(next), 1.0)) {
-        // The count goes up once more on the way out, so that the test below sees the limit.
+        // At the limit, the count is increased once more before the loop ends. The test below
+        // relies on it.
         if (control.iterations++ < control.maxIterations) continue;
       }
     }
-    // A step that converges only on the last evaluation is held to its residual, too.
+    // A step that converges only in the last evaluation must have a small residual, too.
     if (control.iterations < control.maxIterations) return end;
     return std::fabs(control.value) < kNothing * control.residualScale ? NewtonEnd::kSmallResidual
                                                                        : NewtonEnd::kExhausted;

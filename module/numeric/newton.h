@@ -1,46 +1,48 @@
-// Newton's method for rates: the one root finder of every keyword that solves for a rate.
+// Newton's method for rates. YIELD, ODDFYIELD, RATE and XIRR use it.
 //
-// It works on ln(1 + x), so that no step carries x to or below -1, and ends after at most
-// maxIterations + 1 evaluations.
+// The variable of the method is ln(1 + x), so that x stays above -1. It makes at most maxIterations
+// + 1 evaluations.
 //
-// Error: the last step is at most the tolerance, and Newton's method squares what is left. At
-// 1e-12 the rest is far below rounding, and the error of the root is that of the objective's value
-// over its slope. docs/accuracy.md lists the errors and the residuals of RATE, XIRR and YIELD
-// beside a solve by 256 bits, with the worst inputs. Two exceptions: a root within 1.05e-8 of 0 may
-// be returned as 0, and one below -0.9999999 as -0.9999999.
+// Error: the last step is at most the tolerance, and each step of Newton's method squares the
+// error. With a tolerance of 1e-12, the remaining error is far below the rounding error; the error
+// of the root is then that of the objective's value divided by its slope. docs/accuracy.md lists
+// the errors and the residuals of RATE, XIRR and YIELD compared with a solution in 256 bits, and
+// the worst inputs. There are two exceptions: a root within 1.05e-8 of 0 may be returned as 0, and
+// a root below -0.9999999 as -0.9999999.
 #pragma once
 
 #include <cstdint>
 
 namespace vxfnc {
 
-// How a solve ended.
+// Why the search ended.
 enum class NewtonEnd : std::int8_t {
   kConverged,        // a step within the tolerance
-  kConvergedAtZero,  // two points in a row that do not differ from 0: x is exactly 0
-  kSmallResidual,    // out of iterations, but the last value is next to nothing
+  kConvergedAtZero,  // two successive points are almost 0, so x is set to 0
+  kSmallResidual,    // out of iterations, but the last value is almost 0
   kExhausted,        // out of iterations
   kNoValue,          // the objective cannot be evaluated at x
-  kStepTooLong,      // the step would overflow, or is no finite number
+  kStepTooLong,      // the step would overflow, or is not finite
 };
 
 struct NewtonControl {
-  double tolerance = 1e-12;  // of a step, relative for points beyond 1
+  double tolerance = 1e-12;  // maximum size of the last step; relative if |x| > 1
   std::int32_t maxIterations = 100;
-  // The objective: reads x, stores value and derivative, returns 0; anything else: it has no value.
+  // The objective function. It reads x, stores value and derivative, and returns 0. Any other
+  // return value means that it has no value at x.
   std::int32_t (*evaluate)(NewtonControl& control) noexcept = nullptr;
-  void* context = nullptr;  // the objective's own
+  void* context = nullptr;  // for use by the objective function
   double derivative = 0.0;
   double value = 0.0;
   double start = 0.0;
-  double x = 0.0;              // the current point, and the root of a solve that succeeds
-  double residualScale = 0.0;  // what a value is compared with when the iterations are used up
+  double x = 0.0;              // the current point; at the end, the root
+  double residualScale = 0.0;  // scale for the last value if the iterations are used up
 
-  NewtonEnd end = NewtonEnd::kNoValue;  // what the return value sums up
-  std::int32_t iterations = 0;          // that did not converge
+  NewtonEnd end = NewtonEnd::kNoValue;  // output: the reason for the return value
+  std::int32_t iterations = 0;          // output: the number of iterations that did not converge
 };
 
-// 0: x is the root. 1: the solve failed.
+// Returns 0 if x is the root, and 1 if no root was found.
 std::int32_t CallSpecialNewton(NewtonControl& control) noexcept;
 
 }  // namespace vxfnc

@@ -2,7 +2,7 @@
 
 #include <immintrin.h>
 #ifdef __clang__
-#define _Bool bool  // the next header says _Bool, which clang knows in C only
+#define _Bool bool  // the next header uses _Bool, which clang supports only in C
 #endif
 #include <sys/platform/x86.h>
 #undef _Bool
@@ -12,16 +12,16 @@
 namespace vxfnc {
 namespace {
 
-constexpr std::int64_t kLanes = 4;           // doubles in 256 bits
-constexpr std::int64_t kSumBlocksFrom = 16;  // shorter vectors are summed one by one
+constexpr std::int64_t kLanes = 4;           // the number of doubles in 256 bits
+constexpr std::int64_t kSumBlocksFrom = 16;  // shorter vectors are summed without lanes
 constexpr std::int64_t kMaximumBlock = 8;
 
-// Elements to step over singly until the pointer is 16-byte aligned.
+// Returns the number of elements before the first one that is 16-byte aligned.
 std::int64_t unaligned_head(const double* x) noexcept {
   return reinterpret_cast<std::uintptr_t>(x) % 16 == 0 ? 0 : 1;
 }
 
-// What four lanes are to both forms of the sum: four doubles added to side by side.
+// Four partial sums, as in the 256-bit form.
 struct PlainLanes {
   double lane[kLanes] = {0.0, 0.0, 0.0, 0.0};
   void add_magnitudes(const double* x) noexcept {
@@ -29,7 +29,8 @@ struct PlainLanes {
   }
 };
 
-// The order of additions: the head, the pairwise sum of the lanes, then the tail.
+// Adds the parts in the order that both forms share: the head, the pairwise sum of the lanes, then
+// the tail.
 double joined(double head, const double* lane, const double* tail, const double* end) noexcept {
   double sum = head + ((lane[0] + lane[1]) + (lane[2] + lane[3]));
   for (; tail < end; ++tail) sum += std::fabs(*tail);
@@ -93,8 +94,8 @@ __attribute__((target("avx"))) double zvamx_256(const double* x, std::int64_t n)
   double maximum = std::fabs(*x++);
   if (end - x > kMaximumBlock) {
     if (unaligned_head(x) != 0) maximum = larger(maximum, *x++);
-    // A lane keeps its value when the other is a NaN, and a NaN at the start stays, as in the
-    // plain form.
+    // If the new element is NaN, the maximum of a lane is not changed. If the first element is NaN,
+    // the maximum stays NaN. The plain form does the same.
     const __m256d sign = _mm256_set1_pd(-0.0);
     __m256d low = _mm256_set1_pd(maximum);
     __m256d high = low;

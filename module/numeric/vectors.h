@@ -1,11 +1,14 @@
-// Sum and maximum of the magnitudes of a vector, 0 for an empty one.
+// The sum (zvasum) and the maximum (zvamx) of the magnitudes of a vector. Both are 0 for an empty
+// vector.
 //
-// Each has a plain and a 256-bit form, chosen per call from the processor features that the C
-// library has recorded. Both forms add in one order, so a result never depends on the processor.
+// Each function has a plain form and a 256-bit form. Each call chooses one by the processor
+// features that the C library reports. Both forms add in the same order, so the result does not
+// depend on the processor.
 //
-// zvamx is exact. A sum of n magnitudes adds up to n / 4 + 5 of them in a row, below 16 elements n
-// - 1: its relative error is at most that many times 2^-53. The worst of 401 sums of 1,000 random
-// magnitudes up to 1, by `./dev accuracy`, is 4.31 units of the last place off.
+// zvamx is exact. In zvasum, the longest chain of dependent additions has n / 4 + 5 additions (for
+// n below 16: n - 1). The relative error is at most that number times 2^-53. `./dev accuracy`
+// evaluates 401 sums of 1,000 random magnitudes up to 1; the largest error is 4.31 units in the
+// last place.
 #pragma once
 
 #include <cstdint>

@@ -7,8 +7,8 @@
 namespace vxfnc::securities {
 namespace {
 
-// Quasi-coupon periods from issue to settlement on the schedule that passes through first interest,
-// wherever that stands. False: too many to walk.
+// Counts the quasi-coupon periods from issue to settlement. The schedule contains first interest,
+// which may be before, between or after these dates. Returns false if there are too many periods.
 bool count_accrued_periods(SecurityCalc& calc, double& periods) noexcept {
   const CalendarDate& issue = *calc.issue;
   const CalendarDate& settlement = *calc.settlement;
@@ -18,13 +18,14 @@ bool count_accrued_periods(SecurityCalc& calc, double& periods) noexcept {
   const CouponPeriod& first = list.slots[0];
   const CouponPeriod& last = list.slots[list.used - 1];
 
-  // Up to the end of the first period, that end included, all is one stretch. (Taken as a first and
-  // a last part, a settlement on that end would count its period twice.)
+  // If settlement is not after the end of the first period, there is one partial period. It must
+  // not be split into a first and a last part: for a settlement on that end, the period would be
+  // counted twice.
   if (list.used == 1) {
     periods = CountTheCouponDays(issue, settlement, terms) / last.days;
     return true;
   }
-  // The last period counts as a part, also when settlement ends it.
+  // The last period is counted as a fraction, even if settlement is its end.
   const auto whole = static_cast<double>(list.periods - (list.starts_on_coupon ? 1 : 2));
   const double first_part =
       list.starts_on_coupon ? 0.0 : CountTheCouponDays(issue, first.end, terms) / first.days;
@@ -54,13 +55,14 @@ CalcStatus zComputeACCRINTM(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// Stands for a par that is not part of the call, which the least argument counts do not let happen.
+// The default for an omitted par. It is never used, because the minimum numbers of arguments
+// include the par.
 constexpr double kPar = 1000.0;
 
 }  // namespace
 
 // ACCRINT(issue, first_interest, settlement, rate, par, frequency [, basis])
-// First interest may stand anywhere, also before issue or after settlement.
+// First interest may be any date, also before issue or after settlement.
 Status fnc_ACCRINT(Reader& in) noexcept {
   Security bond;
   read_dates(in, {bond.issue, bond.firstInterest, bond.settlement});
@@ -68,7 +70,7 @@ Status fnc_ACCRINT(Reader& in) noexcept {
   bond.rate = in.positive(4);
   bond.par = in.positive_or(5, kPar);
   read_schedule(in, 6, bond);
-  return answer(in, bond, zComputeACCRINT, &SecurityCalc::result);
+  return calculate_and_store(in, bond, zComputeACCRINT, &SecurityCalc::result);
 }
 
 // ACCRINTM(issue, settlement, rate, par [, basis])
@@ -79,8 +81,8 @@ Status fnc_ACCRINTM(Reader& in) noexcept {
   bond.rate = in.positive(3);
   bond.par = in.positive_or(4, kPar);
   read_year_basis(in, 5, bond);
-  bond.terms.countEnd31 = 0;  // no day more for a settlement on the 31st under 30/360
-  return answer(in, bond, zComputeACCRINTM, &SecurityCalc::result);
+  bond.terms.countEnd31 = 0;  // 30/360: no additional day if settlement is the 31st
+  return calculate_and_store(in, bond, zComputeACCRINTM, &SecurityCalc::result);
 }
 
 }  // namespace vxfnc::securities

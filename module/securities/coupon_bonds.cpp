@@ -20,8 +20,8 @@ double coupon_amount(const SecurityCalc& calc) noexcept {
 
 namespace {
 
-// The one place that finds settlement among the coupons. On a coupon date nothing is accrued.
-// False: the schedule of a meaningless frequency is too long to walk.
+// Finds the position of settlement between the coupons. On a coupon date nothing is accrued.
+// Returns false if the schedule is too long, which happens only with an invalid frequency.
 bool find_position(SecurityCalc& calc) noexcept {
   zgetMonthDayYear(*calc.settlement);
   zgetMonthDayYear(*calc.maturity);
@@ -38,8 +38,8 @@ bool find_position(SecurityCalc& calc) noexcept {
   return true;
 }
 
-// For price and yield, a period that is used up before its next coupon (184 days of 180) begins
-// anew, as on a coupon date.
+// The days accrued may reach or exceed the length of the period, for example 184 of 180 days. Price
+// and yield then treat settlement as a coupon date on which a new period begins.
 void renew_used_up_period(SecurityCalc& calc) noexcept {
   if (calc.remainingFraction > 0.0) return;
   calc.accruedDays = 0.0;
@@ -48,24 +48,26 @@ void renew_used_up_period(SecurityCalc& calc) noexcept {
   calc.remainingFraction = 1.0;
 }
 
-// Finds v, the value of 1 that is due in one period.
+// Computes v, the present value of an amount of 1 that is due in one period.
 CalcStatus find_discount_factor(const SecurityCalc& calc, double& v) noexcept {
   const double y = calc.yld / coupons_per_year(calc);
   if (1.0 + y < kLeastDiscountBase) return kYieldTooLow;
   v = 1.0 / (1.0 + y);
-  const bool is_all_lost = -(y * v) <= -1.0;  // beside y, the 1 no longer counts
+  const bool is_all_lost = -(y * v) <= -1.0;  // v is 1 / y, because 1 + y was rounded to y
   return is_all_lost ? kCannotBeComputed : kDone;
 }
 
-// Coupons of one trial, of which a solve makes up to 101: those of 20,000 years and more.
+// The maximum number of coupons of a bond whose yield is searched. Only bonds of more than 20,000
+// years have more. A search evaluates the price up to 101 times.
 constexpr std::int64_t kLongestTrial = 1 << 18;
 
-// The price at yield x less the given price, and its derivative.
+// Computes the price at yield x minus the given price, and its derivative.
 std::int32_t ComputeF_YIELD(NewtonControl& control) noexcept {
   auto& calc = *static_cast<SecurityCalc*>(control.context);
   calc.yld = control.x;
   const double f = coupons_per_year(calc);
-  // Dividing by a power of two is multiplying, bit for bit and without the wait.
+  // For a power of two, multiplication by the reciprocal returns the same bits as division and is
+  // faster.
   const double period = 1.0 / f;
   const bool is_exact = f == 1.0 || f == 2.0 || f == 4.0;
   const auto by_f = [&](double x) { return is_exact ? x * period : x / f; };
@@ -135,7 +137,7 @@ CalcStatus zComputePRICE(SecurityCalc& calc) noexcept {
   renew_used_up_period(calc);
   if (calc.couponCount != 1.0) return PriceTheCoupons(calc);
 
-  // Simple interest to the only coupon.
+  // With one coupon left, interest up to that coupon is simple.
   double v = 1.0;
   if (const CalcStatus status = find_discount_factor(calc, v); status != kDone) return status;
   const double y = calc.yld / coupons_per_year(calc);
@@ -158,10 +160,10 @@ CalcStatus zComputeYIELD(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// Every weight carries the part of the period that is left in place of that part's discount: a
-// common factor, which the quotient cancels.
+// Every weight has the remaining fraction of the period as a factor, where one would expect the
+// discount for that fraction. A common factor does not change the result, which is a quotient.
 CalcStatus zComputeDURATION(SecurityCalc& calc) noexcept {
-  if (!find_position(calc)) return kCannotBeComputed;  // a used-up period does not begin anew here
+  if (!find_position(calc)) return kCannotBeComputed;  // a used-up period is not renewed here
   double v = 1.0;
   if (const CalcStatus status = find_discount_factor(calc, v); status != kDone) return status;
   const double f = coupons_per_year(calc);
@@ -190,7 +192,7 @@ CalcStatus zComputeDURATION(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// The duration is divided by 1 + yield a period, which must not be next to nothing.
+// The duration is divided by 1 + yield per period, which must not be almost 0.
 CalcStatus zComputeMDURATION(SecurityCalc& calc) noexcept {
   const double growth = calc.yld / calc.params->frequency + 1.0;
   if (growth < kLeastDiscountBase) return kYieldTooLow;
@@ -208,7 +210,7 @@ Status fnc_PRICE(Reader& in) noexcept {
   bond.yld = in.number(4);
   bond.redemption = in.positive(5);
   read_schedule(in, 6, bond);
-  return answer(in, bond, zComputePRICE, &SecurityCalc::price);
+  return calculate_and_store(in, bond, zComputePRICE, &SecurityCalc::price);
 }
 
 // YIELD(settlement, maturity, rate, pr, redemption, frequency [, basis])
@@ -220,7 +222,7 @@ Status fnc_YIELD(Reader& in) noexcept {
   bond.price = in.positive(4);
   bond.redemption = in.positive(5);
   read_schedule(in, 6, bond);
-  return answer(in, bond, zComputeYIELD, &SecurityCalc::yld);
+  return calculate_and_store(in, bond, zComputeYIELD, &SecurityCalc::yld);
 }
 
 namespace {
@@ -229,7 +231,7 @@ namespace {
 bool read_duration(Reader& in, Security& bond) noexcept {
   read_dates(in, {bond.settlement, bond.maturity});
   if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return true;
-  bond.rate = in.positive(3);  // a bond without coupons is refused, on purpose
+  bond.rate = in.positive(3);  // a bond without coupons is rejected, on purpose
   bond.yld = in.number(4);
   read_schedule(in, 5, bond);
   return false;
@@ -241,14 +243,14 @@ bool read_duration(Reader& in, Security& bond) noexcept {
 Status fnc_DURATION(Reader& in) noexcept {
   Security bond;
   if (read_duration(in, bond)) return in.store(0.0);
-  return answer(in, bond, zComputeDURATION, &SecurityCalc::duration);
+  return calculate_and_store(in, bond, zComputeDURATION, &SecurityCalc::duration);
 }
 
 // MDURATION(settlement, maturity, coupon, yld, frequency [, basis])
 Status fnc_MDURATION(Reader& in) noexcept {
   Security bond;
   if (read_duration(in, bond)) return in.store(0.0);
-  return answer(in, bond, zComputeMDURATION, &SecurityCalc::duration);
+  return calculate_and_store(in, bond, zComputeMDURATION, &SecurityCalc::duration);
 }
 
 }  // namespace vxfnc::securities

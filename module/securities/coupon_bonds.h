@@ -1,17 +1,18 @@
-// Bonds with regular coupons, and what the odd periods share with them.
+// Bonds with regular coupons, and the functions that bonds with odd periods use too.
 #pragma once
 
 #include "securities/security.h"
 
 namespace vxfnc::securities {
 
-// The frequency, at least 1, and the regular coupon per 100 of face value.
+// coupons_per_year returns the frequency, at least 1. coupon_amount returns the regular coupon per
+// 100 of face value.
 double coupons_per_year(const SecurityCalc& calc) noexcept;
 double coupon_amount(const SecurityCalc& calc) noexcept;
 
-// Price of coupons and redemption at compound interest, from couponCount, firstCoupon,
-// remainingFraction (to the first coupon) and accruedFraction; and the yield at which that is the
-// price.
+// PriceTheCoupons computes the price of coupons and redemption at compound interest. It uses
+// couponCount, firstCoupon, remainingFraction (the time to the first coupon) and accruedFraction.
+// SolveForTheYield finds the yield for which PriceTheCoupons computes the given price.
 CalcStatus PriceTheCoupons(SecurityCalc& calc) noexcept;
 CalcStatus SolveForTheYield(SecurityCalc& calc) noexcept;
 

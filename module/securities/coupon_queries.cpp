@@ -1,4 +1,4 @@
-// The six coupon queries: one list of arguments, one order of refusals, six answers.
+// The six coupon queries. They have the same arguments.
 #include <limits>
 #include <optional>
 
@@ -14,11 +14,12 @@ struct DayNumbers {
   std::int64_t maturity;
 };
 
-// Nothing: the schedule of a meaningless frequency is too long to walk.
+// Returns nothing if the schedule is too long, which happens only with an invalid frequency.
 using Core = std::optional<double>(const DayNumbers&, DayCountTerms&);
 
-// A coupon date as a date value, by way of the host's own formats: MISSING where those reject it.
-// Between 1582 and 3999 they agree with the engine, and the way can be spared.
+// Converts a coupon date to a date value by the host's conversion functions. Returns MISSING if
+// they reject the date. From 1582 to 3999 the host's calendar and ours are the same, so the
+// conversion is a subtraction.
 double host_date(const CalendarDate& date) noexcept {
   if (date.year >= 1582 && date.year < 4000) {
     return static_cast<double>(date.dayNumber - kDayNumberOfDateZero);
@@ -26,7 +27,7 @@ double host_date(const CalendarDate& date) noexcept {
   return vxfmtzdatjul(vxfmtzjulymd(date.year, date.month, date.day));
 }
 
-// What `taken` takes from the coupons around settlement.
+// Finds the coupons around settlement and returns the value that `taken` takes from them.
 std::optional<double> found(const DayNumbers& days, DayCountTerms& terms, std::int32_t requests,
                             double (*taken)(const CouponSearch&)) {
   const CalendarDate settlement = date_of_day(days.settlement);
@@ -46,7 +47,7 @@ std::optional<double> zComputeCOUPDAYSNC(const DayNumbers& days, DayCountTerms& 
                [](const CouponSearch& search) { return search.daysToNext; });
 }
 
-// Only periods of basis 1 differ from each other.
+// Only under basis 1 do periods have different lengths.
 std::optional<double> zComputeCOUPDAYS(const DayNumbers& days, DayCountTerms& terms) {
   if (terms.basis != kBasisActual) return terms.periodDays;
   return found(days, terms, kDaysInPeriod,
@@ -72,8 +73,8 @@ DayNumbers read_dates(Reader& in) noexcept {
   return {settlement, in.date(2)};
 }
 
-Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
-  // Here a frequency beyond 32 bits is refused, not taken by its low 32 bits.
+Status query(Reader& in, const DayNumbers& days, Core* core) noexcept {
+  // Unlike other keywords, these reject a frequency that does not fit into 32 bits.
   const std::int64_t frequency = in.whole(3);
   in.require(frequency >= 1 && frequency <= std::numeric_limits<std::int32_t>::max(), 3);
   const BasisCode basis = in.basis(4);
@@ -85,29 +86,31 @@ Status answer(Reader& in, const DayNumbers& days, Core* core) noexcept {
   return value ? in.store(*value) : in.fail();
 }
 
-// Equal dates answer 0 before anything else is read, also where a date is asked for.
-Status answer_up_to_maturity(Reader& in, Core* core) noexcept {
+// If both dates are equal, the result is 0, also for keywords that return a date. The other
+// arguments are then not read.
+Status query_up_to_maturity(Reader& in, Core* core) noexcept {
   const DayNumbers days = read_dates(in);
   in.require(days.settlement <= days.maturity, 2);
   if (in.ok() && days.settlement == days.maturity) return in.store(0.0);
-  return answer(in, days, core);
+  return query(in, days, core);
 }
 
 }  // namespace
 
 // COUPDAYBS(settlement, maturity, frequency [, basis])
-// Alone among the six it refuses equal dates, and marks the frequency for the order of the dates.
+// Unlike the other five, it rejects equal dates. If the dates are equal or in the wrong order, it
+// marks the frequency.
 Status fnc_COUPDAYBS(Reader& in) noexcept {
   const DayNumbers days = read_dates(in);
   in.require(days.settlement < days.maturity, 3);
-  return answer(in, days, zComputeCOUPDAYBS);
+  return query(in, days, zComputeCOUPDAYBS);
 }
 
-// The others take the same arguments.
-Status fnc_COUPDAYS(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPDAYS); }
-Status fnc_COUPDAYSNC(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPDAYSNC); }
-Status fnc_COUPNCD(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPNCD); }
-Status fnc_COUPNUM(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPNUM); }
-Status fnc_COUPPCD(Reader& in) noexcept { return answer_up_to_maturity(in, zComputeCOUPPCD); }
+// The other five have the same arguments.
+Status fnc_COUPDAYS(Reader& in) noexcept { return query_up_to_maturity(in, zComputeCOUPDAYS); }
+Status fnc_COUPDAYSNC(Reader& in) noexcept { return query_up_to_maturity(in, zComputeCOUPDAYSNC); }
+Status fnc_COUPNCD(Reader& in) noexcept { return query_up_to_maturity(in, zComputeCOUPNCD); }
+Status fnc_COUPNUM(Reader& in) noexcept { return query_up_to_maturity(in, zComputeCOUPNUM); }
+Status fnc_COUPPCD(Reader& in) noexcept { return query_up_to_maturity(in, zComputeCOUPPCD); }
 
 }  // namespace vxfnc::securities

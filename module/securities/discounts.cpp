@@ -1,4 +1,4 @@
-// Securities without coupons: bought at a discount, or paying their interest at maturity. Time is
+// Securities without coupons. They are bought at a discount or pay interest at maturity. Time is
 // measured in years under the basis.
 #include <cmath>
 #include <limits>
@@ -27,7 +27,7 @@ CalcStatus zComputeDISC(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// Unlike a discount, a rate over no time is not caught: it is infinite.
+// Unlike DISC, INTRATE does not fail if the time is 0: the rate is then infinite.
 CalcStatus zComputeINTRATE(SecurityCalc& calc) noexcept {
   const double t = years_to_maturity(calc);
   if (t < 0.0) return kCannotBeComputed;
@@ -47,7 +47,7 @@ CalcStatus zComputeYIELDDISC(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// A discount beyond the whole amount gives a negative one.
+// If the discount exceeds the whole amount, the result is negative.
 CalcStatus zComputeRECEIVED(SecurityCalc& calc) noexcept {
   calc.params->leapYearsWhole = 1;
   const double q = 1.0 - calc.discount * years_to_maturity(calc);
@@ -89,11 +89,11 @@ CalcStatus zComputeYIELDMAT(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// The five keywords of settlement and maturity differ in which two amounts they read, both
-// positive, and in what they calculate.
-Status answer_discounted(Reader& in, double SecurityCalc::*third, double SecurityCalc::*fourth,
-                         CalcStatus (*calculate)(SecurityCalc&) noexcept,
-                         std::uint8_t keep_end_31 = 0) noexcept {
+// Evaluates one of the five keywords that have the arguments settlement, maturity, two positive
+// amounts and basis. They differ in the amounts that they read and in the calculation.
+Status calculate_discounted(Reader& in, double SecurityCalc::*third, double SecurityCalc::*fourth,
+                            CalcStatus (*calculate)(SecurityCalc&) noexcept,
+                            std::uint8_t keep_end_31 = 0) noexcept {
   Security bill;
   read_dates(in, {bill.settlement, bill.maturity});
   if (is_empty_span(in, bill.settlement, bill.maturity, 2)) return in.store(0.0);
@@ -101,66 +101,69 @@ Status answer_discounted(Reader& in, double SecurityCalc::*third, double Securit
   bill.*fourth = in.positive(4);
   read_year_basis(in, 5, bill);
   bill.terms.keepEnd31 = keep_end_31;
-  return answer(in, bill, calculate, &SecurityCalc::result);
+  return calculate_and_store(in, bill, calculate, &SecurityCalc::result);
 }
 
 }  // namespace
 
 // DISC(settlement, maturity, pr, redemption [, basis])
-// Alone among the five it has no day more for a maturity on the 31st under 30/360.
+// Unlike the other four, it does not add a day under 30/360 if maturity is the 31st.
 Status fnc_DISC(Reader& in) noexcept {
   constexpr std::uint8_t kKeepEnd31 = 1;
-  return answer_discounted(in, &SecurityCalc::price, &SecurityCalc::redemption, zComputeDISC,
-                           kKeepEnd31);
+  return calculate_discounted(in, &SecurityCalc::price, &SecurityCalc::redemption, zComputeDISC,
+                              kKeepEnd31);
 }
 
 // INTRATE(settlement, maturity, investment, redemption [, basis])
 Status fnc_INTRATE(Reader& in) noexcept {
-  return answer_discounted(in, &SecurityCalc::investment, &SecurityCalc::redemption,
-                           zComputeINTRATE);
+  return calculate_discounted(in, &SecurityCalc::investment, &SecurityCalc::redemption,
+                              zComputeINTRATE);
 }
 
 // RECEIVED(settlement, maturity, investment, discount [, basis])
 Status fnc_RECEIVED(Reader& in) noexcept {
-  return answer_discounted(in, &SecurityCalc::investment, &SecurityCalc::discount,
-                           zComputeRECEIVED);
+  return calculate_discounted(in, &SecurityCalc::investment, &SecurityCalc::discount,
+                              zComputeRECEIVED);
 }
 
 // PRICEDISC(settlement, maturity, discount, redemption [, basis])
 Status fnc_PRICEDISC(Reader& in) noexcept {
-  return answer_discounted(in, &SecurityCalc::discount, &SecurityCalc::redemption,
-                           zComputePRICEDISC);
+  return calculate_discounted(in, &SecurityCalc::discount, &SecurityCalc::redemption,
+                              zComputePRICEDISC);
 }
 
 // YIELDDISC(settlement, maturity, pr, redemption [, basis])
 Status fnc_YIELDDISC(Reader& in) noexcept {
-  return answer_discounted(in, &SecurityCalc::price, &SecurityCalc::redemption, zComputeYIELDDISC);
+  return calculate_discounted(in, &SecurityCalc::price, &SecurityCalc::redemption,
+                              zComputeYIELDDISC);
 }
 
 // PRICEMAT(settlement, maturity, issue, rate, yld [, basis])
-// Issue may come after settlement, here and for YIELDMAT.
+// Issue may be after settlement, here and for YIELDMAT.
 Status fnc_PRICEMAT(Reader& in) noexcept {
   Security bill;
   read_dates(in, {bill.settlement, bill.maturity});
-  in.require(bill.settlement->dayNumber < bill.maturity->dayNumber, 2);  // equal dates fail here
+  // Equal dates are invalid here.
+  in.require(bill.settlement->dayNumber < bill.maturity->dayNumber, 2);
   bill.issue->dayNumber = in.date(3);
   if (is_empty_span(in, bill.issue, bill.maturity, 3)) return in.store(0.0);
   bill.rate = in.positive(4);
   bill.yld = in.number(5);
   read_year_basis(in, 6, bill);
-  return answer(in, bill, zComputePRICEMAT, &SecurityCalc::result);
+  return calculate_and_store(in, bill, zComputePRICEMAT, &SecurityCalc::result);
 }
 
 // YIELDMAT(settlement, maturity, issue, rate, pr [, basis])
 Status fnc_YIELDMAT(Reader& in) noexcept {
   Security bill;
-  read_dates(in, {bill.settlement, bill.maturity, bill.issue});  // all before any is compared
+  // All are read before they are compared.
+  read_dates(in, {bill.settlement, bill.maturity, bill.issue});
   if (is_empty_span(in, bill.settlement, bill.maturity, 2)) return in.store(0.0);
   if (is_empty_span(in, bill.issue, bill.maturity, 3)) return in.store(0.0);
   bill.rate = in.positive(4);
   bill.price = in.positive(5);
   read_year_basis(in, 6, bill);
-  return answer(in, bill, zComputeYIELDMAT, &SecurityCalc::result);
+  return calculate_and_store(in, bill, zComputeYIELDMAT, &SecurityCalc::result);
 }
 
 }  // namespace vxfnc::securities

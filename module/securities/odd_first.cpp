@@ -1,5 +1,5 @@
-// Bonds whose first coupon period is odd, short or long, settled inside it: the market's standard
-// securities calculation method, at compound interest.
+// Bonds with an odd (short or long) first coupon period, settled in that period. Price and yield
+// follow the market's standard securities calculation method, at compound interest.
 #include <algorithm>
 
 #include "coupons/schedule.h"
@@ -9,8 +9,10 @@
 namespace vxfnc::securities {
 namespace {
 
-// Regular periods from the first coupon to maturity; a broken last one counts as one. The two
-// schedules meet when either leads to the other: 30 August and 28 February do.
+// Counts the regular periods from the first coupon to maturity. An incomplete last period counts as
+// one. The last period is complete if stepping forward from the first coupon reaches maturity, or
+// if stepping back from maturity reaches the first coupon. From 30 August to 28 February, for
+// example, only the first is true.
 double periods_to_maturity(const CalendarDate& first_coupon, const CalendarDate& maturity,
                            const DayCountTerms& terms) noexcept {
   const std::int64_t months =
@@ -22,10 +24,10 @@ double periods_to_maturity(const CalendarDate& first_coupon, const CalendarDate&
   return static_cast<double>(meets ? periods : periods + 1);
 }
 
-// The market's 30/360 count. A start on the 31st or on the last day of February counts as the 30th.
-// An end on the 31st does so only after a start that counts as the 30th, and an end on the last day
-// of February only after a start on such a day. The days of two stretches need not add up to those
-// of both.
+// Counts days by the market's 30/360 rule. A start on the 31st or on the last day of February
+// counts as the 30th. An end on the 31st counts as the 30th only if the start counts as the 30th.
+// An end on the last day of February counts as the 30th only if the start is the last day of
+// February too. Splitting a span may change the total number of days.
 double market_days_30_360(const CalendarDate& start, const CalendarDate& end) noexcept {
   const auto ends_february = [](const CalendarDate& date) {
     return date.month == 2 && date.day == zlastDay(date.year, 2);
@@ -38,8 +40,9 @@ double market_days_30_360(const CalendarDate& start, const CalendarDate& end) no
                              30 * (std::int64_t{end.month} - start.month) + last - first);
 }
 
-// Measures the odd period in quasi-coupon periods, stepped back from the first coupon: the first
-// coupon, what of it is accrued, and the way to it. False: not to be carried out.
+// Measures the odd period in quasi-coupon periods, which are stepped back from the first coupon.
+// Sets firstCoupon, accruedFraction, remainingFraction and couponCount. Returns false if the
+// frequency does not divide a year into whole months, or if there are too many periods.
 bool measure_odd_period(SecurityCalc& calc) noexcept {
   const CalendarDate& settlement = *calc.settlement;
   const CalendarDate& maturity = *calc.maturity;
@@ -50,7 +53,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
     zgetMonthDayYear(*date);
   }
   if (terms.monthsPerPeriod == kNoMonthsPerPeriod) return false;
-  // The schedule keeps to month ends when both its ends are some.
+  // Coupon dates are month ends only if both the first coupon and maturity are month ends.
   if (maturity.endOfMonth == 0) first_coupon.endOfMonth = 0;
 
   const auto days_between = [&terms](const CalendarDate& from, const CalendarDate& to) {
@@ -58,7 +61,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
     CountTheDays(from, to, terms);
     return terms.dayCount;
   };
-  const double fixed_period = terms.periodDays;  // the counts overwrite it
+  const double fixed_period = terms.periodDays;  // CountTheDays overwrites periodDays
   double first_coupons = 0.0;
   double accrued = 0.0;
   CalendarDate end = first_coupon;
@@ -94,7 +97,7 @@ CalcStatus zComputeODDFYIELD(SecurityCalc& calc) noexcept {
   return measure_odd_period(calc) ? SolveForTheYield(calc) : kCannotBeComputed;
 }
 
-// True: settled at maturity, which answers 0.
+// Reads and checks the dates. Returns true if settlement is maturity; the result is then 0.
 bool read_odd_period(Reader& in, Security& bond) noexcept {
   read_dates(in, {bond.settlement, bond.maturity, bond.issue, bond.firstInterest});
   if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return true;
@@ -114,7 +117,7 @@ Status fnc_ODDFPRICE(Reader& in) noexcept {
   bond.yld = in.number(6);
   bond.redemption = in.positive(7);
   read_schedule(in, 8, bond);
-  return answer(in, bond, zComputeODDFPRICE, &SecurityCalc::price);
+  return calculate_and_store(in, bond, zComputeODDFPRICE, &SecurityCalc::price);
 }
 
 // ODDFYIELD(settlement, maturity, issue, first_coupon, rate, pr, redemption, frequency [, basis])
@@ -125,7 +128,7 @@ Status fnc_ODDFYIELD(Reader& in) noexcept {
   bond.price = in.positive(6);
   bond.redemption = in.positive(7);
   read_schedule(in, 8, bond);
-  return answer(in, bond, zComputeODDFYIELD, &SecurityCalc::yld);
+  return calculate_and_store(in, bond, zComputeODDFYIELD, &SecurityCalc::yld);
 }
 
 }  // namespace vxfnc::securities

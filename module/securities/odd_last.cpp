@@ -1,5 +1,5 @@
-// Bonds whose last coupon period is odd, settled inside it: simple interest, measured in
-// quasi-coupon periods. Price and yield are exact inverses.
+// Bonds with an odd last coupon period, settled in that period. Interest is simple, and time is
+// measured in quasi-coupon periods. Price and yield are exact inverses of each other.
 #include <optional>
 
 #include "coupons/proportions.h"
@@ -10,7 +10,7 @@
 namespace vxfnc::securities {
 namespace {
 
-// Periods from last interest to settlement, stepped forward from last interest.
+// Counts the periods from last interest to settlement, stepping forward from last interest.
 std::optional<double> accrued_periods(const CalendarDate& last_interest,
                                       const CalendarDate& settlement,
                                       DayCountTerms& terms) noexcept {
@@ -27,7 +27,7 @@ std::optional<double> accrued_periods(const CalendarDate& last_interest,
   return std::nullopt;
 }
 
-// Measures the odd period; both keywords see it alike. False: too many periods to walk.
+// Measures the odd period for both keywords. Returns false if there are too many periods.
 bool measure_odd_period(SecurityCalc& calc) noexcept {
   const CalendarDate& settlement = *calc.settlement;
   const CalendarDate& maturity = *calc.maturity;
@@ -36,7 +36,7 @@ bool measure_odd_period(SecurityCalc& calc) noexcept {
   zgetMonthDayYear(*calc.settlement);
   zgetMonthDayYear(*calc.maturity);
   zgetMonthDayYear(*calc.lastInterest);
-  // Actual days are measured against actual periods, whatever the year's length.
+  // Actual days are divided by the actual length of the period, whatever the length of the year.
   if (terms.basis == kBasisActual360 || terms.basis == kBasisActual365) terms.basis = kBasisActual;
   const auto accrued = accrued_periods(last_interest, settlement, terms);
   if (!accrued) return false;
@@ -69,7 +69,8 @@ CalcStatus zComputeODDLYIELD(SecurityCalc& calc) noexcept {
   return kDone;
 }
 
-// True: settled where nothing is left or nothing has begun, which answers 0.
+// Reads and checks the dates. Returns true if settlement is maturity or last interest; the result
+// is then 0.
 bool read_odd_period(Reader& in, Security& bond) noexcept {
   read_dates(in, {bond.settlement, bond.maturity, bond.lastInterest});
   if (is_empty_span(in, bond.settlement, bond.maturity, 2)) return true;
@@ -86,7 +87,7 @@ Status fnc_ODDLPRICE(Reader& in) noexcept {
   bond.yld = in.number(5);
   bond.redemption = in.positive(6);
   read_schedule(in, 7, bond);
-  return answer(in, bond, zComputeODDLPRICE, &SecurityCalc::price);
+  return calculate_and_store(in, bond, zComputeODDLPRICE, &SecurityCalc::price);
 }
 
 // ODDLYIELD(settlement, maturity, last_interest, rate, pr, redemption, frequency [, basis])
@@ -98,7 +99,7 @@ Status fnc_ODDLYIELD(Reader& in) noexcept {
   bond.price = in.number(5);
   bond.redemption = in.positive(6);
   read_schedule(in, 7, bond);
-  return answer(in, bond, zComputeODDLYIELD, &SecurityCalc::yld);
+  return calculate_and_store(in, bond, zComputeODDLYIELD, &SecurityCalc::yld);
 }
 
 }  // namespace vxfnc::securities

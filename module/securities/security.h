@@ -1,8 +1,8 @@
-// What the securities calculate on: one record for all of them, filled by a handler and handed to a
-// routine zCompute<KEYWORD>, which knows no arguments.
+// The record on which all keywords of securities calculate. A handler fills it and passes it to a
+// routine zCompute<KEYWORD>, which does not know the arguments of the call.
 //
-// Rates and yields are fractions a year; prices and redemptions are per 100 of face value; times
-// are days or coupon periods, as their names say.
+// Rates and yields are fractions per year. Prices and redemptions are per 100 of face value. Times
+// are in days or coupon periods, according to the name.
 #pragma once
 
 #include <cstdint>
@@ -12,12 +12,12 @@
 
 namespace vxfnc::securities {
 
-// At or below this, 1 + yield a period counts as no discount base.
+// The yield is too low if 1 + yield per period is below this value.
 inline constexpr double kLeastDiscountBase = 1.053671212772351e-08;
 
-// A routine reads its inputs and fills the fields of its answer. It may rewrite the terms.
+// A routine reads its input members and sets the members of its result. It may change the terms.
 struct SecurityCalc {
-  CalendarDate* settlement = nullptr;  // of dates, a handler sets the day number alone
+  CalendarDate* settlement = nullptr;  // handlers set only the day number of dates
   CalendarDate* maturity = nullptr;
   double rate = 0.0;
   double yld = 0.0;
@@ -28,12 +28,12 @@ struct SecurityCalc {
 
   // The position of settlement in its coupon period.
   double accruedFraction = 0.0;    // periods since the last coupon
-  double remainingFraction = 0.0;  // periods to the next one, more than 1 if it is odd
+  double remainingFraction = 0.0;  // periods to the next coupon; may exceed 1 in an odd period
   double remainingDays = 0.0;
   double couponPeriodDays = 0.0;
   double accruedDays = 0.0;
-  double couponCount = 0.0;  // coupons to come
-  double firstCoupon = 1.0;  // the next one, as a multiple of the regular coupon
+  double couponCount = 0.0;  // coupons after settlement
+  double firstCoupon = 1.0;  // the next coupon, as a multiple of the regular coupon
 
   CalendarDate* issue = nullptr;
   CalendarDate* firstInterest = nullptr;
@@ -41,23 +41,23 @@ struct SecurityCalc {
   double par = 0.0;
   double investment = 0.0;
   double discount = 0.0;
-  double yearFraction = 0.0;  // the last one measured
-  double result = 0.0;        // of keywords whose answer is no price, yield or duration
+  double yearFraction = 0.0;  // the last year fraction that was measured
+  double result = 0.0;        // the result, if it is not a price, yield or duration
 
-  // An odd last period, in quasi-coupon periods.
+  // The lengths of an odd last period, in quasi-coupon periods.
   double accruedPeriods = 0.0;    // last interest to settlement
   double oddPeriods = 0.0;        // last interest to maturity
   double remainingPeriods = 0.0;  // settlement to maturity
 };
 
-// A handler's frame: the record with the terms and the dates it points to.
+// The record together with the terms and the dates to which it points.
 struct Security : SecurityCalc {
   Security() noexcept {
     settlement = &dates[0];
     maturity = &dates[1];
     issue = &dates[2];
     firstInterest = &dates[3];
-    lastInterest = &dates[3];  // no keyword knows both
+    lastInterest = &dates[3];  // no keyword has both
     params = &terms;
   }
   Security(const Security&) = delete;

@@ -1,5 +1,5 @@
-// Treasury bills, on a discount year of 360 days and a bond year of 365. Their dates are plain date
-// values: fractions of a day count.
+// Treasury bills, with a discount year of 360 days and a bond year of 365 days. Dates need not be
+// whole days: fractions of a day are counted.
 #include <cmath>
 
 #include "call/reader.h"
@@ -22,8 +22,9 @@ Bill read_bill(Reader& in) noexcept {
 }  // namespace
 
 // TBILLEQ(settlement, maturity, discount)
-// The yield of a bond that pays as much: at simple interest up to half a year, compounded once
-// beyond. Alone among the three it compares the dates; bills of more than a year are computed, too.
+// Returns the yield of a bond that pays the same: at simple interest up to half a year, and
+// compounded once for longer times. Unlike the other two, it compares the dates. Bills of more than
+// a year are accepted.
 Status fnc_TBILLEQ(Reader& in) noexcept {
   const Bill bill = read_bill(in);
   in.require(bill.settlement < bill.maturity, 2);
@@ -35,7 +36,7 @@ Status fnc_TBILLEQ(Reader& in) noexcept {
   if (days <= 182.0) return in.store(365.0 * discount / value);
   const double t = days / 365.0;
   const double q = t * t - (2.0 * t - 1.0) * (discount * days / -value);
-  if (q < 0.0) return STATUS_BAD_ARG;  // the one failure that leaves the result untouched
+  if (q < 0.0) return STATUS_BAD_ARG;  // the only failure that does not store MISSING
   return in.store((std::sqrt(q) - t) / (t - 0.5));
 }
 
@@ -48,7 +49,7 @@ Status fnc_TBILLPRICE(Reader& in) noexcept {
 }
 
 // TBILLYIELD(settlement, maturity, pr)
-// No days to maturity: the quotient by zero is the answer.
+// If there are no days to maturity, the result of the division by zero is returned.
 Status fnc_TBILLYIELD(Reader& in) noexcept {
   const Bill bill = read_bill(in);
   const double price = in.positive(3);

@@ -1,4 +1,4 @@
-// YEARFRAC, the plainest user of the day counts.
+// The keyword YEARFRAC.
 #include "calendar/day_count.h"
 #include "call/reader.h"
 
@@ -10,7 +10,7 @@ Status fnc_YEARFRAC(Reader& in) noexcept {
   const std::int64_t start = in.date(1);
   const std::int64_t end = in.date(2);
   in.require(start <= end, 2);
-  if (in.ok() && start == end) return in.store(0.0);  // whatever the basis, even a bad one
+  if (in.ok() && start == end) return in.store(0.0);  // for any basis, even an invalid one
   DayCountTerms terms{};
   measure_in_years(terms, in.basis(3));
   if (!in.ok()) return in.status();

@@ -1,4 +1,5 @@
-// Wide-string routines and the case mapping of the characters below 0x10000, in pages of 128.
+// Wide-string routines, and the case mapping of characters below 0x10000 by tables for pages of 128
+// characters.
 #include "text/wide_text.h"
 
 #include <algorithm>
@@ -21,10 +22,10 @@ constexpr WideChar kPage = 128;
 static_assert(nbz_metatable[0] == 0 &&
                   std::ranges::count(std::span(nbz_upshift).first(kPage), -128) == 0 &&
                   std::ranges::count(std::span(nbz_downshift).first(kPage), -128) == 0,
-              "the first page has the first row, and no pairs");
-constexpr int kAuxiliary = -128;  // a delta that sends the character to the list of pairs
+              "page 0 must use row 0 and must not use the list of pairs");
+constexpr int kAuxiliary = -128;  // this delta means that the list of pairs has the character
 
-// shifts: the deltas of all rows; pairs: the mappings that do not fit a delta.
+// shifts: the deltas of all rows. pairs: the mappings whose difference does not fit into a delta.
 WideChar mapped(WideChar c, std::span<const std::int8_t> shifts,
                 std::span<const CasePair> pairs) noexcept {
   if (c < kPage) return c + static_cast<WideChar>(shifts[c]);
@@ -61,7 +62,7 @@ std::int64_t vxzstrp(const WideChar* s, std::int64_t n) noexcept {
 void vxzsmov(const WideChar* from, std::int64_t n, WideChar* to, std::int64_t m) noexcept {
   const std::int64_t room = m < 0 ? -1 - m : m;
   const std::int64_t copied = from == nullptr ? 0 : std::min(measured(from, n), room);
-  for (std::int64_t i = 0; i < copied; ++i) to[i] = from[i];  // few: a call would cost more
+  for (std::int64_t i = 0; i < copied; ++i) to[i] = from[i];  // faster than memcpy for a few
   if (m < 0) {
     to[copied] = 0;
   } else {

@@ -1,7 +1,8 @@
-// Level payments, on one record. Money received is positive, money paid out is
-// negative; the rate is a fraction a period; type 1 pays at the start of each period.
+// Annuities: equal payments, one per period. Money received is positive, money paid is negative.
+// The rate is a fraction per period. Type 1 means that payments are made at the start of each
+// period.
 //
-// Powers (1 + r)^k are formed as e^(k ln(1 + r)), so that small rates keep their digits.
+// Powers (1 + r)^k are computed as e^(k ln(1 + r)), so that no digits of small rates are lost.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -16,32 +17,33 @@
 namespace vxfnc::tvm {
 namespace {
 
-// Zero-filled at the start of a call; a routine reads its inputs and fills its output.
+// The input and output of a calculation. All members are 0 at first. A routine reads its input
+// members and sets its output member.
 struct AnnuityRecord {
   std::int32_t nper = 0;
   std::int32_t per = 0;
   std::int32_t start_period = 0;
   std::int32_t end_period = 0;
-  std::int32_t type = 0;  // only 1 is "at the start"
+  std::int32_t type = 0;  // 1: payments at the start; any other value: at the end
   double pmt = 0.0;
   double pv = 0.0;
-  double fv_in = 0.0;  // the second amount: fv, and pv for FV
+  double fv_in = 0.0;  // the argument fv, or pv for FV
   double ipmt = 0.0;
   double rate = 0.0;
   double ppmt = 0.0;
   double cumprinc = 0.0;
   double cumipmt = 0.0;
   double fv_out = 0.0;
-  double pv_out = 0.0;  // of PV; the pv argument of RATE
+  double pv_out = 0.0;  // the result of PV, or the argument pv of RATE
   double rate_scale_fv = 0.0;
   double rate_scale_pv = 0.0;
 
   [[nodiscard]] bool pays_at_start() const noexcept { return type == 1; }
-  // 1 + rate where payments stand a period earlier.
+  // The factor for payments that are made one period earlier.
   [[nodiscard]] double advance() const noexcept { return pays_at_start() ? 1.0 + rate : 1.0; }
 };
 
-// g = (1 + rate)^periods - 1. False when that is too large.
+// Computes g = (1 + rate)^periods - 1. Returns false if it overflows.
 bool grow(double rate, double periods, double& g) noexcept {
   const double exponent = periods * zln1px(rate);
   if (exponent >= kExpOverflow) return false;
@@ -56,7 +58,7 @@ CalcStatus zComputeFV(AnnuityRecord& a) noexcept {
   return kDone;
 }
 
-// A rate of 0 divides 0 by 0, and that NaN is the answer.
+// For a rate of 0 this computes 0 / 0, and the result is NaN. This is intended.
 CalcStatus zComputePV(AnnuityRecord& a) noexcept {
   double w = 0.0;
   if (!grow(a.rate, -static_cast<double>(a.nper), w)) return kCannotBeComputed;
@@ -72,7 +74,7 @@ CalcStatus zComputePMT(AnnuityRecord& a) noexcept {
   return kDone;
 }
 
-// The interest of period `per`, from a payment that is known unless the period is the first.
+// Computes the interest of period `per`. Unless that is the first period, a.pmt must be set.
 CalcStatus find_interest(AnnuityRecord& a) noexcept {
   if (a.per == 1) {
     a.ipmt = a.pays_at_start() ? 0.0 : -a.pv * a.rate;
@@ -96,8 +98,8 @@ CalcStatus zComputePPMT(AnnuityRecord& a) noexcept {
   return kDone;
 }
 
-// A loan's balance and the periods asked for. Payments at the start fall a period earlier, the
-// first one at once.
+// The balance of a loan and the range of periods over which to sum. Payments at the start of
+// periods are made one period earlier, and the first one is made immediately.
 struct Run {
   double balance;
   std::int64_t first;
@@ -110,8 +112,9 @@ Run run_of(const AnnuityRecord& a) noexcept {
           a.end_period - earlier};
 }
 
-// Carries the balance on with `pay`, which answers a period's share, and sums the shares of the
-// periods asked for. False: too many periods.
+// Calls `pay` for each period. `pay` updates the balance and returns the interest or the principal
+// of the period. Adds these amounts up for the periods of the run. Returns false if there are too
+// many periods.
 template <class Pay>
 bool sum_shares(Run run, double& sum, Pay&& pay) noexcept {
   if (run.last < 1 || run.first > run.last) return true;
@@ -165,7 +168,7 @@ Factor annuity_factor(double r, double n) noexcept {
     const double value = -e / r;
     return {value, n / (1.0 + r) * (1.0 / r - value) - value / r};
   }
-  // The quotient would cancel: its series instead.
+  // The quotient would lose digits by cancellation, so its series is used.
   constexpr double kFactorials[] = {1, 2, 6, 24, 120, 720};
   double product = n;  // n (n + 1) ... (n + k)
   double power = 1.0;  // (-r)^k
@@ -180,7 +183,8 @@ Factor annuity_factor(double r, double n) noexcept {
   return f;
 }
 
-// pv + pmt (1 + r type) a(r) + fv (1 + r)^-n = 0, divided by pmt and in logarithms.
+// The equation pv + pmt (1 + r type) a(r) + fv (1 + r)^-n = 0, divided by pmt and solved for a(r),
+// in logarithms.
 std::int32_t ComputeF_RATE(NewtonControl& control) noexcept {
   const auto& a = *static_cast<const AnnuityRecord*>(control.context);
   const double r = control.x;
@@ -201,7 +205,8 @@ std::int32_t ComputeF_RATE(NewtonControl& control) noexcept {
 CalcStatus zComputeRATE(AnnuityRecord& a) noexcept {
   const double pv = a.pv_out;
   if (!(std::fabs(a.pmt) > 0.0)) {
-    // No payments: pv grows to fv, which is accepted with the same sign, not with the opposite.
+    // Without payments, pv grows to fv. Both must have the same sign; opposite signs are rejected,
+    // on purpose.
     if (a.fv_in == 0.0 || pv / a.fv_in <= 0.0) return kCannotBeComputed;
     a.rate = zexpm1(-std::log(pv / a.fv_in) / a.nper);
     return kDone;
@@ -220,19 +225,21 @@ CalcStatus zComputeRATE(AnnuityRecord& a) noexcept {
 
 // ---- Handlers ----------------------------------------------------------------------------------
 
-// The payment type: a whole number, of which only those above 1 are refused.
+// Reads the payment type: a whole number. Numbers above 1 are rejected; negative numbers are
+// accepted.
 void read_type(Reader& in, std::int64_t slot, AnnuityRecord& a) noexcept {
   a.type = in.choice_if_any(slot, 0);
   in.require(a.type <= 1, slot);
 }
 
-Status answer(Reader& in, AnnuityRecord& a, CalcStatus (*calculate)(AnnuityRecord&) noexcept,
-              double AnnuityRecord::*field) noexcept {
+Status calculate_and_store(Reader& in, AnnuityRecord& a,
+                           CalcStatus (*calculate)(AnnuityRecord&) noexcept,
+                           double AnnuityRecord::*field) noexcept {
   if (!in.ok()) return in.status();
   return calculate(a) == kDone ? in.store(a.*field) : in.fail();
 }
 
-// What IPMT and PPMT read.
+// Reads the arguments of IPMT and PPMT.
 void read_period(Reader& in, AnnuityRecord& a) noexcept {
   a.rate = in.positive(1);
   a.per = in.integer(2, 1);
@@ -246,7 +253,7 @@ void read_period(Reader& in, AnnuityRecord& a) noexcept {
 }  // namespace
 
 // FV(rate, nper, pmt [, pv [, type]])
-// Alone among the ten it takes a missing payment for 0, but then not a missing pv, too.
+// Unlike the other nine, it reads a missing payment as 0. In that case pv must not be missing.
 Status fnc_FV(Reader& in) noexcept {
   AnnuityRecord a;
   a.rate = in.positive(1);
@@ -256,11 +263,12 @@ Status fnc_FV(Reader& in) noexcept {
   a.fv_in = in.number_if_any(4, 0.0);
   in.require(!(lacks_payment && in.is_missing(4)), 4);
   read_type(in, 5, a);
-  return answer(in, a, zComputeFV, &AnnuityRecord::fv_out);
+  return calculate_and_store(in, a, zComputeFV, &AnnuityRecord::fv_out);
 }
 
 // PV(rate, nper, pmt [, fv [, type]])
-// Alone among the ten it accepts rates down to -1, and marks no argument for a type above 1.
+// Unlike the other nine, it accepts 0 and negative rates above -1. If the type is above 1, it fails
+// and marks no argument.
 Status fnc_PV(Reader& in) noexcept {
   AnnuityRecord a;
   a.rate = in.number(1);
@@ -270,7 +278,7 @@ Status fnc_PV(Reader& in) noexcept {
   a.fv_in = in.number_if_any(4, 0.0);
   a.type = in.choice_if_any(5, 0);
   if (in.ok() && a.type > 1) return in.fail();
-  return answer(in, a, zComputePV, &AnnuityRecord::pv_out);
+  return calculate_and_store(in, a, zComputePV, &AnnuityRecord::pv_out);
 }
 
 // PMT(rate, nper, pv [, fv [, type]])
@@ -281,25 +289,25 @@ Status fnc_PMT(Reader& in) noexcept {
   a.pv = in.number(3);
   a.fv_in = in.number_if_any(4, 0.0);
   read_type(in, 5, a);
-  return answer(in, a, zComputePMT, &AnnuityRecord::pmt);
+  return calculate_and_store(in, a, zComputePMT, &AnnuityRecord::pmt);
 }
 
 // IPMT(rate, per, nper, pv [, fv [, type]])
 Status fnc_IPMT(Reader& in) noexcept {
   AnnuityRecord a;
   read_period(in, a);
-  return answer(in, a, zComputeIPMT, &AnnuityRecord::ipmt);
+  return calculate_and_store(in, a, zComputeIPMT, &AnnuityRecord::ipmt);
 }
 
 // PPMT(rate, per, nper, pv [, fv [, type]])
 Status fnc_PPMT(Reader& in) noexcept {
   AnnuityRecord a;
   read_period(in, a);
-  return answer(in, a, zComputePPMT, &AnnuityRecord::ppmt);
+  return calculate_and_store(in, a, zComputePPMT, &AnnuityRecord::ppmt);
 }
 
 // CUMIPMT(rate, nper, pv, start_period, end_period [, type])
-// Its periods are any whole numbers, in any order, unlike those of CUMPRINC; its pv is not.
+// Unlike CUMPRINC, it accepts any whole numbers as periods, in any order, but only a positive pv.
 Status fnc_CUMIPMT(Reader& in) noexcept {
   constexpr std::int32_t kAny = std::numeric_limits<std::int32_t>::min();
   AnnuityRecord a;
@@ -309,7 +317,7 @@ Status fnc_CUMIPMT(Reader& in) noexcept {
   a.start_period = in.integer(4, kAny);
   a.end_period = in.integer(5, kAny);
   read_type(in, 6, a);
-  return answer(in, a, zComputeCUMIPMT, &AnnuityRecord::cumipmt);
+  return calculate_and_store(in, a, zComputeCUMIPMT, &AnnuityRecord::cumipmt);
 }
 
 // CUMPRINC(rate, nper, pv, start_period, end_period [, type])
@@ -324,11 +332,11 @@ Status fnc_CUMPRINC(Reader& in) noexcept {
   in.require(a.end_period <= a.nper, 5);
   in.require(a.start_period <= a.end_period, 4);
   read_type(in, 6, a);
-  return answer(in, a, zComputeCUMPRINC, &AnnuityRecord::cumprinc);
+  return calculate_and_store(in, a, zComputeCUMPRINC, &AnnuityRecord::cumprinc);
 }
 
 // NPER(rate, pmt, pv [, fv [, type]])
-// Alone among the ten it refuses an fv that is given but missing, and accepts every whole type.
+// Unlike the other nine, it rejects a missing fv and accepts any whole number as type.
 Status fnc_NPER(Reader& in) noexcept {
   AnnuityRecord a;
   a.rate = in.positive(1);
@@ -354,11 +362,11 @@ Status fnc_RATE(Reader& in) noexcept {
   a.pv_out = in.number(3);
   a.fv_in = in.number_if_any(4, 0.0);
   read_type(in, 5, a);
-  return answer(in, a, zComputeRATE, &AnnuityRecord::rate);
+  return calculate_and_store(in, a, zComputeRATE, &AnnuityRecord::rate);
 }
 
 // ISPMT(rate, per, nper, pv)
-// A period beyond the last is no error: its interest has the opposite sign.
+// A period after the last one is not an error: its interest has the opposite sign.
 Status fnc_ISPMT(Reader& in) noexcept {
   const double rate = in.positive(1);
   const std::int32_t per = in.integer(2, 1);

@@ -38,15 +38,16 @@ namespace {
 constexpr double powTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
                              1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
 
-// A price whose fraction is written as a number of parts: 1.02 in sixteenths is 1 and 2/16.
+// A price whose digits after the decimal point are a numerator: with denominator 16, 1.02 means 1 +
+// 2/16.
 struct Quotation {
   double price;
   double denominator;
-  double whole;  // the price's integer part, of any size
-  double unit;   // parts in a fraction of 1: a power of ten, not below the denominator
+  double whole;  // the integer part of the price, of any size
+  double unit;   // the smallest power of ten that is not below the denominator
 };
 
-// The denominator must be above 0 in its low 32 bits, too, but counts in full.
+// The denominator and its low 32 bits must be above 0. The calculation uses the whole denominator.
 Quotation read_quotation(Reader& in) noexcept {
   const double price = in.number(1);
   const std::int64_t denominator = in.whole(2);
@@ -55,13 +56,14 @@ Quotation read_quotation(Reader& in) noexcept {
   const auto d = static_cast<double>(denominator);
   const auto k = static_cast<std::size_t>(std::ceil(std::log10(d)));
   const double unit = k < std::size(powTen) ? powTen[k] : std::pow(10.0, static_cast<double>(k));
-  return {price, d, std::trunc(price) + 0.0, unit};  // no negative zero
+  return {price, d, std::trunc(price) + 0.0, unit};  // + 0.0 avoids a negative zero
 }
 
 }  // namespace
 
 // DOLLARDE(fractional_dollar, fraction)
-// A fraction that is only rounding noise of the integer part is left out; below 0 all count.
+// For a positive price, a fraction that may be only the rounding error of the price is ignored. For
+// a negative price no fraction is ignored.
 Status fnc_DOLLARDE(Reader& in) noexcept {
   const Quotation q = read_quotation(in);
   if (!in.ok()) return in.status();
