@@ -1,4 +1,4 @@
-// Words as arguments of a call.
+// Converts words to arguments of a call.
 #pragma once
 
 #include "hosts/cli/single_call.h"

@@ -1,4 +1,4 @@
-// The calendar, the host's date formats, and the coupon routines that no keyword shows yet.
+// The calendar, the host's date formats, and the coupon functions that no keyword uses.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -30,7 +30,7 @@ TEST(Calendar, ConvertsEveryDayThereAndBack) {
                 unsigned(date.day) == unsigned{wanted.day()} && date.dayNumber == j)
         << j;
   }
-  for (std::int64_t j = 0; j < 3000000000; j += 5987) {  // across all that takes 32 bits
+  for (std::int64_t j = 0; j < 3000000000; j += 5987) {  // the whole range of the 32-bit form
     CalendarDate date = date_of_day(j);
     ConvertDateToJulian(date);
     ASSERT_EQ(date.dayNumber, j);
@@ -38,7 +38,7 @@ TEST(Calendar, ConvertsEveryDayThereAndBack) {
   EXPECT_TRUE(day(2001, 2, 28).endOfMonth == 1 && day(2000, 2, 28).endOfMonth == 0);
 }
 
-TEST(HostDates, ConvertAndReject) {
+TEST(HostDates, ConvertOrReject) {
   const double no = MISSING;
   // clang-format off
   const struct { double year, month, day, wanted; } triples[] = {
@@ -71,7 +71,7 @@ TEST(HostDates, ConvertAndReject) {
   EXPECT_TRUE(std::isnan(year) && std::isnan(month) && std::isnan(of_month));
 
   KernelServices handle{};
-  Exported_VXHandle = &handle;  // one without options
+  Exported_VXHandle = &handle;  // a kernel without options
   EXPECT_EQ(vxfmtzjulymd(49, 3, 1), 2049060);
   handle.get_option = [](KernelServices*, const WideChar* name, std::uint64_t length,
                          std::uint64_t kind, std::int64_t* value, std::uint64_t* size) {
@@ -84,7 +84,7 @@ TEST(HostDates, ConvertAndReject) {
   Exported_VXHandle = nullptr;
 }
 
-TEST(Schedule, CountsWholeCouponsAndTheRestOfAPeriod) {
+TEST(Schedule, CountsWholeCouponsAndFractionsOfAPeriod) {
   DayCountTerms terms{};
   measure_in_coupons(terms, 2, kBasisActual);
   const CalendarDate issue = day(2020, 3, 1), maturity = day(2030, 11, 15);
@@ -98,8 +98,8 @@ TEST(Schedule, CountsWholeCouponsAndTheRestOfAPeriod) {
   EXPECT_EQ(ComputeFromSettlementToNextCoupon(day(2020, 5, 15), maturity, terms), 0.0);
 }
 
-// For readers of the record: the calculations take the count that is returned.
-TEST(Schedule, CouponDaysAreAlsoStoredCapped) {
+// The calculations use the returned count only. The stored values are for readers of the record.
+TEST(Schedule, CouponDaysAreAlsoStoredWithALimit) {
   const double year_days[] = {360, 1, 360, 365, 360}, capped[] = {180, 275, 180, 182.5, 180};
   for (const int basis : {0, 1, 2, 3, 4}) {
     DayCountTerms terms{};

@@ -1,5 +1,5 @@
-// Annuities, rates and cash flows compared with a plain model over seeded random calls, to the bit;
-// storage with pools that count.
+// Annuities, rates and cash flows: random calls with a fixed seed are compared with a plain model,
+// bit for bit. Also tests working storage.
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace plain;
 
-constexpr double kMost = 709.782712893384;  // e to more than this is no double
+constexpr double kMost = 709.782712893384;  // e to a higher power overflows
 
 double growth(double rate, double periods) {  // (1 + rate)^periods - 1
   const double exponent = periods * zln1px(rate);
@@ -122,8 +122,8 @@ double mirr(const Values& v) {
   return zexpm1(std::log(q * power / (1 + financed)) / (flows - 1));
 }
 
-// IRR looks for v = 1 / (1 + rate), a root of the polynomial whose coefficients are the flows. From
-// 1 on the values of a point are the true ones divided by e^exponent.
+// IRR searches for v = 1 / (1 + rate), a root of the polynomial whose coefficients are the flows.
+// For |v| of 1 and above, the values of a point are divided by e^exponent.
 struct Point {
   double value, first, second, exponent;
   bool is_noise;
@@ -164,7 +164,7 @@ double irr_of_one_change(const Values& c, int change) {
   throw int{kUnmarked};
 }
 
-// Newton's method, from just below 1 within (0, 1] or from just above it beyond.
+// Newton's method: in (0, 1] with a start just below 1, or above 1 with a start just above 1.
 std::optional<double> root_beside_one(const Values& c, bool is_below) {
   double v = is_below ? 0.999999999999 : 1.000000000001, largest = 0;
   for (const double each : c) largest = std::max(largest, std::abs(each));
@@ -224,15 +224,15 @@ double irr(const Values& v) {
   return rate;
 }
 
-// XNPV, and XIRR from three starts.
+// XNPV, and XIRR with its three starting points.
 double dated(bool is_value, const Values& v) {
   const bool is_odd = size(v) % 2 == 1;
-  if (is_value && !is_odd) throw Answer{kRefused, harness::kUntouched, kUnmarked};
+  if (is_value && !is_odd) throw Outcome{kRefused, harness::kUntouched, kUnmarked};
   const int n = size(v) / 2, first = is_value ? 2 : 1;
   require(n > 0, kUnmarked);
   const double known = is_odd ? number(v, is_value ? 1 : 2 * n + 1) : 0;
   Values amounts, days;
-  std::map<double, double> on;  // the first amount of a day that is not next to nothing
+  std::map<double, double> on;  // the first amount of each day that is not almost 0
   for (int i = first; i < first + n; ++i) {
     amounts.push_back(number(v, i));
     days.push_back(number(v, i + n, true));
@@ -310,7 +310,7 @@ struct Calls : Generator {
   Values flows(std::size_t n, bool has_one_change, bool has_days) {
     const int apart = below(3) ? 365 : 1 + below(below(2) ? 30 : 400);
     const double odd = below(30) ? 1 : of({0, 0.5, 1e4}), sign = of({1, -1});
-    const double growth = below(3) ? 1 : of({2, 0.1, 30, 1e4});  // of amounts from flow to flow
+    const double growth = below(3) ? 1 : of({2, 0.1, 30, 1e4});  // from one amount to the next
     const std::size_t change = random() % (n + 1);
     Values v(n), days(has_days ? n : 0);
     for (std::size_t i = 0; i < n; ++i) {
@@ -331,7 +331,7 @@ struct Calls : Generator {
     const std::size_t n = 1 + random() % 14, many = below(60) ? n : 98 + n;
     const bool is_dated = name[0] == 'X';
     Values v = keyword.max_args() < 9 ? loan(keyword) : flows(many, below(3), is_dated);
-    if (is_dated && below(50) == 0) v.clear();  // no flow
+    if (is_dated && below(50) == 0) v.clear();  // no flows
     if (name.ends_with("NPV")) v.insert(v.begin(), below(9) ? some_rate() : of({-0.3, 0, -1, -2}));
     if (name == "MIRR" && below(9)) v.insert(v.end(), {some_rate(), some_rate()});
     if (v.empty() || (is_dated && below(3) == 0)) v.push_back(of({0.1, some_rate(), -0.99, -3}));
@@ -349,11 +349,11 @@ TEST(CashFlow, RandomCallsMatchThePlainModel) {
     compare(calls, word, modelled);
 }
 
-// Pools of a kernel handle, which refuses one request, for a pool or for storage.
-int pools, requests, refused;
+// A kernel handle whose pools count. It fails one request, for a pool or for memory.
+int pools, requests, failing;
 std::vector<std::vector<char>> blocks;
 void* allocate(void*, std::size_t bytes, unsigned flags) {
-  return ++requests == refused || flags != 0x80000000 ? nullptr : blocks.emplace_back(bytes).data();
+  return ++requests == failing || flags != 0x80000000 ? nullptr : blocks.emplace_back(bytes).data();
 }
 void destroy(void*) {
   blocks.clear();
@@ -361,39 +361,40 @@ void destroy(void*) {
 }
 harness::Word pool[] = {0, 0, harness::word(&destroy), harness::word(&allocate)};
 void* create(void*, void*, void*, const char* name) {
-  if (++requests == refused || std::string("WORKPOOL") != name) return nullptr;
+  if (++requests == failing || std::string("WORKPOOL") != name) return nullptr;
   ++pools;
   return pool;
 }
 
-TEST(CashFlow, LongListsTakeStorageFromAPoolAndGiveItBack) {
+TEST(CashFlow, LongListsAllocateFromAPoolAndFreeIt) {
   harness::Word handle[28] = {0, 0, 0, 0, 0, 0, harness::word(&create)};
   const auto record = reinterpret_cast<void (*)(harness::Word*)>(harness::entry("vxextent"));
   for (const std::string name : {"IRR", "XIRR", "XNPV"})
     for (const std::size_t n : {100, 101})
-      for (const bool is_missing : {false, true})  // the last value, after storage is taken
-        for (refused = 0; refused < 3; ++refused) {
+      for (const bool is_missing : {false, true})  // the last value, read after allocating
+        for (failing = 0; failing < 3; ++failing) {
           const bool is_irr = name == "IRR", stores = is_irr ? !is_missing : n > 100;
           Values v(n, 1);
-          v.resize(is_irr ? n : 2 * n, 365);  // days, of which the first is 0
+          v.resize(is_irr ? n : 2 * n, 365);  // days; the first becomes 0
           v[0] = -static_cast<double>(n);
           if (!is_irr) v[n] = 0;
           if (is_missing) v.back() = NAN;
           if (name == "XNPV") v.insert(v.begin(), 0.1);
           requests = 0;
           record(handle);
-          const Answer got = answered(Width::wide, name, v, kBases[0]);
+          const Outcome got = evaluate(Width::wide, name, v, kBases[0]);
           record(nullptr);
-          const bool lacks = stores && refused > 0;
-          EXPECT_EQ(requests, !stores ? 0 : refused == 1 ? 1 : 2) << name << n << refused;
-          EXPECT_EQ(got.status == 0, !is_missing && !lacks) << name << n << refused << got;
-          EXPECT_EQ(got.bits == harness::kUntouched, lacks && !is_irr) << name << n << refused;
+          const bool lacks = stores && failing > 0;
+          EXPECT_EQ(requests, !stores ? 0 : failing == 1 ? 1 : 2) << name << n << failing;
+          EXPECT_EQ(got.status == 0, !is_missing && !lacks) << name << n << failing << got;
+          EXPECT_EQ(got.bits == harness::kUntouched, lacks && !is_irr) << name << n << failing;
           EXPECT_EQ(pools, 0);
         }
 }
 
-// Searches that end at their last chance, at a root of many or far away, and edges of arithmetic.
-TEST(CashFlow, KnownCallsGiveKnownValues) {
+// Searches that need all their steps, that choose between several roots or find distant ones, and
+// edge cases of arithmetic.
+TEST(CashFlow, KnownCallsReturnKnownValues) {
   const double no = harness::missing().number;
   const Values days = {number_of(2009y / 4 / 13), number_of(2015y / 4 / 12),
                        number_of(2033y / 4 / 7), number_of(2037y / 2 / 22),
@@ -403,27 +404,27 @@ TEST(CashFlow, KnownCallsGiveKnownValues) {
   const std::tuple<const char*, Values, double> rows[] = {
       {"IRR", {-6, 1000, -3000, 900, 800, 4000}, 162.61637236374455},
       {"IRR", {8, 10000, -700, 4}, no},
-      {"IRR", {251189, -100000, -39811, 39811, -20, -2}, -0.99262782879683331},  // the 40th step
-      {"IRR", {-2, 251189, -3981, 3}, 125593.48415137417},  // not found by a 41st
-      {"IRR", {-8, 7, -1, -7, -6, 8}, no},                  // from the fourth start, and the fifth
-      {"IRR", {-8, 4, -2, 6, -9, 2}, -0.73363037087949345},
+      {"IRR", {251189, -100000, -39811, 39811, -20, -2}, -0.99262782879683331},  // in step 40
+      {"IRR", {-2, 251189, -3981, 3}, 125593.48415137417},   // a 41st step would lose it
+      {"IRR", {-8, 7, -1, -7, -6, 8}, no},                   // all five starting points fail
+      {"IRR", {-8, 4, -2, 6, -9, 2}, -0.73363037087949345},  // the fifth succeeds
       {"XIRR", flows, -0.1003061714995052},
       {"RATE", {13, 48, -49, 9100, 1}, 47.999999999999616},
-      {"RATE", {16, -48, 52, 39811, 1}, no},  // its last value is just too large
+      {"RATE", {16, -48, 52, 39811, 1}, no},  // the last residual is slightly too large
       {"PV", {0.01, 1e6, -100}, 10000},       // (1 + rate)^-nper underflows
       {"DOLLARDE", {-0.0, 35}, 0}};
   for (const auto& [name, v, wanted] : rows)
-    EXPECT_EQ(answered(Width::wide, name, v, kBases[0]).bits, std::bit_cast<harness::Word>(wanted))
+    EXPECT_EQ(evaluate(Width::wide, name, v, kBases[0]).bits, std::bit_cast<harness::Word>(wanted))
         << name << testing::PrintToString(v) << wanted;
 }
 
-TEST(CashFlow, IrrTakes32767FlowsAtMost) {
+TEST(CashFlow, IrrAcceptsUpTo32767Flows) {
   Values flows(32767);
   flows[0] = -1;
   flows[1] = 2;
-  EXPECT_EQ(answered(Width::wide, "IRR", flows, kBases[0]), holding(1));
+  EXPECT_EQ(evaluate(Width::wide, "IRR", flows, kBases[0]), holding(1));
   flows.push_back(0);
-  EXPECT_EQ(answered(Width::wide, "IRR", flows, kBases[0]).status, kRefused);
+  EXPECT_EQ(evaluate(Width::wide, "IRR", flows, kBases[0]).status, kRefused);
 }
 
 }  // namespace

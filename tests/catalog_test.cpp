@@ -1,5 +1,5 @@
-// The catalogue against the loaded module: the module returns the values of the examples and
-// refuses what the bounds exclude.
+// Compares the catalogue with the loaded module: the module must return the values of the examples
+// and reject values outside the bounds.
 #include "catalog/catalog.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ struct Trial {
   const catalog::Keyword& keyword;
   std::vector<vxkernel::Argument> call;
 
-  // Counted from 1; 0 when the call has no such argument.
+  // The position of an argument, from 1; 0 if the call has no such argument.
   [[nodiscard]] std::size_t position(std::string_view name) const {
     for (std::size_t i = 1; i <= call.size(); ++i)
       if (keyword.argument_at(i, call.size())->name == name) return i;
@@ -28,7 +28,8 @@ struct Trial {
   [[nodiscard]] double limit(const catalog::Bound& bound) const {
     return bound.value + (bound.other.empty() ? 0 : call.at(position(bound.other) - 1).number);
   }
-  // With the value, the module marks the argument if and only if one of its bounds is broken.
+  // Sets the argument to the value and checks that the module marks it if and only if one of its bounds
+  // is violated.
   void expect(const catalog::Argument& argument, double value) const {
     const catalog::Bound* broken = nullptr;
     for (const catalog::Bound& bound : argument.bounds()) {
@@ -47,7 +48,8 @@ struct Trial {
   }
 };
 
-// An optional argument with its default value gives the bits of a call without it.
+// A call with the default value of an optional argument must return the same bits as a call without
+// it.
 void expect_defaults(const Trial& trial, std::size_t given) {
   const catalog::Keyword& keyword = trial.keyword;
   const auto result = [&](const std::vector<vxkernel::Argument>& call) {

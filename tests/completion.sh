@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# What the completion for bash offers.
+# Checks what the completion for bash offers.
 # usage: completion.sh COMMAND COMPLETION
 source /usr/share/bash-completion/bash_completion
 source "$2"
-expect() { # OFFERED WORD...: what is offered for the last word
+expect() { # OFFERED WORD...: checks the words offered for the last word
   local offered=$1
   shift
   COMP_WORDS=(finance "$@") COMP_CWORD=$# COMP_LINE="finance $*" COMPREPLY=()
@@ -18,5 +18,5 @@ expect 'null text skip fail' --errors ''
 expect '--describe --delimiter --definitions' --de
 expect ndjson -i bonds.csv -t nd
 expect '' PRICE 20
-LC_ALL=C.UTF-8  # where the capital of ı is I; in Turkish, that of i is İ
+LC_ALL=C.UTF-8  # here the upper case of ı is I; in Turkish, that of i is İ
 expect '' ırr

@@ -1,5 +1,5 @@
-// SLN, SYD, DB, DDB and VDB held to plain loops, bit for bit, over seeded random calls, and to
-// figures worked by hand. Slots count from 1; a NaN is a missing value, kNull a null pointer.
+// SLN, SYD, DB, DDB and VDB: random calls with a fixed seed are compared with plain loops, bit for
+// bit, and some calls with values computed by hand. NaN is the missing value, kNull a null pointer.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ double syd(Given& a) {
 double db(Given& a) {
   const double cost = a["cost"], life = a["life"], period = a["period"], month = a["month"];
   const double r0 = -zexpm1(std::log(a["salvage"] / cost) / life);
-  // An integer has no -0, hence the + 0.0; what is not finite, or too large, stays what it is.
+  // The module rounds to an integer, which cannot be -0: hence + 0.0.
   const double rate = (std::trunc(r0 * 1000 + (r0 > 0 ? 0.5 : -0.5)) + 0.0) / 1000;
   double d = cost * month * rate / 12, acc = d;
   for (double p = 2; p <= std::min(period, life); ++p) {
@@ -54,7 +54,7 @@ double vdb(Given& a) {
     const bool crosses = acc + d > depreciable;
     if (p >= start) sum = sum + (crosses ? depreciable - acc : d);
     if (crosses && no_switch) break;
-    // With salvage above cost acc stays above what there is to take: later periods cross again.
+    // If salvage is above cost, acc is always above depreciable, so later periods cross again.
     switched = switched || !keeps || crosses;
     d = crosses ? 0 : d;
     acc = acc + d;
@@ -70,7 +70,8 @@ double modelled(const catalog::Keyword& keyword, const Values& v, int) {
   return kModels.at(std::string(keyword.word))(a);
 }
 
-// Realistic calls, a third of them with one or two values spoilt; no walk passes 100,001 periods.
+// Realistic calls. In a third of them, one or two values are replaced. No call has more than
+// 100,001 periods.
 struct Calls : Generator {
   double unit() { return static_cast<double>(random() >> 11) * 0x1p-53; }
   double from(double least, double n) { return least + std::floor(n * unit()); }
@@ -105,9 +106,9 @@ TEST(Depreciation, RandomCallsMatchPlainLoops) {
   for (const auto& [keyword, model] : kModels) compare(calls, keyword, modelled);
 }
 
-// Edges that chance does not meet, and walks over thousands of millions of periods: each settles at
-// once, or is too long to carry out and fails with nothing marked.
-TEST(Depreciation, EdgesAndLongWalks) {
+// Edge cases that random calls do not contain, and calls with billions of periods. Each of these
+// ends early, or fails and marks no argument.
+TEST(Depreciation, EdgeCasesAndManyPeriods) {
   const double failed = kMissing, far = 2e9, most = 0x1p24;
   // clang-format off
   const struct { const char* keyword; Values values; double wanted; int marked; } rows[] = {
@@ -122,16 +123,16 @@ TEST(Depreciation, EdgesAndLongWalks) {
   };
   // clang-format on
   for (const auto& [keyword, values, wanted, marked] : rows) {
-    const Answer got = answered(Width::wide, keyword, values, kBases[0]);
+    const Outcome got = evaluate(Width::wide, keyword, values, kBases[0]);
     const bool fails = std::bit_cast<harness::Word>(wanted) == harness::kMissingBits;
     EXPECT_TRUE(
-        alike(got, fails ? Answer{kRefused, harness::kMissingBits, marked} : holding(wanted), 0))
+        alike(got, fails ? Outcome{kRefused, harness::kMissingBits, marked} : holding(wanted), 0))
         << keyword << testing::PrintToString(values) << got;
   }
   const std::pair<const char*, Values> loops[] = {{"DDB", {1e6, 0, most, most}},
                                                   {"VDB", {1e6, 0, 3000, 700, 720, 150}}};
   for (const auto& [keyword, v] : loops)
-    EXPECT_EQ(std::bit_cast<double>(answered(Width::wide, keyword, v, kBases[0]).bits),
+    EXPECT_EQ(std::bit_cast<double>(evaluate(Width::wide, keyword, v, kBases[0]).bits),
               modelled(*catalog::find(keyword), v, 0));
 }
 

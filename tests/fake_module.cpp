@@ -1,4 +1,4 @@
-// A module that offers a version of the interface which no kernel of ours takes.
+// A module with a version of the interface that our kernel rejects.
 extern "C" long vxextver(void*, long* major, long* minor) {
   *major = 7;
   *minor = 2;

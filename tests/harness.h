@@ -1,5 +1,6 @@
-// A kernel foreign to the module: records are raw words, laid out by hand in storage of exactly
-// their size, noise where nothing is stated. Any write but marks and the result makes `call` throw.
+// A kernel that shares no code with the module. Records are raw words in memory of exactly their
+// size; undefined bits are random. If the module writes anything but marks and the result, `call`
+// throws.
 #pragma once
 #include <bit>
 #include <cstdint>
@@ -16,18 +17,18 @@ using Words = std::vector<Word>;
 enum class Width { wide, byte };  // FINANCE, FINANCE#
 
 struct Argument {
-  std::uint8_t type;    // 1 number, 2 string, else a number without text; its bit 4 becomes noise
-  bool null;            // the slot's value pointer is null
-  double number;        // of a string: not 0 means this stated length and a null character pointer
-  std::u32string text;  // a byte call takes the low bytes; empty text is at address 8, unreadable
+  std::uint8_t type;    // 1: number, 2: string, others: number if text is empty; bit 4 is random
+  bool null;            // the value pointer of the slot is null
+  double number;        // for a string: if not 0, the stated length with a null character pointer
+  std::u32string text;  // byte calls use the low bytes; empty text is at address 8, unreadable
 };
-struct Answer {
+struct Outcome {
   std::int64_t status;
   std::uint64_t bits;  // of the result slot
-  int marked;          // slot index, -1 none, -2 several
-  friend bool operator==(const Answer&, const Answer&) = default;
+  int marked;          // index of the marked slot; -1: none, -2: several
+  friend bool operator==(const Outcome&, const Outcome&) = default;
 };
-std::ostream& operator<<(std::ostream& out, const Answer& answer);
+std::ostream& operator<<(std::ostream& out, const Outcome& got);
 
 inline constexpr Word kMissingBits = 0xFFFFFE0000000000, kUntouched = 0x4BADC0DE5AFE57A7;
 inline Argument num(double value) { return {1, false, value, {}}; }
@@ -37,11 +38,11 @@ inline Argument text(std::u32string characters) { return {2, false, 0.0, std::mo
 inline Argument text(std::string_view s) { return text(std::u32string(s.begin(), s.end())); }
 Word word(auto* pointer) { return reinterpret_cast<Word>(pointer); }
 
-void* entry(const char* name);  // what the module exports under the name; throws without one
-// Slot 0 is the keyword; `count` is the stated argument count, whatever slots follow. Without a
-// result the module is handed a null result pointer and `bits` stays kUntouched.
-Answer call(Width width, const Argument& keyword, std::span<const Argument> arguments,
-            std::int32_t count, bool with_result = true);
-Answer call(Width width, std::string_view keyword, std::span<const Argument> arguments);
+void* entry(const char* name);  // returns an export of the module; throws if there is none
+// Slot 0 is the keyword. `count` is the stated number of slots, which may differ from the actual
+// one. If with_result is false, the result pointer is null and `bits` is kUntouched.
+Outcome call(Width width, const Argument& keyword, std::span<const Argument> arguments,
+             std::int32_t count, bool with_result = true);
+Outcome call(Width width, std::string_view keyword, std::span<const Argument> arguments);
 
 }  // namespace harness

@@ -1,4 +1,4 @@
-// Walks the binary interface as a foreign kernel would; every expected word is stated here.
+// Uses the binary interface as another kernel would. Every expected word is written out here.
 #include <gtest/gtest.h>
 #include <malloc.h>
 
@@ -11,19 +11,19 @@ using namespace harness;
 namespace {
 
 using Args = std::vector<Argument>;
-constexpr Word n = 0xA5A5A5A5DEADBEEF;  // noise: whatever may be anything
-constexpr Answer kUnmarked = {120836, kUntouched, -1}, kNoKeyword = {120836, kUntouched, 0};
+constexpr Word n = 0xA5A5A5A5DEADBEEF;  // a word that must not matter, or must not be changed
+constexpr Outcome kUnmarked = {120836, kUntouched, -1}, kNoKeyword = {120836, kUntouched, 0};
 const Args kPlain = {num(35000), num(5000), num(5)};  // SLN gives 6000
 
-Answer stored(double value) { return {0, std::bit_cast<Word>(value), -1}; }
+Outcome stored(double value) { return {0, std::bit_cast<Word>(value), -1}; }
 Word* at(Word address) { return reinterpret_cast<Word*>(address); }
 Words peek(Word from, int count) { return Words(at(from), at(from) + count); }
 Word symbol(const char* name) { return word(entry(name)); }
 Word run(const char* name, auto... operands) {
   return reinterpret_cast<Word (*)(decltype(operands)...)>(entry(name))(operands...);
 }
-// In both widths, and a refusal also without a result slot.
-void expect(const Argument& keyword, const Args& args, const Answer& want, int more = 0) {
+// Calls in both widths; if the call fails, also without a result pointer.
+void expect(const Argument& keyword, const Args& args, const Outcome& want, int more = 0) {
   const int count = static_cast<int>(args.size()) + 1 + more;
   for (const Width width : {Width::wide, Width::byte}) {
     EXPECT_EQ(call(width, keyword, args, count), want) << testing::PrintToString(keyword.text);
@@ -31,7 +31,7 @@ void expect(const Argument& keyword, const Args& args, const Answer& want, int m
   }
 }
 
-// The operations of a recording kernel: each checks what it is handed and notes that it was called.
+// The operations of a recording kernel. Each checks its parameters and records that it was called.
 enum Operation {
   kNone,
   kPool,
@@ -46,37 +46,37 @@ enum Operation {
 const char* const kNotes[] = {"",          "+pool ",  "+storage ", "-pool ",
                               "+journal ", "report ", "close ",    "-journal "};
 std::string order;
-std::map<Operation, Words> promised;
-std::map<Operation, Word> answers;
+std::map<Operation, Words> expected;
+std::map<Operation, Word> results;
 template <Operation operation, int count>
 Word recorded(Word a, Word b, Word c, Word d, Word e, Word f, Word g, Word h) {
   if (operation == kPool) d = std::string(reinterpret_cast<char*>(d)) == "vxu pool";
   if (operation == kJournal)
     d = std::u32string(reinterpret_cast<char32_t*>(d)) == U"vxfncwubit Jnl";
-  const int shift = operation == kJournal ? 32 : 0;  // whose third option has 32 bits
+  const int shift = operation == kJournal ? 32 : 0;  // its third option has 32 bits
   if (operation == kPool || operation == kJournal) b = at(b)[0] | at(b)[1] | at(b)[2] << shift;
-  if (operation == kReport) d = d != 0;  // an argument list
-  const Words all = {a, b, c, d, e, f, g, h}, handed(all.begin(), all.begin() + count);
-  EXPECT_EQ(handed, promised[operation]) << static_cast<int>(operation);
+  if (operation == kReport) d = d != 0;  // a va_list
+  const Words all = {a, b, c, d, e, f, g, h}, received(all.begin(), all.begin() + count);
+  EXPECT_EQ(received, expected[operation]) << static_cast<int>(operation);
   order += kNotes[operation];
-  return answers[operation];
+  return results[operation];
 }
 Word fold(Word* self, Word c, Word one) {
   EXPECT_TRUE(self[31] == word(&fold) && c >= 128 && one == 1) << c;
   return n << 32 | (c == 0x80 ? U'S' : c == 0x10428 ? U'L' : c);
 }
 Word forwarded(Word self, Word first, Word second, va_list list) {
-  Words handed = {self, first, second};
-  for (int i = 0; i < 5; ++i) handed.push_back(va_arg(list, Word));
-  EXPECT_TRUE(handed == promised[kForward] && va_arg(list, double) == 2.5);
+  Words received = {self, first, second};
+  for (int i = 0; i < 5; ++i) received.push_back(va_arg(list, Word));
+  EXPECT_TRUE(received == expected[kForward] && va_arg(list, double) == 2.5);
   return n;
 }
 
 struct Interface : testing::Test {
-  ~Interface() override { run("vxextent", nullptr); }  // other tests run in this process
+  ~Interface() override { run("vxextent", nullptr); }  // other tests run in the same process
 };
 
-TEST_F(Interface, RecordsAndVersions) {
+TEST_F(Interface, ReturnsRecordsAndVersions) {
   Words copy(28, n), out(3, n);
   EXPECT_EQ(run("vxvercn1", &copy[1]) + run("vxvercn1", nullptr), 0u);
   EXPECT_TRUE(copy[0] == n && copy[27] == n && peek(word(&copy[18]), 9) == Words(9));
@@ -104,12 +104,12 @@ TEST_F(Interface, RecordsAndVersions) {
   EXPECT_EQ(peek(list[2], 2), Words({symbol("fncfin"), symbol("fncfinS")}));
 }
 
-TEST_F(Interface, InstancesComeAndGoInOrder) {
+TEST_F(Interface, CreatesAndDestroysInstances) {
   Word services[] = {0, 0, 0, 0, 0, 0, word(&recorded<kPool, 8>)};
   Word pool[] = {0, 0, word(&recorded<kPoolEnd, 1>), word(&recorded<kStorage, 3>)};
   Word journal[] = {0, 0, word(&recorded<kJournalEnd, 1>), word(&recorded<kClose, 1>)};
   Word caller[] = {0, 0, 0, 0, 0, 0, 0, word(&recorded<kReport, 4>)};
-  promised = {{kJournal, {word(services), Word{1} << 62, 0, 1}},
+  expected = {{kJournal, {word(services), Word{1} << 62, 0, 1}},
               {kStorage, {word(pool), 128, 0x80000000}},
               {kReport, {word(caller), 4, 0xFFFFFFFF803FC002, 1}},
               {kPoolEnd, {word(pool)}},
@@ -129,22 +129,22 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
               {kStorage, false, true, false, "+pool +storage -pool "}};
   for (const auto& [fails, has_caller, has_journals, closes, wanted] : rows) {
     services[5] = has_journals ? word(&recorded<kJournal, 4>) : 0;
-    Words made(16, n);  // words that are not the module's stay as the pool left them
-    answers = {{kPool, word(pool)}, {kStorage, word(made.data())}, {kJournal, word(journal)}};
-    answers[fails] = 0;
-    promised[kPool] = {word(services), 0, has_caller ? word(caller) : 0, 1, ~n, 2, 3, n};
-    const Word instance = run("vxufinan", services, promised[kPool][2], ~n, Word{2}, Word{3}, n);
-    ASSERT_EQ(instance, fails == kPool ? 0 : answers[kStorage]);
+    Words made(16, n);  // the module must not change words that it does not use
+    results = {{kPool, word(pool)}, {kStorage, word(made.data())}, {kJournal, word(journal)}};
+    results[fails] = 0;
+    expected[kPool] = {word(services), 0, has_caller ? word(caller) : 0, 1, ~n, 2, 3, n};
+    const Word instance = run("vxufinan", services, expected[kPool][2], ~n, Word{2}, Word{3}, n);
+    ASSERT_EQ(instance, fails == kPool ? 0 : results[kStorage]);
     if (instance != 0) {
       EXPECT_EQ(made, Words({n, n, n, symbol("VXU_EXTNAMEReqVersion"), symbol("VXU_EXTNAMEVersion"),
                              word(services), symbol("VXU_EXTNAMEDestroy"), n, n, n, n, word(pool),
-                             has_journals ? answers[kJournal] : 0, 0, n, *at(symbol("funclist"))}));
+                             has_journals ? results[kJournal] : 0, 0, n, *at(symbol("funclist"))}));
       made[13] = closes ? n : 0;
       EXPECT_EQ(run("VXU_EXTNAMEDestroy", instance), 0u);
     }
     EXPECT_EQ(std::exchange(order, ""), wanted);
   }
-  services[6] = 0;  // services that make no pools, or none at all, and no journal
+  services[6] = 0;  // services without pools, or no services, and no journal
   for (const Word none : {word(services), Word{0}})
     EXPECT_EQ(run("vxufinan", none, Word{0}, n, n, n, n), 0u);
   const char* const names[] = {"vxlMessageToBuf", "vxlMessageToJnl", "vxlStatusToBuf",
@@ -153,13 +153,13 @@ TEST_F(Interface, InstancesComeAndGoInOrder) {
     Words target(13);
     target[i == 4 ? 12 : 4 + i] = word(&forwarded);
     const auto forward = reinterpret_cast<Word (*)(Word*, Word, Word, ...)>(entry(names[i]));
-    promised[kForward] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
+    expected[kForward] = {word(&target[0]), ~n, n, n, n + 1, n + 2, n + 3, n + 4};
     EXPECT_EQ(forward(&target[0], ~n, n, n, n + 1, n + 2, 2.5, n + 3, n + 4), n) << i;
     EXPECT_TRUE(forward(nullptr, n, n) == 0 && forward(&Words(13)[0], n, n) == 0);
   }
 }
 
-TEST_F(Interface, KeywordsAndNumbers) {
+TEST_F(Interface, ReadsKeywordsAndNumbers) {
   for (const char* good : {"SLN", "sln", "sLn", "SLN   ", "sln                       "})
     expect(text(good), kPlain, stored(6000));
   for (const Argument& bad : {text(" SLN"), text(""), null(), Argument{2, false, 3, {}}, text("SL"),
@@ -169,13 +169,13 @@ TEST_F(Interface, KeywordsAndNumbers) {
   expect(text(std::string(4000, 'A')), kPlain, kNoKeyword);
   expect({1, false, 0, U"SLN"}, kPlain, kNoKeyword);
   expect(text("coupdaysnc"), kPlain, {120836, kMissingBits, 2});
-  expect(text("SLX"), {}, kUnmarked, -1);  // not even a keyword
+  expect(text("SLX"), {}, kUnmarked, -1);  // a count of 0: not even a keyword
   for (const int more : {-5, -4, -1, 1}) expect(text("SLN"), kPlain, kUnmarked, more);
   for (const Width width : {Width::wide, Width::byte})
-    EXPECT_EQ(call(width, text("SLN"), kPlain, 4, false), (Answer{0, kUntouched, -1}));
+    EXPECT_EQ(call(width, text("SLN"), kPlain, 4, false), (Outcome{0, kUntouched, -1}));
 
   const Word lacking[65]{}, key[] = {n, 3, word("SLN")};
-  for (const Word services : {Word{0}, word(lacking)}) {  // FINANCE# then reads no text
+  for (const Word services : {Word{0}, word(lacking)}) {  // FINANCE# cannot read texts then
     Word environment[11]{}, record[7] = {n, n, n, n, 4, n << 8 | 2, word(key)};
     environment[10] = services;
     EXPECT_EQ(run("fncfinS", record, nullptr, services ? environment : nullptr), 120836u);
@@ -184,23 +184,23 @@ TEST_F(Interface, KeywordsAndNumbers) {
 
   Word handle[28] = {0, 0, 0, 0, 0, 0, word(&recorded<kPool, 8>)}, cases[32]{};
   const auto wide = [](const std::u32string& s) { return call(Width::wide, text(s), kPlain, 4); };
-  EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, by the tables
+  EXPECT_EQ(wide(U"\u017Fln"), stored(6000));  // the long s, converted by the tables
   for (char32_t c : {0x131u, 0xFFFFu, 0x10428u, ~0u}) EXPECT_EQ(wide({c, 'R', 'R'}), kNoKeyword);
-  EXPECT_EQ(wide({0x4C53, 0, 'N'}), kNoKeyword);  // whose low bytes spell SLN
+  EXPECT_EQ(wide({0x4C53, 0, 'N'}), kNoKeyword);  // the low bytes spell SLN
   run("vxextent", handle);
-  for (const Word service : {Word{0}, word(cases)}) {  // none, or one without the operation
+  for (const Word service : {Word{0}, word(cases)}) {  // no service, or no operation
     handle[27] = service;
     EXPECT_EQ(wide(U"\u017Fln"), stored(6000));
   }
-  cases[31] = word(&fold);  // with it, it alone decides from 128 on
+  cases[31] = word(&fold);  // the service converts all characters of 128 and above
   for (const char32_t* s : {U"\u0080ln", U"s\U00010428n"}) EXPECT_EQ(wide(s), stored(6000));
   EXPECT_EQ(wide(U"\u017Fln"), kNoKeyword);
 
   for (const Argument& bad : {null(), missing(), num(std::bit_cast<double>(Word{0x7FF8} << 48))})
     expect(text("SYD"), {num(1), bad, num(5), bad}, {120836, kMissingBits, 2});
   expect(text("SLN"), {{9, false, 35000, {}}, {0, false, 5000, {}}, num(5)}, stored(6000));
-  // A start of VDB counts by its low 32 bits: at 0 it takes all, at 5, the end, nothing.
-  const auto start = [](double x, Answer want) {
+  // VDB uses the low 32 bits of its start: from 0 the charge is 4, from 5 (the end) it is 0.
+  const auto start = [](double x, Outcome want) {
     expect(text("VDB"), {num(9), num(5), num(5), num(x), num(5)}, want);
   };
   for (double x : {0.0, -0.0, 0x1p53, -0x1p63}) start(x, stored(4));
@@ -211,10 +211,10 @@ TEST_F(Interface, KeywordsAndNumbers) {
   const std::size_t before = mallinfo2().uordblks;
   for (int i = 0; i < 10000; ++i)
     call(i % 2 ? Width::wide : Width::byte, "SYD", Args{num(i), num(1), num(i % 5), num(2)});
-  EXPECT_TRUE(order.empty() && mallinfo2().uordblks < before + 10000);  // no pool, no storage
+  EXPECT_TRUE(order.empty() && mallinfo2().uordblks < before + 10000);  // without allocation
   run("vxextent", nullptr);
   for (int i = 0; i < 10000; ++i) call(Width::wide, "IRR", Args{num(-1), num(2)});
-  EXPECT_LT(mallinfo2().uordblks, before + 10000);  // from the heap, and given back
+  EXPECT_LT(mallinfo2().uordblks, before + 10000);  // allocated from the heap and freed
 }
 
 }  // namespace

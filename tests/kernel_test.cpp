@@ -1,4 +1,4 @@
-// The embeddable kernel: what it offers a module, how it evaluates.
+// The embeddable kernel: the services that it offers to modules, and evaluation.
 #include "kernel/vxkernel.hpp"
 
 #include <gtest/gtest.h>
@@ -14,12 +14,12 @@
 #include "kernel/services.h"
 
 static std::atomic<long> allocations{0};
-static std::atomic<long> refused_from{0};  // the number of the first refused one; 0: none is
-#ifndef VXFNC_SANITIZED                    // which has its own
+static std::atomic<long> failing_from{0};  // from this number on, allocations fail; 0: never
+#ifndef VXFNC_SANITIZED                    // sanitizers have their own malloc
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* malloc(std::size_t size) {
   const long number = ++allocations;
-  return refused_from > 0 && number >= refused_from ? nullptr : __libc_malloc(size);
+  return failing_from > 0 && number >= failing_from ? nullptr : __libc_malloc(size);
 }
 #endif
 
@@ -35,7 +35,7 @@ void report(vxfnc::Journal* journal, vxfnc::Journal::Forward operation, std::int
   va_end(arguments);
 }
 
-TEST(Kernel, OffersItsServices) {
+TEST(Kernel, OffersServicesToModules) {
   vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
   std::int64_t value = -1;
   std::uint64_t size = 8;
@@ -44,7 +44,7 @@ TEST(Kernel, OffersItsServices) {
   vxk_set_year_cutoff(1950);
   handle->get_option(handle, U"VX_NAME_OTHER", 13, 3, &value, &size);
   handle->get_option(handle, U"VX_NAME_YEARCUTOFF", 18, 2, &value, &size);
-  EXPECT_EQ(value, 1920);  // that of the right name and kind
+  EXPECT_EQ(value, 1920);  // only the right name and kind return a value
   EXPECT_EQ(handle->case_service->convert(handle->case_service, 0x3B1, 1), 0x391u);
   EXPECT_EQ(handle->case_service->convert(handle->case_service, 0x131, 1), 0x131u);
 
@@ -61,8 +61,8 @@ TEST(Kernel, OffersItsServices) {
   journal->destroy(journal);
   EXPECT_EQ(lines, "level 4: status 0x803FC002|level 4: bye " + std::string(498, '0') + '|');
 
-  // Storages that fill and overflow a pool's first block are zero-filled, aligned and apart, also
-  // where an earlier pool has left its marks.
+  // Allocations within and beyond a pool's first block are zero-filled, aligned and separate, also
+  // in memory that an earlier pool has used.
   for (int round = 0; round < 2; ++round) {
     vxfnc::MemoryPool* const pool = handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0);
     EXPECT_EQ(pool->allocate(pool, ~0ULL, 0), nullptr);
@@ -80,7 +80,7 @@ TEST(Kernel, OffersItsServices) {
   }
 }
 
-TEST(Kernel, RefusesWhatItCannotPassOn) {
+TEST(Kernel, RejectsLongTextsAndUnknownNames) {
   const Kernel kernel(VXFNC_MODULE);
   const std::string text(VXK_MAX_TEXT, 'x');
   const std::vector<Argument> arguments = {1.0, std::string_view(text), 1.0};
@@ -102,7 +102,7 @@ TEST(Kernel, RefusesWhatItCannotPassOn) {
   EXPECT_EQ(kernel.version().major, 7);
 }
 
-TEST(Kernel, SaysWhatItLoadsAndWhyItCannot) {
+TEST(Kernel, ReportsTheModuleOrWhyLoadingFails) {
   const auto message = [](const std::string& path) -> std::string {
     try {
       return std::string(Kernel(path).build());
@@ -135,7 +135,7 @@ TEST(Kernel, EvaluatesWithoutAllocating) {
 #ifndef VXFNC_SANITIZED
 TEST(Kernel, ReportsOutOfMemoryOnlyForTheCallThatRanOut) {
   const Kernel kernel(VXFNC_MODULE);
-  std::thread([&] {  // whose first call is refused
+  std::thread([&] {  // the first call of this thread fails
     EXPECT_EQ(kernel.evaluate("FINANCE", "IRR", {}).status, VXK_FAILED);
   })
       .join();
@@ -147,16 +147,16 @@ TEST(Kernel, ReportsOutOfMemoryOnlyForTheCallThatRanOut) {
   const long needed = allocations - before;
   EXPECT_GT(needed, 2);
   for (long i = 1; i <= needed; ++i) {
-    refused_from = allocations + i;
+    failing_from = allocations + i;
     const int status = kernel.evaluate("FINANCE", "XIRR", flows).status;
-    refused_from = 0;
+    failing_from = 0;
     EXPECT_EQ(status, VXK_OUT_OF_MEMORY) << i;
   }
-  flows[0] = 150.0;                // no rate
-  refused_from = allocations + 1;  // outside of a call
+  flows[0] = 150.0;                // these flows have no rate
+  failing_from = allocations + 1;  // fails outside of a call
   vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
   EXPECT_EQ(handle->create_pool(handle, nullptr, nullptr, "", 0, 0, 0, 0), nullptr);
-  refused_from = 0;
+  failing_from = 0;
   EXPECT_EQ(kernel.evaluate("FINANCE", "XIRR", flows).status, VXK_FAILED);
 }
 #endif

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A program that sends rows and keeps the input open receives the result of each row.
-# usage: lock_step.sh COMMAND...   it must return 200 at the end of a line for each line "1000 0 5"
+# A program that sends rows and keeps the input open must receive the result of each row.
+# usage: lock_step.sh COMMAND...   for each input line "1000 0 5" it must print a line that ends in 200
 set -u
 coproc "$@"
 for rows in 1 2 500 1 3000; do

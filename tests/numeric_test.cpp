@@ -1,5 +1,5 @@
-// Accuracy and edges of the numeric support. Wanted values come from the C library in long double,
-// or are exact.
+// Accuracy and edge cases of the numeric functions. Expected values are exact, or computed by the C
+// library in long double.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,10 +18,10 @@ double relative_error(double got, long double wanted) {
   return static_cast<double>(std::fabs((got - wanted) / wanted));
 }
 
-TEST(Elementary, KeepsItsDigitsNearZero) {
+TEST(Elementary, IsAccurateNearZero) {
   for (double x = 1e-300; x < 0.03125; x *= 1.37) {
     for (const double v : {x, -x}) {
-      // Just above its series, exp(x) - 1 cancels up to seven bits.
+      // Just above 0.01, exp(x) - 1 loses up to seven bits by cancellation.
       EXPECT_LT(relative_error(zexpm1(v), std::expm1(static_cast<long double>(v))),
                 std::fabs(v) > 0.01 ? 3e-14 : 5e-16);
       EXPECT_LT(relative_error(zln1px(v), std::log1p(static_cast<long double>(v))), 5e-16);
@@ -39,8 +39,8 @@ TEST(Elementary, KeepsItsDigitsNearZero) {
   EXPECT_EQ(zlnSumOfExp(1001.0, 1000.0), zlnSumOfExp(1000.0, 1001.0));
 }
 
-TEST(Elementary, PowersAnswerAStatus) {
-  constexpr double kUnderOverflow = 1024 - 4.5e-12;  // just inside the margin
+TEST(Elementary, PowersReturnAStatus) {
+  constexpr double kUnderOverflow = 1024 - 4.5e-12;  // just within the safety margin
   // clang-format off
   const struct { double x, y, wanted; int status; } rows[] = {
       {-2, 3, -8, 0},         {-2, 0.5, MISSING, 2},  {0, -1, MISSING, 3},   {0, 0, MISSING, 3},
@@ -55,20 +55,21 @@ TEST(Elementary, PowersAnswerAStatus) {
   };
   // clang-format on
   for (const auto& [x, y, wanted, status] : rows) {
-    std::int32_t answer = -1;
-    const double got = zpower(x, y, &answer);
-    EXPECT_EQ(answer, status) << x << "^" << y;
+    std::int32_t got_status = -1;
+    const double got = zpower(x, y, &got_status);
+    EXPECT_EQ(got_status, status) << x << "^" << y;
     EXPECT_TRUE(same_bits(got, wanted) || relative_error(got, wanted) < 3e-15) << x << "^" << y;
   }
 }
 
-// Both forms of both routines, at both alignments, with lengths around every block size.
+// Compares both forms of both functions, for both alignments and for lengths around each block
+// size.
 TEST(Vectors, BothFormsAgreeToTheBit) {
   EXPECT_EQ(has_wide_vectors(), __builtin_cpu_supports("avx") != 0);
   if (!has_wide_vectors()) GTEST_SKIP() << "no 256-bit vectors here: only the plain forms ran";
   std::vector<double> x;
   for (int i = 0; i < 101; ++i) x.push_back(std::ldexp(std::sin(i * i), i % 60));
-  for (const int poisoned : {-1, 40, 66, 0}) {  // a NaN first stays, a later one is passed over
+  for (const int poisoned : {-1, 40, 66, 0}) {  // zvamx keeps a first NaN, ignores others
     if (poisoned >= 0) x[static_cast<std::size_t>(poisoned)] = MISSING;
     for (const double* const v : {x.data(), x.data() + 1}) {
       double sum = 0.0;

@@ -1,5 +1,6 @@
-// Plain day counts, schedules and argument tests, as slow as they are short, for the models that
-// random calls are held to. Days count from 1 January 1960; what is refused is thrown as its slot.
+// Plain day counts, schedules and argument checks for the models with which random calls are
+// compared. They are short and slow. Days are counted from 1 January 1960. To reject an argument,
+// its slot is thrown.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -18,14 +19,14 @@ namespace plain {
 
 namespace cal = std::chrono;
 using namespace std::chrono_literals;
-using harness::Answer, harness::Argument, harness::num, harness::text, harness::Width;
+using harness::Outcome, harness::Argument, harness::num, harness::text, harness::Width;
 using Date = cal::year_month_day;
 using Values = std::vector<double>;
 
 inline constexpr cal::sys_days kDayZero = 1960y / 1 / 1;
 inline const double kMissing = harness::missing().number, kNull = 0x1.dp-1000;  // a null pointer
 
-using Basis = std::pair<Argument, int>;  // as given, the first row left out; its code, -1 refused
+using Basis = std::pair<Argument, int>;  // argument and code; first row: omitted; -1: invalid
 inline const std::string kPad(249, ' ');
 // clang-format off
 inline const Basis kBases[] = {
@@ -38,7 +39,7 @@ inline const Basis kBases[] = {
 // clang-format on
 
 inline double number_of(cal::sys_days day) { return static_cast<double>((day - kDayZero).count()); }
-inline Date date_of(double number) {  // which may be anything where a bill has its dates
+inline Date date_of(double number) {  // dates of bills may be any number
   return kDayZero + cal::days{static_cast<int>(std::clamp(number, -1e7, 1e7))};
 }
 inline bool month_end(const Date& d) { return d == d.year() / d.month() / cal::last; }
@@ -46,16 +47,16 @@ inline int months_of(const Date& d) {
   return 12 * int{d.year()} + static_cast<int>(unsigned{d.month()});
 }
 
-// The same day of another month, or its last one.
+// The same day of another month, or the last day of that month.
 inline Date stepped(const Date& from, int months, bool to_month_ends) {
   const cal::year_month m = from.year() / from.month() + cal::months{months};
   return to_month_ends ? m / cal::last : std::min<Date>(m / cal::last, m / from.day());
 }
 
-// A month end stays one: so schedules step.
+// As schedules step: a month end remains a month end.
 inline Date stepped(const Date& from, int months) { return stepped(from, months, month_end(from)); }
 
-// The months from the anchor to the last of its coupon days that is not after the date.
+// The months from the anchor to its last coupon day that is not after the date.
 inline int months_to(const Date& date, const Date& anchor, int months) {
   int k = (months_of(date) - months_of(anchor)) / months * months;
   while (stepped(anchor, k) > date) k -= months;
@@ -91,7 +92,7 @@ inline double annual_ratio(const Date& a, const Date& b, int basis, bool end_31,
 
 inline double coupons_left(const Date& settlement, const Date& maturity, int months) {
   const int k = 12 * (int{settlement.year()} - int{maturity.year()});
-  double left = -k / months;  // right on maturity's own day, which is not clamped to the month
+  double left = -k / months;  // for the day of maturity, not limited to the month
   Date x = cal::sys_days{settlement.year() / maturity.month() / maturity.day()};
   for (int j = k; x > settlement; ++left) x = stepped(maturity, j -= months);
   for (int j = k; stepped(maturity, j += months) <= settlement;) --left;
@@ -106,20 +107,20 @@ inline double number(const Values& v, int slot, bool whole = false) {
   return !std::isnan(x) && x != kNull && (fits || !whole) ? t : throw slot;
 }
 
-// Only the low 32 bits of a whole number.
+// The low 32 bits of a whole number.
 inline double low_bits(const Values& v, int slot) {
   return static_cast<int>(std::llrint(number(v, slot, true)));
 }
 
 inline constexpr int kRefused = 120836, kUnmarked = -1;
-inline Answer holding(double value) { return {0, std::bit_cast<harness::Word>(value), kUnmarked}; }
+inline Outcome holding(double value) { return {0, std::bit_cast<harness::Word>(value), kUnmarked}; }
 
-Answer modelled_by(const auto& model) {
+Outcome modelled_by(const auto& model) {
   try {
     return holding(model());
   } catch (int slot) {
     return {kRefused, harness::kMissingBits, slot};
-  } catch (const Answer& early) {
+  } catch (const Outcome& early) {
     return early;
   }
 }
@@ -128,15 +129,16 @@ inline double fallback(const catalog::Argument& a) {
   return a.fallback.empty() ? 0 : std::strtod(a.fallback.data(), nullptr);
 }
 
-// An argument as the module reads it. A catalogue that speaks of a missing one forgives it.
+// Reads an argument as the module does. If the default in the catalogue mentions "missing", a
+// missing value is allowed.
 inline double read(std::string_view word, const catalog::Argument& a, const Values& v, int slot) {
   using enum catalog::ArgumentKind;
   const double given = v[static_cast<std::size_t>(slot - 1)];
   const bool is_nan = std::isnan(given), is_payment = word == "FV" && a.name == "pmt";
-  const bool forgives = a.fallback.find("missing") != a.fallback.npos;
+  const bool allows_missing = a.fallback.find("missing") != a.fallback.npos;
   require(!is_nan || word != "FV" || a.name != "pv" || !std::isnan(v[2]), slot);
-  if (is_nan ? forgives || is_payment : forgives && given == kNull) return fallback(a);
-  if (a.kind == kWhole && forgives) {  // a choice
+  if (is_nan ? allows_missing || is_payment : allows_missing && given == kNull) return fallback(a);
+  if (a.kind == kWhole && allows_missing) {  // a choice, such as a payment type
     require(std::abs(given + 0.5) < 0x1p31 && std::trunc(given) == given, slot);
     return given;
   }
@@ -149,8 +151,8 @@ inline double read(std::string_view word, const catalog::Argument& a, const Valu
   return is_whole ? low_bits(v, slot) : number(v, slot, a.kind == kDate);
 }
 
-// The arguments of a call by their names in the catalogue, within the bounds that it states. The
-// order of dates is tested after the last date; two equal ones are an early answer.
+// Returns the arguments of a call by their names in the catalogue and checks their bounds. The
+// order of dates is checked after the last date; for equal dates the result is 0.
 using Given = std::map<std::string_view, double>;
 inline Given given_by(const catalog::Keyword& keyword, const Values& v, int basis = 0) {
   const auto all = keyword.arguments();
@@ -158,7 +160,7 @@ inline Given given_by(const catalog::Keyword& keyword, const Values& v, int basi
   Given given{{"", 0}};
   const auto hold = [&](std::size_t i, std::string_view newest) {
     for (const catalog::Bound& bound : all[i].bounds()) {
-      // DB looks at its month before it compares the period with the life.
+      // DB checks the month before it compares the period with the life.
       const auto due = word == "DB" && bound.other == "life" ? "month" : bound.other;
       if (!given.contains(due) || (newest != due && newest != "")) continue;
       const double x = given[all[i].name];
@@ -189,10 +191,10 @@ inline Given given_by(const catalog::Keyword& keyword, const Values& v, int basi
 }
 
 inline constexpr double kTiny = 1.053671212772351e-8;  // 2^-26.5
-using vxfnc::zexpm1, vxfnc::zln1px;  // held to another library's in numeric_test.cpp
+using vxfnc::zexpm1, vxfnc::zln1px;  // numeric_test.cpp compares them with the C library
 
-// Newton's method in ln(1 + x). The objective returns its value and derivative; it may change the
-// scale that the last value of a long search is compared with.
+// Newton's method in ln(1 + x). The objective returns its value and derivative. It may change
+// `scale`, with which the last value of a long search is compared.
 std::optional<double> root_near(double x, const auto& objective, const double& scale) {
   for (int i = 0;; ++i) {
     const auto [value, derivative] = objective(x);
@@ -207,15 +209,16 @@ std::optional<double> root_near(double x, const auto& objective, const double& s
 }
 inline double found(std::optional<double> root) { return root ? *root : throw kUnmarked; }
 
-// Zeros and NaNs have no sign; values may differ by a share of what is larger, they or 1.
-inline bool alike(const Answer& got, const Answer& want, double share) {
+// Signs of zeros and NaNs are ignored. Values may differ by `share` of their magnitude, or of 1 if
+// that is larger.
+inline bool alike(const Outcome& got, const Outcome& want, double share) {
   const double x = std::bit_cast<double>(got.bits), y = std::bit_cast<double>(want.bits);
   const bool close = x == y || std::abs(x - y) <= share * std::max(std::abs(y), 1.0);
   const bool same = close || (std::isnan(x) && std::isnan(y));
   return got == want || (got.status == 0 && want.status == 0 && got.marked == kUnmarked && same);
 }
 
-inline Answer answered(Width width, const std::string& name, const Values& v, const Basis& basis) {
+inline Outcome evaluate(Width width, const std::string& name, const Values& v, const Basis& basis) {
   std::vector<Argument> a;
   for (const double x : v) a.push_back(x == kNull ? harness::null() : num(x));
   if (&basis != kBases) a.push_back(basis.first);
@@ -234,19 +237,19 @@ struct Generator {
     return number_of(last) - below(2) * below(28) + below(5) / 4;
   }
 
-  // A day before another, often a whole number of coupon periods before it.
+  // An earlier day, often a whole number of coupon periods earlier.
   double before(double day, int months) {
     const int periods = below(below(4) ? 30 : 600) / months;
     const double on = number_of(stepped(date_of(day), -months * periods));
     return of({on, on, on + below(3) - 1, day - below(9), day - below(999), on - below(99)});
   }
-  double near() {  // hardly off 1
+  double near() {  // 1, or a number very close to it
     return 1 + of({0, 0, 0, 5e-13, -5e-13, 2e-12, -2e-12, 1e-8, -1e-8, 3e-8, -3e-8});
   }
   double odd() { return of({0x1p32 + 2, 0x1p31, 0x1p53 + 2, -0x1p64, HUGE_VAL, 0, -1}); }
   const Basis& basis() { return kBases[random() % (below(8) ? 11 : std::size(kBases))]; }
 
-  // A call of what is drawn, by names; optional arguments often lack.
+  // A call with the drawn arguments; optional arguments are often omitted.
   Values call(const catalog::Keyword& keyword, Given drawn) {
     Values v;
     for (const catalog::Argument& a : keyword.arguments())
@@ -258,15 +261,14 @@ struct Generator {
     return v;
   }
 
-  // One argument in seven calls spoilt, or moved by a hair.
+  // In one of seven calls, replaces an argument or changes it slightly.
   void spoil(Values& v) {
     double& x = v[random() % v.size()];
     if (below(7) == 0) x = of({NAN, kNull, -HUGE_VAL, 0, -1, x + 0.5, x * near(), x * near()});
   }
 };
 
-// Compares random calls of a keyword, in both widths, with a model of its value. Values may differ
-// by a share.
+// Compares random calls of a keyword, in both widths, with a model. Values may differ by `share`.
 void compare(auto& calls, std::string_view word, const auto& model, double share = 0) {
   const catalog::Keyword& keyword = *catalog::find(word);
   const auto all = keyword.arguments();
@@ -277,10 +279,10 @@ void compare(auto& calls, std::string_view word, const auto& model, double share
     const Basis& basis = has_basis ? calls.basis() : kBases[0];
     const bool is_list = keyword.max_args() == catalog::kNoBound;
     const bool fits = is_list || (v.size() >= keyword.min_args() && v.size() <= keyword.max_args());
-    const Answer want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
-                             : Answer{kRefused, harness::kUntouched, kUnmarked};
+    const Outcome want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
+                              : Outcome{kRefused, harness::kUntouched, kUnmarked};
     for (const Width width : {Width::wide, Width::byte}) {
-      const Answer got = answered(width, std::string(word), v, basis);
+      const Outcome got = evaluate(width, std::string(word), v, basis);
       ASSERT_TRUE(alike(got, want, share)) << word << testing::PrintToString(v) << " basis row "
                                            << &basis - kBases << ": " << got << ", not " << want;
     }

@@ -1,4 +1,5 @@
-// Published worked examples: keyword, arguments separated by semicolons, value, tolerance.
+// Published examples. Columns of the file: keyword, arguments separated by semicolons, value,
+// tolerance.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,19 +20,19 @@ struct Example {
 std::vector<Example> examples() {
   std::ifstream file(VXFNC_PUBLISHED);
   std::string line;
-  std::getline(file, line);  // the heading
+  std::getline(file, line);  // the line of column names
   std::vector<Example> all;
   for (Example e; std::getline(file, e.keyword, ',') && std::getline(file, e.words, ',') &&
                   std::getline(file, e.value, ',') && std::getline(file, e.tolerance);) {
     std::ranges::replace(e.words, ';', ' ');
-    e.arguments.clear();  // none is a text that would have to outlive its word
+    e.arguments.clear();  // texts would have to outlive the words; there are none
     for (const std::string& word : cli::words_of(e.words)) e.arguments.push_back(argument_of(word));
     all.push_back(e);
   }
   return all;
 }
 
-TEST(Published, WorkedExamplesComeOutOnManyThreads) {
+TEST(Published, ExamplesMatchOnManyThreads) {
   const vxkernel::Kernel kernel(VXFNC_MODULE);
   const std::vector<Example> all = examples();
   const auto evaluated = [&] {
@@ -43,7 +44,7 @@ TEST(Published, WorkedExamplesComeOutOnManyThreads) {
     return bits;
   };
   const auto alone = evaluated();
-  std::ifstream file(VXFNC_PUBLISHED);  // of which no line may be left out
+  std::ifstream file(VXFNC_PUBLISHED);  // every line must have been read
   const auto lines = std::count(std::istreambuf_iterator(file), {}, '\n');
   ASSERT_EQ(all.size() + 1, static_cast<std::size_t>(lines));
   for (const catalog::Keyword& keyword : catalog::keywords())
@@ -60,7 +61,7 @@ TEST(Published, WorkedExamplesComeOutOnManyThreads) {
     threads.emplace_back([&] {
       for (int round = 0; round < 100; ++round) wrong += evaluated() != alone;
     });
-  threads.clear();  // which waits for them
+  threads.clear();  // joins them
   EXPECT_EQ(wrong, 0);
 }
 

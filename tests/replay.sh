@@ -1,8 +1,7 @@
 #!/bin/sh
-# Replays transcripts: every line that begins with "$ " is run, and what it prints must be what
-# stands below it; [N] below that is an exit status other than 0, which documents may leave out.
-# Files named in transcripts are those of the folder that this is run in; files they write belong
-# in $TMPDIR.
+# Replays transcripts. Executes each line that begins with "$ " and compares the output with the
+# lines below it. [N] at the end is the exit status if it is not 0; documents may omit it. Commands
+# run in the current folder and write files only to $TMPDIR.
 # usage: replay.sh FOLDER-OF-THE-COMMAND TRANSCRIPT... [-- DOCUMENT...]
 PATH=$(cd "$1" && pwd):$PATH
 TMPDIR=$(mktemp -d)

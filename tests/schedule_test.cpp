@@ -1,6 +1,6 @@
-// YEARFRAC, the six coupon queries, AMORDEGRC and AMORLINC compared with plain loops over seeded
-// random calls. A coupon day after February 4000 comes back one lower, as the host's year 4000 is
-// common.
+// YEARFRAC, the six coupon queries, AMORDEGRC and AMORLINC: random calls with a fixed seed are
+// compared with plain loops. Coupon dates after February 4000 are one day lower, because 4000 is a
+// common year in the host's calendar.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 using namespace plain;
 
-constexpr double kFar = 146097 * 0x1p22;  // days: the calendar repeats itself every 400 years
+constexpr double kFar = 146097 * 0x1p22;  // days; the calendar repeats every 400 years
 
 double host_day(const Date& d) {
   const int year = int{d.year()}, februaries = d.month() < cal::March ? year - 1 : year;
@@ -69,7 +69,7 @@ double modelled(const catalog::Keyword& keyword, const Values& v, int basis) {
     value -= kFar;
     is_far = true;
   }
-  if (is_far && keyword.word.ends_with("CD")) return kMissing;  // no date of the host
+  if (is_far && keyword.word.ends_with("CD")) return kMissing;  // not a date in the host's formats
   const bool is_degressive = keyword.word == "AMORDEGRC";
   return a.contains("cost") ? prorated(is_degressive, a, basis) : dated(keyword.word, a, basis);
 }

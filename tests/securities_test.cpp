@@ -1,5 +1,5 @@
-// Twenty keywords of securities compared with a plain model over seeded random calls, bit for bit
-// where an order of operations is promised.
+// Twenty keywords of securities: random calls with a fixed seed are compared with a plain model,
+// bit for bit where the order of operations is fixed.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ struct Security {
   std::string_view name;
   int basis;
   Given given;
-  // Settlement, maturity, issue or last coupon, first coupon or another one.
+  // Settlement, maturity, issue or last interest, first coupon or first interest.
   Date S = date_of(given["settlement"]), M = date_of(given["maturity"]);
   Date I = date_of(given["issue"] + given["last_interest"]);
   Date F = date_of(given["first_coupon"] + given["first_interest"]);
@@ -29,7 +29,7 @@ struct Security {
   double frequency = given["frequency"], coupon = 100 * rate / frequency;
   int months = frequency == 0 ? 0 : static_cast<int>(12 / frequency);
 
-  double factor(double rate_of_year, bool is_price = false) const {  // the discount of a period
+  double factor(double rate_of_year, bool is_price = false) const {  // of one period
     const double x = rate_of_year / frequency, v = 1 / (1 + x);
     require(!(1 + x < kTiny) && !(is_price && x * v >= 1), kUnmarked);
     return v;
@@ -40,12 +40,12 @@ struct Security {
     return annual_ratio(a, b, basis, end_31, false, name == "RECEIVED");
   }
 
-  // The days from a to b as a share of the period from one coupon day to the next.
+  // The days from a to b as a fraction of the coupon period.
   double share(const Date& a, const Date& b, const Date& from, const Date& to) const {
     return days(a, b, basis) / period_days(from, to, basis, frequency);
   }
 
-  // 30/360 of odd first periods has a rule for February at both ends.
+  // 30/360 in odd first periods has rules for the end of February.
   double odd_first_days(const Date& a, const Date& b) const {
     if (basis != 0) return days(a, b, basis);
     const auto february_end = [](const Date& d) {
@@ -63,7 +63,7 @@ struct Security {
     return odd_first_days(a, b) / period_days(from, to, basis, frequency);
   }
 
-  // For an odd last period 30/360 has rules of its own and a cap, and actual days have one basis.
+  // In odd last periods 30/360 has other rules and a limit. All bases with actual days are equal.
   double odd_last_share(const Date& a, const Date& b, const Date& from, const Date& to) const {
     if (basis == 4) return share(a, b, from, to);
     if (basis != 0) return days(a, b, 1) / days(from, to, 1);
@@ -71,7 +71,7 @@ struct Security {
     const bool follows = moves && (month_end(b) || b.day() == 30d);
     const Date start = moves ? date_of(number_of(a) + 1) : a;
     const Date end = follows ? (b.year() / b.month() + cal::months{1}) / 1 : b;
-    const bool february = start == end && month_end(end);  // its end, none after itself: two days
+    const bool february = start == end && month_end(end);  // the end of February: 2 days
     const double count = february ? 30. - unsigned{end.day()} : days(start, end, 0);
     return std::min(count, 360 / frequency) / (360 / frequency);
   }
@@ -121,7 +121,7 @@ struct Security {
   double periods_left(const Date& from) const {
     int k = months_to(from, M, months);
     Date a = stepped(M, k), b = stepped(M, k += months);
-    if (k == 0) return odd_last_share(from, M, a, a == from ? a : b);  // a coupon day: by no days
+    if (k == 0) return odd_last_share(from, M, a, a == from ? a : b);  // division by 0 days
     double sum = odd_last_share(from, b, a, b);
     for (; k < 0; sum += odd_last_share(a, b, a, b)) {
       a = b;
@@ -146,7 +146,7 @@ struct Security {
 
   double odd_first(bool is_yield) const {
     const auto at = [&](int k) { return stepped(F, k, month_end(F) && month_end(M)); };
-    double first_coupon = 0, accrued = 0, s = 0, more = 0;  // in periods; coupons after the first
+    double first_coupon = 0, accrued = 0, s = 0, more = 0;  // more: coupons after the first
     for (int k = 0; at(k) > I; k -= months) {
       const Date a = at(k - months), b = at(k), from = std::max(a, I);
       const double whole = from == a ? 1 : odd_first_share(from, b, a, b);
@@ -204,7 +204,7 @@ struct Security {
     if (name == "TBILLYIELD") return (100 - price) / price * 360 / span;
     if (span <= 182) return 365 * discount / d;
     const double q = t * t - (2 * t - 1) * (discount * span / -d);
-    if (q < 0) throw Answer{kRefused, harness::kUntouched, kUnmarked};
+    if (q < 0) throw Outcome{kRefused, harness::kUntouched, kUnmarked};
     return (std::sqrt(q) - t) / (t - 0.5);
   }
 
@@ -224,7 +224,7 @@ struct Calls : Generator {
   Values operator()(const catalog::Keyword& keyword) {
     const std::string_view name = keyword.word;
     const bool is_bill = name.starts_with("TBILL");
-    const bool starts_odd = name.starts_with("ODDF");  // no overflow where no order is promised
+    const bool starts_odd = name.starts_with("ODDF");  // its values must not overflow
     const double rare = starts_odd ? of({1, 3}) : of({1e-9, 3, 0x1p-1000, 1e300, HUGE_VAL});
     const double span = of({182, 182.5, 183, 1. * below(999)}), any = day();
     const double f = of({1, 2, 4, 6, 12}), M = day();

@@ -1,6 +1,6 @@
-// The extension of SQLite, loaded by the real engine: a transcript of statements, the examples of
-// all keywords beside the kernel's own results, and ways to load it.
-#define SQLITE_CORE 1  // this is the program that has SQLite
+// The SQLite extension, loaded by SQLite itself: a transcript of statements, a comparison of all
+// keywords with the kernel, and the ways to load the extension.
+#define SQLITE_CORE 1  // this program is linked with SQLite
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sqlite3ext.h>
@@ -31,7 +31,7 @@ class Database {
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // Each row of the result as a line, with | between columns; or the error.
+  // Returns one line per row, with | between columns, or the error message.
   std::string run(const std::string& sql) {
     std::string text;
     sqlite3_stmt* statement = nullptr;
@@ -66,7 +66,7 @@ class Database {
   sqlite3* handle_ = nullptr;
 };
 
-TEST(Sqlite, PrintsTheTranscript) {
+TEST(Sqlite, MatchesTheTranscript) {
   std::ifstream file(VXFNC_SQLITE_TRANSCRIPT);
   std::ostringstream expected;
   expected << file.rdbuf();
@@ -81,7 +81,7 @@ TEST(Sqlite, PrintsTheTranscript) {
   if (got != expected.str()) std::ofstream("sqlite.got") << got;
 }
 
-// "finance('PRICE', '2008-02-15', ...)"
+// Returns "SELECT finance('PRICE', '2008-02-15', ...)".
 std::string call_of(const catalog::Keyword& keyword, const std::vector<std::string>& words) {
   std::string sql = "SELECT finance('" + std::string(keyword.word) + '\'';
   for (const std::string& word : words) {
@@ -119,12 +119,12 @@ TEST(Sqlite, LoadsForAllConnectionsOfTheProcess) {
   EXPECT_TRUE(Database(Database::kNone).run("SELECT finance_version()").starts_with("Error"));
   Database first("sqlite3_finance_everywhere_init");
   EXPECT_EQ(Database(Database::kNone).run("SELECT finance('SLN', 9, 0, 3)"), "3.0\n");
-  const std::string again = "SELECT load_extension('" VXFNC_SQLITE "')";  // by a running statement
+  const std::string again = "SELECT load_extension('" VXFNC_SQLITE "')";  // in a running statement
   EXPECT_EQ(first.run(again), "NULL\n");
   sqlite3_reset_auto_extension();
 }
 
-TEST(Sqlite, LooksForTheModuleBesideItselfAndBehindLinks) {
+TEST(Sqlite, FindsTheModuleInItsFolderAndThroughLinks) {
   namespace fs = std::filesystem;
   const fs::path folder = fs::temp_directory_path() / ("sqlite." + std::to_string(::getpid()));
   fs::create_directories(folder / "lib");
@@ -144,7 +144,7 @@ TEST(Sqlite, LooksForTheModuleBesideItselfAndBehindLinks) {
   fs::remove_all(folder);
 }
 
-TEST(Sqlite, RefusesOldVersionsAndOtherCopiesOfSqlite) {
+TEST(Sqlite, RejectsOldVersionsAndOtherCopiesOfSqlite) {
   const Database loaded;
   sqlite3_api_routines copy{};
   copy.mprintf = sqlite3_mprintf;

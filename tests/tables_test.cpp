@@ -1,4 +1,4 @@
-// The command's parts that handle tables: CSV, blocks of records, many threads, files.
+// The parts of the command that process tables: CSV, blocks of records, threads and files.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -67,15 +67,15 @@ TEST(Csv, ParserReturnsTheCellsOfEachRecord) {
       {"\n\na\r\n\r\nb\rc", {{2, {"a"}}, {4, {"b"}}, {5, {"c"}}}},
       {"\"a,b\",\"c\nd\"\ne", {{0, {"a,b", "c\nd"}}, {2, {"e"}}}},
       {"\"say \"\"hi\"\"\",\"\"\n\"\"\"\"", {{0, {"say \"hi\"", ""}}, {1, {"\""}}}},
-      {"5\" disk,a\"\"b\n", {{0, {"5\" disk", "a\"\"b"}}}},  // they do not open a cell
+      {"5\" disk,a\"\"b\n", {{0, {"5\" disk", "a\"\"b"}}}},  // these quotes do not open a cell
       {"\"a,b\" c,d\"\n\"a\"b\"", {{0, {"\"a,b\" c", "d\""}}, {1, {"\"a\"b\""}}}},  // nor do these
-      {"1,\"a\n2,\"b\"\n", {{0, {"1", "a"}}, {1, {"2", "b"}}}},  // one that is not closed
+      {"1,\"a\n2,\"b\"\n", {{0, {"1", "a"}}, {1, {"2", "b"}}}},  // a quote that is not closed
       {" \"a\" , b\n", {{0, {" \"a\" ", " b"}}}},
       {"\"a\nb,c\n", {{0, {"a"}}, {1, {"b", "c"}}}},
       {"", {}},
   };
   for (const auto& [text, records] : rows) EXPECT_EQ(records_of(text), records) << text;
-  // Marks on both sides of each boundary of 64 characters.
+  // Separators on both sides of each boundary of 64 characters.
   for (std::size_t size = 50; size < 80; ++size) {
     const std::string cell(size, 'x');
     EXPECT_EQ(records_of(cell + ",\"" + cell + "\"," + cell + "\n" + cell),
@@ -89,12 +89,12 @@ TEST_F(Folder, BlocksContainTheRecordsOfTheWholeText) {
   for (int round = 0; round < 300; ++round) {
     std::string text = "head,er\n";
     for (int i = 0; i < 400; ++i) text += alphabet[random() % alphabet.size()];
-    if (round % 2 == 0) text += ",\"x\ny\"";  // the last line may lack its end
+    if (round % 2 == 0) text += ",\"x\ny\"";  // the last line may have no line end
     const fs::path pipe = path / std::to_string(round);
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     std::jthread writer([&text, &random, &pipe] {
       const int out = ::open(pipe.c_str(), O_WRONLY);
-      ::fcntl(out, F_SETFL, O_DIRECT);  // a read gives what one write gave
+      ::fcntl(out, F_SETFL, O_DIRECT);  // each read returns the data of one write
       for (std::size_t at = 0; at < text.size();) {
         const std::size_t size = std::min<std::size_t>(1 + random() % 90, text.size() - at);
         if (::write(out, text.data() + at, size) < 0) break;
@@ -169,7 +169,7 @@ TEST(InOrder, WritesInTheOrderOfReadsAndStopsAtTheFirstError) {
   }
 }
 
-TEST_F(Folder, OutputFileAppearsWholeOrNotAtAll) {
+TEST_F(Folder, OutputFileIsCompleteOrUnchanged) {
   const fs::path file = path / "table.csv";
   const fs::path link = path / "link.csv";
   std::ofstream(file) << "old";
@@ -191,7 +191,7 @@ TEST_F(Folder, OutputFileAppearsWholeOrNotAtAll) {
   EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   EXPECT_EQ(std::distance(fs::directory_iterator(path), {}), 2);
 
-  const fs::path pipe = path / "pipe";  // as any device, it is written in place
+  const fs::path pipe = path / "pipe";  // like a device, it is written in place
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
   cli::OutputFile(pipe).commit();

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Progress on a narrow terminal. Skipped, with 77, where the system has no terminals, as in a chroot
-# without /dev/pts.
+# Checks the progress display on a narrow terminal. Returns 77 (skipped) if the system has no
+# terminals, for example in a chroot without /dev/pts.
 # usage: terminal.sh COMMAND
 script -qec true /dev/null </dev/null >/dev/null 2>&1 || exit 77
 folder=$(mktemp -d)

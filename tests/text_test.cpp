@@ -1,4 +1,5 @@
-// Wide-string routines; the case tables against every line of the Unicode character database.
+// Wide-string routines. The case tables are compared with every line of the Unicode character
+// database.
 #include "text/wide_text.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +33,7 @@ TEST(WideText, TrimsCopiesAndDeletes) {
   EXPECT_EQ(to, std::u32string(U"CT360") + U'\0' + U"0  ");
 }
 
-TEST(WideText, MapsCaseAsTheDatabaseSays) {
+TEST(WideText, MapsCaseAsUnicodeDoes) {
   EXPECT_EQ(vxzseqn(U"actual", 6, U"ACTUAL", -1), 1);
   EXPECT_EQ(vxzseqn(U"ACT", 3, U"ACTUAL", 6), 0);
   EXPECT_EQ(vxzseqn(U"", 0, U"x", 0), 1);
@@ -49,7 +50,7 @@ TEST(WideText, MapsCaseAsTheDatabaseSays) {
     const auto mapped = [&](const std::string& to) {
       return to.empty() ? code : static_cast<char32_t>(std::stoul(to, nullptr, 16));
     };
-    upper[code] = code == 0x131 ? code : mapped(fields[12]);  // the dotless i never becomes an I
+    upper[code] = code == 0x131 ? code : mapped(fields[12]);  // dotless i: not converted
     lower[code] = mapped(fields[13]);
   }
   for (char32_t c = 1; c <= 0x10000; ++c) {

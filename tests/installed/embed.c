@@ -1,5 +1,5 @@
 /* A C program that embeds the kernel: columns with a constant, validity bits and dates; a row that
- * fails; lists that are sorted. Every answer is a published one or follows from its definition. */
+ * fails; lists that are sorted. Expected values are published or follow from the definition. */
 #include <math.h>
 #include <stdio.h>
 #include <string.h>
@@ -44,8 +44,8 @@ int main(void) {
     EXPECT(vxk_evaluate(call, bad, &result, &argument) == VXK_FAILED && argument == 3);
     EXPECT(isnan(result) && vxk_evaluate(call, asset, &result, NULL) == VXK_OK && result == 6000);
   }
-  { /* One cost for all rows, a life of 32 bits in every second place: the second row lacks it, the
-       third fails. */
+  { /* One cost for all rows; the life is every second 32-bit integer. Its value is missing in the
+       second row, and the third row fails. */
     const double cost = 35000, salvage[] = {5000, 5000, 5000, NAN};
     const int32_t life[] = {-1, -1, -1, -1, -1, -1, 5, -1, 0, -1, 0, -1, 5};
     const uint8_t present[] = {0x0D << 3};
@@ -73,7 +73,7 @@ int main(void) {
   }
   vxk_release(call);
 
-  { /* Dates of Arrow, and a basis as text that stays in the call. */
+  { /* Dates in Arrow format, and a basis that is set in the call as a text. */
     const int32_t settlement = 13514, maturity = 14061; /* 2007-01-01, 2008-07-01 */
     vxk_column columns[3];
     columns[0] = column_of(VXK_DATE32, &settlement, 0);
@@ -85,7 +85,7 @@ int main(void) {
     EXPECT(values[1] == 547 / 365.5 && report.failed == 0);
     vxk_release(call);
   }
-  { /* PV at a rate of 0 is no number: in columns, a failure. */
+  { /* PV for a rate of 0 is NaN. In columns, the row fails. */
     const double flows[] = {0, 12, -100};
     vxk_column columns[3];
     int i;
@@ -96,8 +96,8 @@ int main(void) {
     EXPECT(report.failed == 1 && report.first.status == VXK_NOT_FINITE);
     vxk_release(call);
   }
-  { /* Two groups of flows; the first is out of order and has two flows of one date, the second has
-       a flow without an amount. */
+  { /* Three groups of flows. The first and the last are not sorted and have two flows of one date.
+       The second has no amount. */
     const double amounts[] = {500, -1000, 600, NAN, 10, -100, 110};
     const double dates[] = {20365, 20000, 20365, 1, 20365, 20000, 20365};
     const int64_t offsets[] = {0, 3, 4, 7};
@@ -110,7 +110,7 @@ int main(void) {
                               &report) == VXK_OK);
     EXPECT(fabs(values[0] - 0.1) < 1e-12 && isnan(values[1]) && fabs(values[2] - 0.2) < 1e-12);
     EXPECT(report.missing == 1 && report.failed == 0);
-    { /* XNPV counts from the earliest flow. */
+    { /* XNPV discounts to the date of the earliest flow. */
       const double rate = 0.2;
       vxk_column valued[3];
       valued[0] = column_of(VXK_FLOAT64, &rate, 0);
@@ -121,7 +121,7 @@ int main(void) {
       EXPECT(fabs(values[0] - (-1000 + 1100 / 1.2)) < 1e-9);
     }
   }
-  { /* The keywords as data. */
+  { /* The descriptions of keywords. */
     vxk_keyword_info keyword;
     vxk_argument_info parameter;
     const int32_t price = vxk_find_keyword("price", 5);
@@ -139,6 +139,6 @@ int main(void) {
   }
   EXPECT(vxk_basis("", 0) == -1 && vxk_basis("ACT", 3) == -1);
   vxk_close(kernel);
-  puts(failures == 0 ? "C: all well" : "C: failed");
+  puts(failures == 0 ? "C: passed" : "C: failed");
   return failures != 0;
 }

@@ -1,4 +1,4 @@
-# The library by ctypes, as a binding of another language uses it.
+# Uses the library through ctypes, as a binding for another language would.
 # usage: embed.py LIBRARY
 import ctypes
 import sys
@@ -11,4 +11,4 @@ assert library.vxk_prepare(kernel, b"FINANCE", b"SLN", 3, ctypes.byref(call), No
 asset = (ctypes.c_double * 3)(35000, 5000, 5)
 assert library.vxk_evaluate(call, asset, ctypes.byref(result), None) == 0
 assert result.value == 6000
-print("Python: all well")
+print("Python: passed")

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs into a folder, moves the folder, and uses what is there: a C program by pkg-config, a C++17
-# program by CMake, a script by ctypes, the command. Then the symbols that the library exports.
+# Installs into a folder, moves the folder and uses the installed files: in a C program through
+# pkg-config, in a C++17 program through CMake, in a script through ctypes, and as the command. Then
+# checks the exported symbols.
 # usage: run.sh BUILD-FOLDER
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -19,10 +20,10 @@ gcc -std=c99 -Wall -Wextra -pedantic -Werror embed.c -o "$tree/embed" $(pkg-conf
 cmake -G Ninja -S . -B "$tree/build" -DCMAKE_PREFIX_PATH="$prefix" >>"$tree/log"
 cmake --build "$tree/build" >>"$tree/log"
 "$tree/build/embed_shared"
-# A program that brings the kernel along finds the module beside itself, or in the folder of libraries.
+# A program that contains the kernel finds the module in its own folder or in the library folder.
 mkdir -p "$prefix/bin" && cp "$tree/build/embed_static" "$prefix/bin/embed"
 "$prefix/bin/embed"
 python3 embed.py "$libraries/libvxkernel.so.0"
-[ "$("$prefix/bin/finance" SLN 35000 5000 5)" = 6000 ] && echo "command: all well"
+[ "$("$prefix/bin/finance" SLN 35000 5000 5)" = 6000 ] && echo "command: passed"
 nm -D --defined-only "$libraries/libvxkernel.so.0" | awk '$2 ~ /[A-Z]/ && $3 !~ /^_/ {print $3}' | sort |
-  diff ../../kernel/vxkernel.symbols - && echo "symbols: all well"
+  diff ../../kernel/vxkernel.symbols - && echo "symbols: passed"

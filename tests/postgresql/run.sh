@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# The extension in servers of its own: a copy of the installed one, with the extension, on sockets in
-# a temporary folder. Touches nothing else; as root, the servers run as postgres.
+# Tests the extension in separate servers: copies of the installed server, with the extension, on
+# sockets in a temporary folder. Changes nothing else. If run by root, the servers run as the user
+# postgres.
 # usage: run.sh BUILD-FOLDER
 set -euo pipefail
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -25,7 +26,7 @@ for folder in --bindir --pkglibdir --sharedir; do
   cp -rL "$folder/." "$home$folder"
 done
 rm -f "$home$(pg_config --pkglibdir)"/{finance_postgresql,vxfnc}.so \
-  "$home$(pg_config --sharedir)"/extension/finance*  # of an earlier installation
+  "$home$(pg_config --sharedir)"/extension/finance*  # files of an earlier installation
 DESTDIR=$home cmake --install "$build" --component postgresql >"$home/install.log"
 [ "$(id -u)" != 0 ] || chown -R postgres "$home"
 
@@ -36,15 +37,15 @@ as_user "$bin/pg_ctl" -w -D "$home/data" -l "$home/server.log" \
 
 psql() { as_user "$bin/psql" -XqAt -h "$home" -U postgres "$@"; }
 
-# The transcript: each line that begins with "> " goes to psql, and what it prints must be what
-# follows the line. Errors come with their state.
+# The transcript: psql executes each line that begins with "> ", and must print the lines that
+# follow. Errors are printed with their SQLSTATE.
 sed -n "/^\(>\|--\) /{h;s/[\\']/&&/g;s/.*/\\\\echo '&'/p;g;s/^> //p}" "$tests/transcript.txt" |
   psql -P null=NULL -v SHOW_CONTEXT=never -v VERBOSITY=verbose -d postgres 2>&1 |
   sed -E '/^LOCATION:/d; s/(Keywords are)( [A-Z]+,)+ ([A-Z]+)\.$/\1 all up to \3/' |
   diff "$tests/transcript.txt" -
 
-# The published examples, all keywords among them, bit for bit as the command gives them. The
-# transcript has left the extension in the database.
+# The published examples, which use all keywords, must have the same bits as in the command. The
+# transcript has created the extension in this database.
 sed '1d; s/,/ /; s/,.*//; s/;/ /g' "$tests/../published.csv" >calls
 "$build/bin/finance" --calls calls | paste -d' ' - calls | awk '
   {
@@ -60,7 +61,7 @@ if [ "$(cat same.out)" != "$(printf '%7d same' "$(wc -l <calls)")" ]; then
   exit 1
 fi
 
-# Three servers, with the commands that the document shows.
+# Three servers, started by the commands in the document.
 cp -r "$tests/../../examples" "$home"
 awk '/^## /{on = /PostgreSQL on many machines/} /^```/{inside = on && $0 == "```sh"; next} inside' \
   "$tests/../../docs/engines.md" >walk.sh
