@@ -1,7 +1,7 @@
-// Feeds texts to the command: its words, numbers and dates, whole calls of its kernel, tables and
-// expressions. Digits must read back to the same value, cells to the same text; nothing but what a
-// parser is meant to throw may leave it, with a place inside the text; a line of a result or of an
-// error stays one line without control characters.
+// Passes texts to the parsers of the command: as words, numbers and dates, as calls, as tables and
+// as expressions. Numbers that are written must be read back as the same value, and cells as the
+// same text. A parser may throw only its own exceptions, whose position must be inside the text. A
+// result or an error message must be one line without control characters.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -43,7 +43,8 @@ void try_call(const vxkernel::Kernel& kernel, const std::string& line) {
   demand(!outcome.text.empty() && is_one_line(outcome.text));
 }
 
-// What is written of a table's cells is read back as the same cells, one record each.
+// The cells of each record, written as CSV and as TSV, must be read back as one record with the
+// same cells.
 void try_table(const std::string& text) {
   std::string tsv;
   std::vector<std::string> back;
@@ -81,7 +82,7 @@ void try_expression(const vxkernel::Kernel& kernel, const std::string& text) {
     evaluator.begin(true);
     expression.root->evaluate(evaluator);
     demand(evaluator.failed || evaluator.message.empty());
-    // By columns, a row that is not special has the same result.
+    // If columns are evaluated, a row that is not special must have the same result.
     cli::BlockEvaluator block{.calls = calls, .rows = 2};
     block.columns = {{.numbers = {2.5, 2.5}}, {.numbers = {26067, 26067}}};
     block.columns[1].kind = cli::BlockColumn::Kind::kDate;

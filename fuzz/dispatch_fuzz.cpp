@@ -1,7 +1,7 @@
 // Builds call records from bytes and evaluates them in both widths, with and without a kernel whose
-// services may refuse. Status, result and mark must agree, a refusal leaves MISSING or an untouched
-// result, no pool stays, no call is long. The harness sees to the rest: nothing but marks may
-// change, and nothing outside the record may be touched.
+// allocations may fail. Status, result and mark must be consistent. A call that fails must store
+// MISSING or leave the result unchanged. All pools must be destroyed, and no call may take long.
+// The harness checks the rest: the module may change nothing but marks and the result.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <time.h>
@@ -17,20 +17,20 @@
 namespace {
 
 using catalog::ArgumentKind;
-using harness::Answer, harness::Width, harness::Word;
+using harness::Outcome, harness::Width, harness::Word;
 
 void demand(bool holds) { holds ? void() : std::abort(); }
 
-// ---- A kernel that refuses the n-th of its pools and storages -----------------------------------
+// ---- A kernel whose n-th allocation fails ----------------------------------------------------
 
-int pools, left_to_refusal;
+int pools, left_to_failure;
 std::vector<std::vector<char>> storages;
 void* allocate(void*, std::size_t bytes) {
-  return left_to_refusal-- == 0 ? nullptr : storages.emplace_back(bytes).data();
+  return left_to_failure-- == 0 ? nullptr : storages.emplace_back(bytes).data();
 }
 void destroy(void*) { storages.clear(), --pools; }
 Word pool[] = {0, 0, harness::word(&destroy), harness::word(&allocate)};
-void* create() { return left_to_refusal-- == 0 ? nullptr : (++pools, pool); }
+void* create() { return left_to_failure-- == 0 ? nullptr : (++pools, pool); }
 Word upper(void*, Word c) { return c >= 'a' && c <= 'z' ? c - 32 : c; }
 Word cases[32];
 Word handle[28];
@@ -44,7 +44,7 @@ harness::Argument text(FuzzedDataProvider& in, bool ascii) {
   return harness::text(s);
 }
 
-// Often what the keyword takes, so that the calculations behind the refusals are reached, too.
+// Often returns an argument that the keyword accepts, so that calculations are reached, too.
 harness::Argument argument(FuzzedDataProvider& in, const catalog::Argument* expected, bool ascii) {
   const int sort = in.ConsumeIntegralInRange(0, 99);
   const int small = in.ConsumeIntegral<std::int16_t>();
@@ -63,23 +63,24 @@ harness::Argument argument(FuzzedDataProvider& in, const catalog::Argument* expe
   return harness::num(expected->kind == ArgumentKind::kWhole ? small % 64 : small);
 }
 
-// Processor time of this thread, which does not pass while other programs run.
+// The processor time of this thread, which does not include the time of other programs.
 double seconds() {
   timespec now{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-Answer evaluated(Width width, const harness::Argument& keyword,
-                 const std::vector<harness::Argument>& arguments, int count, int refused) {
-  left_to_refusal = refused;
+Outcome evaluated(Width width, const harness::Argument& keyword,
+                  const std::vector<harness::Argument>& arguments, int count, int failing) {
+  left_to_failure = failing;
   const double start = seconds();
-  const Answer answer = call(width, keyword, arguments, count);
+  const Outcome outcome = call(width, keyword, arguments, count);
   demand(seconds() - start < 1.0 && pools == 0);
-  const bool refusal = answer.bits == harness::kMissingBits || answer.bits == harness::kUntouched;
-  demand(answer.status == 0 ? answer.marked == -1 : answer.status == 120836 && refusal);
-  demand(answer.marked >= -1 && answer.marked < std::max(count, 1));
-  return answer;
+  const bool no_result =
+      outcome.bits == harness::kMissingBits || outcome.bits == harness::kUntouched;
+  demand(outcome.status == 0 ? outcome.marked == -1 : outcome.status == 120836 && no_result);
+  demand(outcome.marked >= -1 && outcome.marked < std::max(count, 1));
+  return outcome;
 }
 
 }  // namespace
@@ -103,11 +104,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   cases[31] = in.ConsumeBool() ? harness::word(&upper) : 0;
   const auto all = static_cast<int>(arguments.size() + 1);
   const int count = in.ConsumeIntegralInRange(0, 15) > 0 ? all : in.ConsumeIntegralInRange(0, all);
-  const int refused = in.ConsumeIntegralInRange(-1, 3);
+  const int failing = in.ConsumeIntegralInRange(-1, 3);
   reinterpret_cast<void (*)(Word*)>(harness::entry("vxextent"))(in.ConsumeBool() ? handle
                                                                                  : nullptr);
-  const Answer wide = evaluated(Width::wide, keyword, arguments, count, refused);
-  const Answer byte = evaluated(Width::byte, keyword, arguments, count, refused);
+  const Outcome wide = evaluated(Width::wide, keyword, arguments, count, failing);
+  const Outcome byte = evaluated(Width::byte, keyword, arguments, count, failing);
   demand(wide == byte || !ascii);
   return 0;
 }
