@@ -1,6 +1,6 @@
-// Speed of one evaluation through the loaded module, as a multiple of libm's pow and of a minimal
-// computation of the same answer, both timed in the same run: these ratios, unlike nanoseconds,
-// mean the same on any machine. --table=FILE also writes the report to a file.
+// Measures the time of one evaluation through the loaded module, as a multiple of libm's pow and of
+// a minimal computation of the same result, which are measured in the same run. Unlike nanoseconds,
+// these ratios can be compared between machines. --table=FILE also writes the report to a file.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
@@ -29,9 +29,9 @@
 
 namespace {
 
-constexpr double kByteLimit = 1.5;  // FINANCE#, in multiples of FINANCE
+constexpr double kByteLimit = 1.5;  // the limit for FINANCE#, in multiples of FINANCE
 
-// A filled call record, its keyword in one of the two widths.
+// A filled call record with the keyword in one of the two widths.
 template <class Char>
 class Record {
  public:
@@ -103,7 +103,7 @@ class Medians : public benchmark::ConsoleReporter {
         times_[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
     }
   }
-  // NaN for a benchmark that was filtered out.
+  // Returns NaN for a benchmark that was filtered out.
   double operator[](const std::string& name) { return median_of(times_[name]); }
   bool failed = false;
 
@@ -111,7 +111,8 @@ class Medians : public benchmark::ConsoleReporter {
   std::map<std::string, std::vector<double>> times_;
 };
 
-// Every keyword has a row, and every minimal computation gives the answer it is timed for.
+// Checks that every keyword has a row and that every minimal computation returns the result of the
+// module.
 bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
 #define VXFNC_NAME(keyword, minimum, maximum, family) #keyword,
   for (const char* const keyword : {VXFNC_KEYWORDS(VXFNC_NAME)}) {
@@ -122,8 +123,8 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
   }
   for (const Row& row : kRows) {
     if (row.least == nullptr) continue;
-    double answer = NAN;
-    dispatcher(Record<char32_t>(row).call(), &answer, &vxkernel::call_environment);
+    double result = NAN;
+    dispatcher(Record<char32_t>(row).call(), &result, &vxkernel::call_environment);
     const double least = row.least(row.arguments);
     if (std::fabs(least - answer) <= 1e-12 * std::fabs(answer)) continue;
     std::fprintf(stderr, "%s: the module returns %.17g, the minimal computation %.17g\n",
@@ -133,7 +134,7 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
   return true;
 }
 
-// Seconds that so many threads take, each of which makes all the calls with records of its own.
+// Returns the seconds that the threads take. Each thread makes all the calls with its own records.
 double seconds_of(int threads, int rounds, const std::vector<Row>& mix, vxfnc::Dispatcher* wide) {
   const auto work = [&] {
     std::vector<std::unique_ptr<Record<char32_t>>> records;
@@ -153,7 +154,7 @@ double seconds_of(int threads, int rounds, const std::vector<Row>& mix, vxfnc::D
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// Fastest of a few, as other work on the machine only adds.
+// Returns the shortest of several times, because other programs can only make a run slower.
 double fastest(int repetitions, const auto& timed) {
   double seconds = HUGE_VAL;
   for (int i = 0; i < repetitions; ++i) seconds = std::min(seconds, timed());

@@ -1,5 +1,6 @@
-// What the kernel adds to the dispatcher's own time: a bound call, columns, lists. All in one run,
-// the fastest of several rounds; the ratios mean the same on any machine.
+// Measures what the kernel adds to the time of the dispatcher: for a prepared call, for columns and
+// for lists. All times are the shortest of several rounds of one run. Their ratios can be compared
+// between machines.
 // usage: kernel_bench [ROWS]
 #include <dlfcn.h>
 
@@ -25,7 +26,7 @@ namespace {
 std::int64_t row_count = 1'000'000;
 constexpr int kRounds = 9;
 
-// Seconds of the fastest round of each body; the rounds of all bodies alternate.
+// Returns the seconds of the fastest round of each body. The rounds of the bodies alternate.
 template <std::size_t N>
 std::vector<double> fastest(const std::function<void()> (&bodies)[N]) {
   std::vector<double> best(N, HUGE_VAL);
@@ -60,7 +61,7 @@ vxk_options options_with(int threads) {
   return options;
 }
 
-// A call record that the dispatcher takes, filled once.
+// A call record for the dispatcher, filled once.
 class Record {
  public:
   explicit Record(const Row& row)
@@ -86,7 +87,8 @@ class Record {
   std::vector<double> numbers;
 };
 
-// Stores the arguments of a row, as a host does that knows how many there are.
+// Stores the arguments of a row. As in a host, the number of arguments is a constant in the usual
+// cases.
 void store(double* to, const std::vector<double>& from) {
   switch (from.size()) {
     case 3:
@@ -141,7 +143,7 @@ void add_row(Table& table, const vxkernel::Kernel& kernel, vxfnc::Dispatcher* di
              figure(seconds[2] / seconds[0], 2), figure(seconds[2] / seconds[3], 2)});
 }
 
-// 100,000 groups of 10 flows, each beside a bound call that gets the same arguments.
+// Compares 100,000 groups of 10 flows with prepared calls that have the same arguments.
 void add_lists(Table& table, const vxkernel::Kernel& kernel) {
   const auto groups = static_cast<std::size_t>(row_count / 10);
   constexpr std::size_t kFlows = 10;

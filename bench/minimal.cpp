@@ -16,9 +16,9 @@ struct Date {
   int day;
 };
 
-constexpr int kDayZero = 715815;  // 1 January 1960, counted from 1 March of year 0
+constexpr int kDayZero = 715815;  // 1 January 1960, in days since 1 March of year 0
 
-// Years that begin in March; a remainder is the low half of a product with the reciprocal.
+// Years begin in March. Remainders are computed from the low half of a product with the reciprocal.
 Date date_of(double value) {
   const auto quarters = 4 * static_cast<std::uint32_t>(static_cast<int>(value) + kDayZero) + 3;
   const std::uint32_t century = quarters / 146097;
@@ -56,7 +56,8 @@ int days_30_us(const Date& start, const Date& end) {
          (start.day == 31 && end.day < 30 ? 1 : 0);
 }
 
-// 366-day years between two dates; at either end one counts if its 29 February can lie inside.
+// Counts the leap years between two dates. The first and last year count only if their 29 February
+// can be inside.
 int long_years(const Date& start, const Date& end) {
   const auto through = [](int year) { return year / 4 - year / 100 + year / 400; };
   const bool from_start = start.month <= 2;
@@ -88,12 +89,12 @@ struct Bond {
   double frequency;
   double coupon;
   double redemption;
-  double count;      // coupons to come
-  double accrued;    // part of the coupon
-  double remaining;  // part of the period
+  double count;      // coupons after settlement
+  double accrued;    // accrued part of the coupon
+  double remaining;  // remaining part of the period
 };
 
-// Inlined, as is full_price: a caller then computes the fields that it uses and no others.
+// Inlined, as full_price is, so that a caller computes only the fields that it uses.
 [[gnu::always_inline]] inline Bond bond_of(Arguments in) {
   const Date settlement = date_of(in[0]);
   const Date maturity = date_of(in[1]);
@@ -143,15 +144,15 @@ struct Taylor {
   double second;
 };
 
-// The price with accrued interest at yield y a period: times y, it is
-// coupon ((1 + y)^(1 - s) - (1 + y)^-t) + y redemption (1 + y)^-t.
+// The price with accrued interest for a yield of y per period. Multiplied by y, it is coupon ((1 +
+// y)^(1 - s) - (1 + y)^-t) + y redemption (1 + y)^-t.
 [[gnu::always_inline]] inline Taylor full_price(const Bond& bond, double y) {
   const double s = bond.remaining;
   const double t = s + bond.count - 1;
   const double v = 1 / (1 + y);
   const double l = std::log(1 + y);
   const double last = std::exp(-t * l);
-  if (std::fabs(y) < 1e-3) {  // the quotient would cancel
+  if (std::fabs(y) < 1e-3) {  // the quotient would lose digits by cancellation
     Taylor sum{};
     const auto pay = [&](double amount, double time, double factor) {
       sum.value += amount * factor;
@@ -179,27 +180,27 @@ struct Taylor {
 
 // ---- Roots -------------------------------------------------------------------------------------
 
-// ln(a / b), the more exact the nearer they are: what a root finder needs.
+// ln(a / b), which becomes more exact as a approaches b. A root finder needs this.
 double log_ratio(double a, double b) {
   const double q = (a - b) / (a + b);
   return std::fabs(q) < 0.25 ? q * (2 + 2.0 / 3 * q * q) : std::log(a / b);
 }
 
-// Halley's step, which leaves the third power of an error; at most two of Newton's.
+// Halley's step, whose error is the third power of the previous error; at most twice Newton's step.
 double step_of(const Taylor& g) {
   const double square = g.first * g.first;
   return -2 * g.value * g.first / std::max(2 * square - g.value * g.second, square);
 }
 
-// g is a logarithm: what the step leaves is at most g^2 of it.
+// g is a logarithm. The error after the step is at most g^2 times the step.
 bool is_last(double g, double step, double x) {
   return std::fabs(step) * g * g <= 1e-12 * std::fabs(x);
 }
 
-// (1 + x) e^s - 1 for small s, and above -1 for any.
+// Approximates (1 + x) e^s - 1 for small s. The result is above -1 for every s.
 double grown(double x, double s) { return x + (1 + x) * s / (1 + s * (s / 12 - 0.5)); }
 
-// Sums of discounted amounts a, of t a and of t^2 a, for their times t.
+// The sums of a, t a and t^2 a for discounted amounts a at times t.
 struct Moments {
   double sum = 0;
   double first = 0;
@@ -229,8 +230,8 @@ double power(double x, std::size_t n) {
   return result;
 }
 
-// Moments of flows a period apart: Horner's scheme in v^4, in four strands that do not wait for
-// each other.
+// Moments of flows that are one period apart, by Horner's scheme in v^4. Its four strands are
+// independent, so the processor can interleave them.
 Moments periodic(Arguments flows, double v) {
   constexpr std::size_t kStrands = 4;
   const double x = power(v, kStrands);
@@ -335,7 +336,7 @@ double rate(Arguments in) {
   const double factor = -in[2] / in[1];  // (1 - (1 + r)^-n) / r
   const double l = std::log(n / factor);
   if (l == 0) return 0;
-  // In u = ln(1 + r), l is a u - b u^2 and no cube.
+  // As a series in u = ln(1 + r), l is a u - b u^2, without a cubic term.
   const double a = (n + 1) / 2;
   const double b = (n * n - 1) / 24;
   double u = l < 1 ? 2 * l / (a + std::sqrt(a * a - 4 * b * l)) : std::log(1 + 1 / factor);
@@ -374,7 +375,7 @@ double xirr(Arguments in) {
   const Arguments amounts = in.first(in.size() / 2);
   const double* const dates = in.data() + amounts.size();
   const std::size_t k = sign_change(amounts);
-  double u = 0;  // a day
+  double u = 0;  // per day
   for (;;) {
     const Taylor g = balance(dated(amounts.first(k), dates, dates[0], u),
                              dated(amounts.subspan(k), dates + k, dates[0], u));

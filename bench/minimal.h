@@ -1,9 +1,9 @@
-// The least work that leads from the same numbers to the same answers: no call record, no keyword,
-// no checks, no statuses, and the quickest formula that comes to mind. What the module takes longer
-// is the price of its interface and of its order of operations.
+// Minimal computations of the same results: without call record, keyword, checks and status, with
+// the fastest formula that we know. The additional time of the module is the cost of its interface
+// and of its order of operations.
 //
-// Arguments are valid and stand as in a call, without the keyword; dates are days from 1 January
-// 1960. Annuities have no second amount and no type; cash flows change their sign once.
+// Arguments are valid and in the order of a call, without the keyword. Dates are days since 1
+// January 1960. Annuities have no second amount and no type. Cash flows have one change of sign.
 #pragma once
 
 #include <span>

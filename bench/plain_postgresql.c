@@ -1,5 +1,5 @@
-/* Functions of PostgreSQL that do next to nothing with as many arguments as the extension's: what a row
- * costs without it. */
+/* PostgreSQL functions that do almost nothing but have as many arguments as those of the extension. They
+ * show the time per row without the extension. */
 #include <postgres.h>
 
 #include <fmgr.h>

@@ -1,4 +1,4 @@
-// What the benchmark evaluates.
+// The calls that the benchmarks evaluate.
 #pragma once
 
 #include <cstddef>
@@ -12,19 +12,19 @@ struct Row {
   std::string keyword;
   std::string what;
   std::vector<double> arguments;
-  double limit = 0.0;  // what we hold ourselves to, in multiples of pow; 0: nothing yet
-  minimal::Calculation* least = nullptr;  // the same answer with the least work
+  double limit = 0.0;                     // our limit, in multiples of pow; 0: none yet
+  minimal::Calculation* least = nullptr;  // the minimal computation
 
   std::string name() const { return keyword + ' ' + what; }
 };
 
-// Date values: 2008-08-19 and 2008-12-31; 2024-03-11 and 2035-11-15.
+// The dates 2008-08-19 and 2008-12-31; 2024-03-11 and 2035-11-15.
 inline constexpr double kBought = 17763, kYearEnd = 17897, kSettlement = 23446, kMaturity = 27712;
-// 2033-11-15 and 2053-11-15; 2024-01-15 and 2024-08-15; 2023-10-15 and 2024-06-15.
+// The dates 2033-11-15 and 2053-11-15; 2024-01-15 and 2024-08-15; 2023-10-15 and 2024-06-15.
 inline constexpr double kTenYears = 26982, kThirtyYears = 34287, kIssued = 23390,
                         kFirstInterest = 23603, kLastInterest = 23298, kSummer = 23542;
 
-// An investment and what it brings; a date for each, three months apart.
+// An investment and its returns, and one date per flow, three months apart.
 inline std::vector<double> flows(int n) {
   std::vector<double> amounts(static_cast<std::size_t>(n), 1000.0);
   amounts[0] = -900.0 * (n - 1);
@@ -128,7 +128,7 @@ inline const Row kRows[] = {
     {"XNPV", "12 flows", with(with({0.08}, flows(12)), days(12)), 16},
     {"XIRR", "12 flows", with(flows(12), days(12)), 90, minimal::xirr},
 };
-// The same call with more and more of what it goes through.
+// The same call with an increasing number of periods or flows.
 struct ScalingRow {
   Row row;
   int length;
@@ -136,7 +136,7 @@ struct ScalingRow {
 
 inline std::vector<ScalingRow> scaling_rows() {
   std::vector<ScalingRow> rows;
-  // 15 November of 2028, 2033, 2043, 2063 and 2103
+  // 15 November of 2028, 2033, 2043, 2063 and 2103.
   for (const auto& [coupons, maturity] :
        {std::pair(10, 25156.0), {20, kTenYears}, {40, 30634.0}, {80, 37939.0}, {160, 52548.0}}) {
     rows.push_back({{"PRICE",
@@ -155,8 +155,9 @@ inline std::vector<ScalingRow> scaling_rows() {
   return rows;
 }
 
-// The longest calls that a search over all keywords came upon. Each walks as far as its keyword
-// walks at all, and most then fail. Other keywords stay far below, but for long lists.
+// The slowest calls that a search over all keywords found. Each steps through the maximum number of
+// periods of its keyword, and most of them then fail. Calls of other keywords are much faster,
+// except for long lists.
 inline std::vector<Row> longest_rows() {
   std::vector<double> swings;
   for (int i = 0; i < 8191; ++i) swings = with(swings, {-1, 1.5, 2, -3});

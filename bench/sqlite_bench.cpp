@@ -1,5 +1,5 @@
-// What a row costs in SQLite: finance('SLN', ...) beside a function of three arguments written in C
-// for just this, over the same table in the same run.
+// Measures the time per row in SQLite: of finance('SLN', ...), and of a C function of three
+// arguments that computes only this. Both read the same table in the same run.
 // usage: sqlite_bench EXTENSION
 #include <sqlite3.h>
 
@@ -23,7 +23,7 @@ void run(sqlite3* database, const char* sql) {
   std::exit(1);
 }
 
-double nanoseconds_a_row(sqlite3* database, const char* sql) {
+double nanoseconds_per_row(sqlite3* database, const char* sql) {
   const auto began = std::chrono::steady_clock::now();
   run(database, sql);
   const auto spent = std::chrono::steady_clock::now() - began;
@@ -48,10 +48,10 @@ int main(int, char** argv) {
   for (int i = 0; i < 7; ++i) {
     plain = std::min(
         plain,
-        nanoseconds_a_row(database, "SELECT sum(plain_sln(cost, salvage, life)) FROM assets"));
+        nanoseconds_per_row(database, "SELECT sum(plain_sln(cost, salvage, life)) FROM assets"));
     finance = std::min(
-        finance,
-        nanoseconds_a_row(database, "SELECT sum(finance('SLN', cost, salvage, life)) FROM assets"));
+        finance, nanoseconds_per_row(
+                     database, "SELECT sum(finance('SLN', cost, salvage, life)) FROM assets"));
   }
   std::printf("| SQLite | ns per row | more than the C function (limit 30) |\n|---|---:|---:|\n");
   std::printf("| C function with three arguments | %.0f | |\n", plain);

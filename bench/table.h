@@ -1,4 +1,4 @@
-// A report in Markdown that reads well on a terminal, too.
+// Tables in Markdown that are also aligned for a terminal.
 #pragma once
 
 #include <cstddef>
@@ -6,15 +6,15 @@
 #include <utility>
 #include <vector>
 
-// The figure with so many decimals; nothing for one that is not above 0.
+// Returns the figure with this number of decimals, or "" if it is not above 0.
 std::string figure(double value, int decimals);
 
-// The day (UTC) and the processor.
+// Returns the date (UTC) and the name of the processor.
 std::string heading();
 
 class Table {
  public:
-  // The first columns hold words, the others figures.
+  // The first `words` columns contain words, the others figures.
   Table(std::vector<std::string> header, std::size_t words) : words_(words) {
     add(std::move(header));
   }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Speed of the command over a table: one PRICE for each of 1,000,000 bonds, rows of 66 bytes, beside
-# a program written by hand for just this. Best of five runs in turn.
+# Measures the speed of the command for a table: one PRICE for each of 1,000,000 bonds, in rows of
+# 66 bytes, in comparison with a program written by hand for this table. Best of five alternating
+# runs.
 # usage: tables.sh FOLDER-OF-THE-COMMANDS
 set -euo pipefail
 bin=$1
@@ -19,7 +20,7 @@ formula='price = PRICE(settle, maturity, coupon/100, yield/100, redemption, freq
 plain() { "$bin/plain_table" "$work/bonds.csv"; }
 command_on() { "$bin/finance" -j "$1" -i "$work/bonds.csv" -e "$formula"; }
 
-# Seconds of a run, kept in the best of its name.
+# Measures the seconds of a run and keeps the best time of each name.
 declare -A best
 time_of() { # NAME COMMAND...
   local name=$1 began=$EPOCHREALTIME
@@ -29,7 +30,7 @@ time_of() { # NAME COMMAND...
   best[$name]=$(awk -v a="$began" -v b="$ended" -v c="${best[$name]:-99}" \
     'BEGIN { print b - a < c ? b - a : c }')
 }
-# The same bonds as rows of an engine.
+# The same bonds as rows for --filter.
 awk -F, -v OFS='\t' 'NR > 1 { print $3, $4, $5 / 100, $6 / 100, $7, $8, $9 }' "$work/bonds.csv" >"$work/rows.tsv"
 filter() { "$bin/finance" --filter PRICE <"$work/rows.tsv"; }
 for _ in 1 2 3 4 5; do

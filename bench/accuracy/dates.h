@@ -1,5 +1,5 @@
-// Calendar, day counts and coupon schedules of the reference, on std::chrono, as slow as they are
-// short. Nothing here is the module's. Days count from 1 January 1960.
+// The calendar, day counts and coupon schedules of the reference, based on std::chrono. They are
+// short and slow, and share no code with the module. Days are counted from 1 January 1960.
 #pragma once
 
 #include <algorithm>
@@ -28,8 +28,8 @@ inline Date first_of_next_month(const Date& d) {
   return (d.year() / d.month() + cal::months{1}) / 1;
 }
 
-// The same day so many months on, or the last of a shorter month; a schedule of month ends stays
-// one.
+// The same day `months` months later, or the last day of a shorter month. With to_month_ends,
+// always the last day.
 inline Date stepped(const Date& from, int months, bool to_month_ends) {
   const cal::year_month month = from.year() / from.month() + cal::months{months};
   return to_month_ends ? month / cal::last : std::min<Date>(month / cal::last, month / from.day());
@@ -38,7 +38,7 @@ inline Date stepped(const Date& from, int months) {
   return stepped(from, months, is_month_end(from));
 }
 
-// The months from the anchor to the last of its coupon days that is not after the date.
+// The months from the anchor to its last coupon day that is not after the date.
 inline int months_to(const Date& date, const Date& anchor, int period) {
   int months = (months_of(date) - months_of(anchor)) / period * period;
   while (stepped(anchor, months) > date) months -= period;
@@ -46,7 +46,7 @@ inline int months_to(const Date& date, const Date& anchor, int period) {
   return months;
 }
 
-// The coupon days around a date: the last one not after it, and the next.
+// The coupon days around a date: the last one that is not after it, and the next one.
 inline std::pair<Date, Date> coupons_around(const Date& date, const Date& anchor, int period) {
   const int months = months_to(date, anchor, period);
   return {stepped(anchor, months), stepped(anchor, months + period)};
@@ -57,8 +57,8 @@ inline double days_of_360(const Date& a, int first, const Date& b, int second) {
   return 30 * (months_of(b) - months_of(a)) + second - first;
 }
 
-// Days under a basis. 30/360: a start on a 31st moves to the next month unless the end is a 30th or
-// a 31st; of an end in February, the last day counts as the 30th.
+// Days under a basis. In 30/360, a start on the 31st moves to the next month unless the end is the
+// 30th or 31st; an end on the last day of February counts as the 30th.
 inline double days(Date a, const Date& b, int basis) {
   if (basis % 4 != 0) return actual_days(a, b);
   if (basis == 4) return days_of_360(a, std::min(day_of(a), 30), b, std::min(day_of(b), 30));
@@ -69,8 +69,9 @@ inline double days(Date a, const Date& b, int basis) {
   return days_of_360(a, std::min(day_of(a), 30), b, last);
 }
 
-// 30/360 of an odd first period: a month end in February counts as the 30th at the start, and then
-// at the end, too; the 31st does at the start, and at the end after such a start.
+// 30/360 in an odd first period. A start on the 31st or on the last day of February counts as the
+// 30th. An end on the 31st counts as the 30th if the start does; an end on the last day of February
+// counts as the 30th if the start is the last day of February, too.
 inline double days_of_odd_first(const Date& a, const Date& b, int basis) {
   if (basis != 0) return days(a, b, basis);
   const bool in_february = a.month() == cal::February && is_month_end(a);
@@ -80,8 +81,8 @@ inline double days_of_odd_first(const Date& a, const Date& b, int basis) {
   return days_of_360(a, first, b, is_30th ? 30 : day_of(b));
 }
 
-// 30/360 of an odd last period: a start on a month's last day moves to the next month, February's
-// excepted, and an end on such a day or a 30th follows it.
+// 30/360 in an odd last period. A start on the last day of a month other than February moves to the
+// next month. Then an end on the 30th or on the last day of a month moves, too.
 inline double days_of_odd_last(Date a, Date b, int basis) {
   if (basis != 0) return days(a, b, basis == 4 ? 4 : 1);
   const bool moves = is_month_end(a) && a.month() != cal::February;
@@ -92,8 +93,8 @@ inline double days_of_odd_last(Date a, Date b, int basis) {
   return 30 * (months_of(b) - months_of(a) - 1) + last + std::max(30 - day_of(a), 0);
 }
 
-// Coupon days after settlement up to maturity. The count starts at maturity's day in settlement's
-// year, where a 29 February may be a 1 March.
+// The number of coupon days after settlement up to maturity. It starts with the day of maturity in
+// the year of settlement; 29 February becomes 1 March in a common year.
 inline double coupons_left(const Date& settlement, const Date& maturity, int period) {
   const int years = 12 * (int{settlement.year()} - int{maturity.year()});
   const Date start = cal::sys_days{settlement.year() / maturity.month() / maturity.day()};
@@ -107,9 +108,9 @@ inline double coupons_left(const Date& settlement, const Date& maturity, int per
   return left;
 }
 
-enum class Year { kAverage, kOfStart, kWholeLeaps };  // of basis 1
+enum class Year { kAverage, kOfStart, kWholeLeaps };  // the length of a year under basis 1
 
-// A year fraction is a quotient of whole numbers: days * years / days of these years.
+// A year fraction as a quotient of whole numbers: days * years / days of these years.
 struct Fraction {
   double days, year_days, years;
 };

@@ -1,5 +1,5 @@
-// The functions of module/numeric beside their values by 256 bits: random arguments, and every
-// double next to the bounds of each range. Prints a table in Markdown for docs/accuracy.md.
+// Compares the functions of module/numeric with their values in 256 bits, for random arguments and
+// for the doubles next to the ends of each range. Prints a table in Markdown for docs/accuracy.md.
 #include "bench/accuracy/elementary.h"
 
 #include <fmt/format.h>
@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int kNeighbours = 2000;  // doubles on either side of a bound
+constexpr int kNeighbours = 2000;  // doubles on each side of the end of a range
 constexpr std::size_t kAdded = 1000;
 
 using Point = std::array<double, 2>;
@@ -29,7 +29,7 @@ using Point = std::array<double, 2>;
 struct Function {
   const char* name;
   const char* range;
-  double limit;  // what the function is held to, in ulp
+  double limit;  // the maximum error, in ulp
   Point x, y;    // the range of each argument
   bool has_whole_y;
   double (*got)(double x, double y);
@@ -72,7 +72,7 @@ class Arguments {
 
   double between(double low, double high) {
     const double unit = static_cast<double>(random_() >> 11) * 0x1p-53;
-    // Half of them evenly by order of magnitude where a range is of one sign, or around 0.
+    // Half of the arguments are drawn evenly, the other half evenly by order of magnitude.
     if (random_() % 2 != 0) return low + (high - low) * unit;
     if (low > 0 || high < 0) return low * std::exp(unit * std::log(high / low));
     return std::ldexp(random_() % 2 != 0 ? low : high, -static_cast<int>(random_() % 60)) *
@@ -113,7 +113,7 @@ Worst search(const Function& f, std::uint64_t seed, std::size_t draws) {
   return worst;
 }
 
-// A sum of magnitudes; the largest one is exact, and the tests compare it.
+// Measures zvasum. zvamx is exact, and the tests compare it.
 Worst search_sums(std::uint64_t seed, std::size_t draws) {
   Arguments arguments(seed);
   Worst worst;

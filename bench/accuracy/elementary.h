@@ -1,10 +1,10 @@
-// Accuracy of the elementary functions below the keywords.
+// The accuracy of the elementary functions that the keywords use.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-// Writes a table. False: a function is further off than it is held to.
+// Writes a table. Returns false if the error of a function exceeds its limit.
 bool report_elementary(std::uint64_t seed, std::size_t draws, std::size_t threads,
                        std::string& report);

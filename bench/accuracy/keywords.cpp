@@ -13,7 +13,7 @@ namespace {
 using dates::Date;
 using std::exp, std::expm1, std::fabs, std::log, std::log1p, std::sqrt, std::trunc;
 
-// ---- Rows. Arguments reach a formula in their order.
+// ---- Rows. A formula has the arguments of the call as parameters, in the same order.
 
 template <class T, std::size_t N>
 std::array<T, N> first(const Values& values) {
@@ -92,7 +92,7 @@ T most(const T& a, const T& b) {
   return a < b ? b : a;
 }
 template <class T>
-T to_whole(const T& x) {  // halves away from zero
+T to_whole(const T& x) {  // rounds halves away from zero
   return trunc(x > 0 ? T(x + 0.5) : T(x - 0.5));
 }
 
@@ -123,7 +123,7 @@ const auto PMT = [](const auto& r, const auto& n, const auto& pv, const auto& fv
   const auto v = growth(r, n);
   return -r * ((v + 1) * pv + fv) / v / due(r, type);
 };
-// Interest is paid on what the payments to come are worth.
+// The interest of a period is the interest on the present value of the remaining payments.
 const auto IPMT = [](const auto& r, const auto& per, const auto& n, const auto& pv, const auto& fv,
                      const auto& type) {
   using T = std::decay_t<decltype(r)>;
@@ -132,7 +132,7 @@ const auto IPMT = [](const auto& r, const auto& per, const auto& n, const auto& 
   const T on_pv = -pv * r * growth(r, T(before - n)) / growth(r, T(-n));
   return T((on_pv + r * fv * growth(r, before) / growth(r, n)) / due(r, type));
 };
-// Principal grows like the capital from its first payment on.
+// The principal of each payment is 1 + r times that of the payment before.
 const auto PPMT = [](const auto& r, const auto& per, const auto& n, const auto& pv, const auto& fv,
                      const auto& type) {
   using T = std::decay_t<decltype(r)>;
@@ -150,12 +150,12 @@ const auto CUMPRINC = [](const auto& r, const auto& n, const auto& pv, const aut
   const T grown = exp(before * log1p(r)) * growth(r, T(end - before));
   return T(sum - pv * grown / growth(r, n) / due(r, type));
 };
-// Interest shrinks to nothing with the payments left; summed from the last one back, all of one
-// sign.
+// The interest decreases to 0 with the remaining payments. It is summed from the last payment to
+// the first; all terms have the same sign.
 const auto CUMIPMT = [](const auto& r, const auto& n, const auto& pv, const auto& start,
                         const auto& end, const auto& type) {
   using T = std::decay_t<decltype(r)>;
-  T interest = 0, sum = 0;  // interest: of a payment of 1
+  T interest = 0, sum = 0;  // interest: per payment of 1
   for (int k = whole(n); k >= std::max(whole(start), 1 + whole(type)); --k) {
     interest = interest + (1 - interest) * r / (1 + r);
     if (!(end < k)) sum = sum + interest;
@@ -203,7 +203,7 @@ const auto MIRR = [](const auto& v) {
   using T = std::decay_t<decltype(v[0])>;
   const std::size_t n = v.size() - 2;
   const T &finance = v[n], &reinvest = v[n + 1];
-  T paid = 0, received = 0;  // paid: worth at the first flow; received: at the last
+  T paid = 0, received = 0;  // values at the first flow (paid) and at the last (received)
   for (std::size_t i = n; i-- > 0;) {
     paid = paid / (1 + finance);
     if (v[i] < 0) paid = paid - v[i];
@@ -222,7 +222,7 @@ const auto IRR = [](const Real& rate, const auto& v) {
   }
   return balance;
 };
-// A list of amounts, as many days behind them.
+// A list of amounts, followed by the same number of days.
 template <class T>
 Balance<T> dated(const T& rate, const T* amounts, std::size_t n) {
   Balance<T> balance{0, 0};
@@ -240,7 +240,7 @@ const auto XIRR = [](const Real& rate, const auto& v) {
 };
 const auto XNPV = [](const auto& v) { return dated(v[0], v.data() + 1, v.size() / 2).sum; };
 
-// ---- Depreciation. What is left is carried along, not what has been taken.
+// ---- Depreciation. The loops keep the book value, not the sum of the charges.
 
 const auto SLN = [](const auto& cost, const auto& salvage, const auto& life) {
   return (cost - salvage) / life;
@@ -290,7 +290,8 @@ const auto VDB = [](const auto& cost, const auto& salvage, const auto& life, con
   }
   return sum;
 };
-// Lives are whole numbers of periods, found from the quotient 1 / rate as a double.
+// The number of periods of the life is computed from the quotient 1 / rate in double, as in the
+// definition.
 const auto AMORLINC = [](const auto& cost, const auto& bought, const auto& end, const auto& salvage,
                          const auto& period, const auto& rate, const auto& basis) {
   using T = std::decay_t<decltype(cost)>;
@@ -327,7 +328,7 @@ const auto AMORDEGRC = [](const auto& cost, const auto& bought, const auto& end,
   return charge;
 };
 
-// ---- Securities. Periods are counted in whole days, and are exact.
+// ---- Securities. The lengths of periods are whole days, and exact.
 
 template <class T>
 T years(const T& a, const T& b, const T& basis, bool counts_31st = true,
@@ -341,7 +342,7 @@ T period_days(const Date& from, const Date& to, int basis, const T& f) {
   return basis == 1 ? T(dates::actual_days(from, to)) : T(basis == 3 ? 365 : 360) / f;
 }
 
-// Where settlement lies among the coupons, in periods; n coupons follow.
+// The position of settlement between the coupons, in periods; n coupons follow.
 template <class T>
 struct Position {
   T accrued, left;
@@ -355,11 +356,11 @@ Position<T> position(const T& settlement, const T& maturity, const T& f, const T
   const auto [previous, next] = dates::coupons_around(s, m, months);
   const T length = period_days(previous, next, code, f);
   T accrued = T(dates::days(previous, s, code)) / length;
-  if (renews && !(accrued < 1)) accrued = 0;  // 184 days of 180: a new period
+  if (renews && !(accrued < 1)) accrued = 0;  // 184 days of 180, for example: a new period
   return {accrued, 1 - accrued, dates::coupons_left(s, m, months)};
 }
 
-// Worth of a bond per 100: so many first coupons, n - 1 whole ones behind them and the redemption.
+// The value of a bond per 100: the first coupon, n - 1 regular coupons and the redemption.
 template <class T>
 T bond_price(const T& firsts, const Position<T>& at, const T& rate, const T& yield,
              const T& redemption, const T& f) {
@@ -405,7 +406,7 @@ const auto MDURATION = [](const auto& s, const auto& m, const auto& coupon, cons
   return DURATION(s, m, coupon, yield, f, basis) / (1 + yield / f);
 };
 
-// An odd first period is measured in the periods before the first coupon.
+// An odd first period is measured in regular periods before the first coupon.
 template <class T>
 T odd_first_price(const T& yield, const T& settlement, const T& maturity, const T& issue,
                   const T& first_coupon, const T& rate, const T& redemption, const T& f,
@@ -427,7 +428,8 @@ T odd_first_price(const T& yield, const T& settlement, const T& maturity, const 
     if (s > a) at.accrued += s >= b ? part : share(std::max(a, i), s);
     if (s < b) at.left += s < a ? T(1) : share(s, b);
   }
-  at.n += (dates::months_of(m) - dates::months_of(c)) / months;  // maturity's schedule has both
+  // Both are on the schedule of maturity.
+  at.n += (dates::months_of(m) - dates::months_of(c)) / months;
   return bond_price(firsts, at, rate, yield, redemption, f);
 }
 const auto ODDFPRICE = [](const auto& s, const auto& m, const auto& i, const auto& c,
@@ -441,7 +443,7 @@ const auto ODDFYIELD = [](const Real& x, const auto& s, const auto& m, const aut
   const Real worth = odd_first_price(x, s, m, i, c, rate, redemption, f, basis);
   return Balance<Real>{worth - pr, most(pr, redemption)};
 };
-// The first coupon after settlement of the schedule that maturity anchors.
+// Sets the first coupon: the first coupon date after settlement on the schedule of maturity.
 void set_first_coupon(Values& v) {
   const int months = 12 / whole(v[7]);
   v[3] = dates::number(dates::coupons_around(date(v[0]), date(v[1]), months).second);
@@ -451,7 +453,7 @@ void set_odd_price(Values& v) {
   v[5] = std::apply(ODDFPRICE, first<double, 9>(v));
 }
 
-// Periods from a day on, an odd last one measured by the schedule.
+// The number of periods from a day to maturity; an odd last period is measured by the schedule.
 template <class T>
 T odd_share(const Date& from, const Date& to, const Date& start, const Date& end, int basis,
             const T& f) {
@@ -470,7 +472,7 @@ OddLast<T> odd_last(const T& settlement, const T& maturity, const T& last, int b
   const Date s = date(settlement), m = date(maturity), l = date(last);
   const auto to_maturity = [&](const Date& from) {
     auto [start, end] = dates::coupons_around(from, m, months);
-    if (end >= m && start == from) end = from;  // then measured by no days, if by calendar days
+    if (end >= m && start == from) end = from;  // actual days are then divided by 0 days
     Date at = from;
     int k = dates::months_to(from, m, months) + months;
     T sum = 0;
@@ -567,7 +569,7 @@ const auto TBILLEQ = [](const auto& s, const auto& m, const auto& discount) {
   return T(2 * lost / (sqrt(t * t + (2 * t - 1) * lost) + t));
 };
 
-// ---- The schedule: whole numbers
+// ---- The schedule. Results are whole numbers.
 
 template <class T>
 T coupon_days(const T& settlement, const T& maturity, const T& f, const T& basis, char what) {
@@ -605,7 +607,7 @@ T coupon_days(const T& settlement, const T& maturity, const T& f, const T& basis
 #define LOAN "pv=1..1e6 fv=-1e5..1e5 type=0|1"
 #define SPAN "rate=1e-5~0.02 nper=1:480 pv=1..1e6 start=1:nper end=start:nper type=0|1"
 
-// Whole numbers but for 365 / frequency.
+// Results are whole numbers, except 365 / frequency.
 Row coupons(const char* keyword, char what) {
   return formula<4>(keyword, BOND SCHEDULE, what == 'd' ? 0.5 : 0,
                     [what](const auto& s, const auto& m, const auto& f, const auto& b) {

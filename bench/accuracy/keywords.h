@@ -1,4 +1,4 @@
-// The keywords: what is drawn for each, and what its result is by 256 bits.
+// The keywords: how their arguments are drawn, and their results in 256 bits.
 #pragma once
 
 #include <functional>
@@ -8,7 +8,7 @@
 #include "bench/accuracy/ranges.h"
 #include "bench/accuracy/real.h"
 
-// What an equation is at a trial, and the largest of the terms that should add up to nothing.
+// The value of an equation at a point, and the largest of the terms whose sum should be 0.
 template <class T>
 struct Balance {
   T sum, largest;
@@ -16,16 +16,15 @@ struct Balance {
 
 struct Row {
   std::string keyword;
-  std::string what;    // of the keyword's rows, when it has several
-  std::string ranges;  // as `Draw` reads them
-  double
-      limit;  // what the module is held to, in ulp, beside what half an ulp in each argument makes
-  std::function<void(Values&)> finish;         // makes arguments that depend on others
-  std::function<Real(const Values&)> exact;    // of a formula
-  std::function<double(const Values&)> plain;  // its formula as it stands here, in doubles
+  std::string what;                            // distinguishes several rows of one keyword
+  std::string ranges;                          // in the syntax of `Draw`
+  double limit;                                // the maximum of error / (1 + sensitivity), in ulp
+  std::function<void(Values&)> finish;         // computes arguments that depend on others
+  std::function<Real(const Values&)> exact;    // the formula in 256 bits
+  std::function<double(const Values&)> plain;  // the same formula in double
   std::function<Balance<Real>(const Real&, const Values&)>
-      balance;        // of a search: zero at the root
-  std::string order;  // why the formula as it stands here keeps more digits; empty: it need not
+      balance;        // the equation of a search: 0 at the root
+  std::string order;  // why the formula here is more accurate than the module; "" if it need not be
 };
 
 const std::vector<Row>& rows();

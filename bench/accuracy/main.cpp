@@ -1,6 +1,6 @@
-// How far the results of the loaded module are from the truth: random calls of every keyword beside
-// an evaluation of the same formula by 256 bits. Prints tables in Markdown for docs/accuracy.md,
-// and fails when a keyword is further off than it is held to.
+// Measures the errors of the loaded module: compares random calls of every keyword with an
+// evaluation of the same formula in 256 bits. Prints tables in Markdown for docs/accuracy.md, and
+// fails if the loss of a keyword exceeds its limit.
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
@@ -21,19 +21,19 @@
 
 namespace {
 
-constexpr std::size_t kBlock = 500;         // calls that one generator draws
-constexpr double kLowestRate = -0.9999999;  // where searches come to rest that find no rate
+constexpr std::size_t kBlock = 500;         // calls per random generator
+constexpr double kLowestRate = -0.9999999;  // the result of searches for lower rates
 
 struct Sample {
-  double error = -1;  // in units of the last place of the exact result
+  double error = -1;  // in units in the last place of the exact result
   Drawn call;
   double got = 0, wanted = 0;
 };
 
-// What some calls of one keyword showed. A loss is an error divided by 1 + the sensitivity of the
-// call.
+// The results of some calls of one keyword. A loss is an error divided by 1 + the sensitivity of
+// the call.
 struct Findings {
-  std::vector<double> errors, other_errors;  // other: of the row's other order
+  std::vector<double> errors, other_errors;  // other: with the other order of operations of the row
   Sample worst, lossiest;
   double loss = -1, other_loss = -1, residual = 0;
   std::size_t without_result = 0;
@@ -50,7 +50,7 @@ struct Findings {
   }
 };
 
-// The root near the start, by the secant rule.
+// Finds the root near the start by the secant method.
 Real root(const Row& row, const Values& values, const Real& start) {
   Real x = start, next = start == 0 ? Real(0x1p-40) : start * (1 + 0x1p-30);
   Real f = row.balance(x, values).sum;
@@ -69,7 +69,8 @@ Real exact(const Row& row, const Values& values, double near) {
   return row.exact ? row.exact(values) : root(row, values, near);
 }
 
-// What a unit of the result is: its last place, and of a zero the first argument's, an amount.
+// Returns the unit of errors: the last place of the result, or of the first argument (an amount) if
+// the result is 0.
 Real unit_of(const Real& result, const Values& values) {
   return result == 0 ? last_place(Real(values[0])) : last_place(result);
 }
@@ -80,8 +81,8 @@ double distance(double got, const Real& wanted, const Real& unit) {
   return std::isnan(error) ? std::numeric_limits<double>::infinity() : error;
 }
 
-// How far the exact result moves when every argument that is not a whole number moves by half a
-// unit of its own last place: what no order of operations can be blamed for.
+// Returns how much the exact result changes if every argument that is not a whole number changes by
+// half a unit in its last place. No order of operations can avoid an error of this size.
 double sensitivity(const Row& row, const Values& values, double near) {
   const Real wanted = exact(row, values, near);
   Real sum;
@@ -99,7 +100,7 @@ class Search {
   Search(std::uint64_t seed, std::size_t draws, std::size_t threads)
       : seed_(seed), draws_(draws), threads_(threads) {}
 
-  // The same findings for any number of threads.
+  // The findings do not depend on the number of threads.
   Findings run(const Row& row) const {
     const auto number = static_cast<std::uint64_t>(&row - rows().data());
     const std::size_t draws = row.balance ? draws_ / 5 : draws_;
@@ -127,18 +128,18 @@ class Search {
     if (row.finish) row.finish(call.values);
     const Values& values = call.values;
     const std::vector<vxkernel::Argument> arguments(values.begin(), values.end());
-    const auto answer = kernel_.evaluate("FINANCE", row.keyword, arguments);
-    const bool is_bound = row.balance && answer.value == kLowestRate;  // no root there
-    if (!answer.ok() || !std::isfinite(answer.value) || is_bound) {
+    const auto result = kernel_.evaluate("FINANCE", row.keyword, arguments);
+    const bool is_bound = row.balance && result.value == kLowestRate;  // kLowestRate is not a root
+    if (!result.ok() || !std::isfinite(result.value) || is_bound) {
       ++findings.without_result;
       return;
     }
-    const Real wanted = exact(row, values, answer.value), unit = unit_of(wanted, values);
-    const Sample sample{distance(answer.value, wanted, unit), call, answer.value, rounded(wanted)};
+    const Real wanted = exact(row, values, result.value), unit = unit_of(wanted, values);
+    const Sample sample{distance(result.value, wanted, unit), call, result.value, rounded(wanted)};
     findings.errors.push_back(sample.error);
     if (sample.error > findings.worst.error) findings.worst = sample;
     if (row.balance) {
-      const auto [sum, largest] = row.balance(answer.value, values);
+      const auto [sum, largest] = row.balance(result.value, values);
       findings.residual = std::max(findings.residual, rounded(fabs(sum) / largest));
     }
     double other_error = -1;
@@ -146,9 +147,9 @@ class Search {
       other_error = distance(row.plain(values), wanted, unit);
       findings.other_errors.push_back(other_error);
     }
-    // A loss is at most the error: few calls need their sensitivity.
+    // A loss is at most the error, so the sensitivity is computed for few calls only.
     if (sample.error <= findings.loss && other_error <= findings.other_loss) return;
-    const double scale = 1 + sensitivity(row, values, answer.value);
+    const double scale = 1 + sensitivity(row, values, result.value);
     findings.other_loss = std::max(findings.other_loss, other_error / scale);
     if (sample.error / scale <= findings.loss) return;
     findings.loss = sample.error / scale;
@@ -174,7 +175,7 @@ double median(std::vector<double> errors) {
   return *middle;
 }
 
-// A call as the command takes it.
+// Returns the call in the syntax of the command.
 std::string line(const Row& row, const Drawn& call) {
   std::string text = row.keyword;
   for (std::size_t i = 0; i < call.values.size(); ++i) {
@@ -186,7 +187,7 @@ std::string line(const Row& row, const Drawn& call) {
   return text;
 }
 
-std::string told(const Row& row, const char* what, const Sample& sample) {
+std::string described(const Row& row, const char* what, const Sample& sample) {
   return fmt::format("  {}: finance {}\n    returns {}, exactly {}\n", what, line(row, sample.call),
                      sample.got, sample.wanted);
 }
@@ -235,8 +236,9 @@ int main(int argc, char** argv) try {
     calls += fmt::format("{}\n  {}\n", name(row), row.ranges);
     if (found.without_result > 0)
       calls += fmt::format("  without a result: {}\n", found.without_result);
-    if (worst.error > 0) calls += told(row, "worst", worst);
-    if (found.lossiest.call.values != worst.call.values) calls += told(row, "loss", found.lossiest);
+    if (worst.error > 0) calls += described(row, "worst", worst);
+    if (found.lossiest.call.values != worst.call.values)
+      calls += described(row, "loss", found.lossiest);
     if (found.loss > row.limit) {
       std::cerr << fmt::format("{}: the loss is {}, above the limit of {}: finance {}\n",
                                row.keyword, found.loss, row.limit, line(row, found.lossiest.call));

@@ -13,7 +13,7 @@ namespace {
 
 using Named = std::vector<std::pair<std::string_view, double>>;
 
-// Cuts the text at the first of the separators; without one, the second part is empty.
+// Splits the text at the first separator. Without a separator, the second part is empty.
 std::pair<std::string_view, std::string_view> split(std::string_view text,
                                                     std::string_view separators) {
   const std::size_t at = text.find_first_of(separators);

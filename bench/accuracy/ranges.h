@@ -1,14 +1,14 @@
-// Random arguments, from the line that the report prints as their ranges.
+// Draws random arguments from the text of ranges that the report prints.
 //
 //   rate=1e-4~1         evenly by order of magnitude
 //   pr=50..150          evenly
-//   nper=1:480          whole; a bound may be the name of an argument before
-//   type=0|1            one of them
-//   start=@1950:2050    a day of these years; one in four is the last of its month
-//   end=start+1:3650    so many days after the last argument of that name; with a minus, before
-//   flow{2:24}=...      a list of so many
-//   day{*}=...          a list of as many as the list before
-//   pr=f(0..0.1)        drawn from what the parentheses hold; the row then makes pr of it
+//   nper=1:480          a whole number; a bound may be the name of an earlier argument
+//   type=0|1            one of these values
+//   start=@1950:2050    a day of these years; one in four is the last day of a month
+//   end=start+1:3650    1 to 3650 days after the last argument named start; with a minus: before
+//   flow{2:24}=...      a list of 2 to 24 values
+//   day{*}=...          a list of the same length as the previous list
+//   pr=f(0..0.1)        drawn from the range in parentheses; the row then computes pr from it
 #pragma once
 
 #include <cstdint>
@@ -35,5 +35,5 @@ class Draw {
   double one(std::string_view range, const std::vector<std::pair<std::string_view, double>>& named);
 
   std::mt19937_64 random_;
-  bool is_day_ = false;  // what was drawn last
+  bool is_day_ = false;  // true if the last value drawn is a day
 };

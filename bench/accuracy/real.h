@@ -1,5 +1,5 @@
-// Real numbers of 256 bits. Formulas are templates over their number type: with Real they are the
-// reference, with double another order of operations for the same result.
+// Real numbers of 256 bits. Formulas are templates over their number type. With Real they compute
+// the reference, with double the same result in another order of operations.
 #pragma once
 
 #include <mpfr.h>
@@ -39,7 +39,7 @@ class Real {
   friend Real power(Real x, long n) { return mpfr_pow_si(x.m_, x.m_, n, MPFR_RNDN), x; }
 
   friend double rounded(const Real& x) { return mpfr_get_d(x.m_, MPFR_RNDN); }
-  // Of the double next to x: the distance between two doubles of its magnitude. 0 for 0.
+  // Returns the distance between neighbouring doubles of the magnitude of x, and 0 for 0.
   friend Real last_place(const Real& x) {
     Real place;
     if (mpfr_regular_p(x.m_) != 0)
@@ -55,7 +55,8 @@ class Real {
     mpfr_custom_init_set(m_, MPFR_ZERO_KIND, 0, kBits, limbs_);
   }
 
-  mp_limb_t limbs_[kBits / GMP_NUMB_BITS];  // in place: allocating them costs as much as adding
+  // No allocation, which would take as long as an addition.
+  mp_limb_t limbs_[kBits / GMP_NUMB_BITS];
   mpfr_t m_;
 };
 
