@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Derives the constants of module/numeric and module/calendar again and compares them, to the bit.
+"""Derives the constants of module/numeric and module/calendar and compares them with the source.
 
-  tools/check_constants.py    run by ./dev check; fails on the first constant that differs
+  tools/check_constants.py    fails at the first constant that differs; ./dev check runs it
 """
 
 from decimal import Decimal as D, getcontext
@@ -15,7 +15,7 @@ MOST = (1 - 1 / BITS_53) * D(2) ** 1024  # the largest double
 
 
 def compare(path, before, wanted, digits=None):
-    """The number behind the text `before` is the double next to `wanted`, or has its digits."""
+    """Checks that the number after the text `before` is the double nearest to `wanted`, or has its digits."""
     literal = search(before + r"\s*(-?[0-9.]+(?:e[-+][0-9]+)?)", (MODULE / path).read_text()).group(1)
     same = float(literal) == float(wanted) if digits is None else abs(D(literal) - wanted) < D(10) ** -digits
     print(f"{path}: {literal}" if same else f"{path}: {literal}, not {wanted:.20}")
@@ -25,7 +25,7 @@ def compare(path, before, wanted, digits=None):
 
 
 def solve(rows):
-    """Gauss and Jordan: the last column holds the right sides."""
+    """Solves linear equations by Gauss-Jordan elimination. The last column has the right sides."""
     for i, row in enumerate(rows):
         row = rows[i] = [x / row[i] for x in row]
         for j, other in enumerate(rows):
@@ -43,7 +43,7 @@ def artanh_tail(t):
 
 
 def minimax(end):
-    """(a - b t) / (1 - c t) next to artanh_tail over [0, end]: Remez' exchange."""
+    """Finds (a - b t) / (1 - c t) closest to artanh_tail over [0, end] by the Remez exchange."""
     points, error = [D(0), end / 4, end * 3 / 4, end], D(0)
     for _ in range(40):
         rows = []
@@ -51,7 +51,7 @@ def minimax(end):
             sign, tail = (-1) ** i, artanh_tail(t)
             rows.append([D(1), -t, t * (tail + sign * error), D(-sign), tail])
         a, b, c, error = solve(rows)
-        for i, sign in ((1, -1), (2, 1)):  # the extremes inside; the others are the ends
+        for i, sign in ((1, -1), (2, 1)):  # the inner extremes; the outer ones are the ends
             off = lambda t: sign * ((a - b * t) / (1 - c * t) - artanh_tail(t))
             step = end / 16
             while step > end / 10**12:
@@ -76,17 +76,17 @@ compare(NEWTON, "kLongestStep = ", 512 * LN_2)
 compare(NEWTON, "kNextToZero = ", 1 / BITS_53.sqrt(), 22)  # 15 decimals
 compare(NEWTON, "kNothing = ", 10 / BITS_53, 29)  # 15 decimals
 
-# Multiplications for divisions, over all days that they meet: a century's and a year's.
+# The multiplications that replace divisions, for every day of a century and of a year.
 per_four_years = compare(CALENDAR, "kPerFourYears = ", -(-(2**32) // 1461))
 for day in range(36525):
     product = per_four_years * (4 * day + 3)
     assert product >> 32 == (4 * day + 3) // 1461
     assert (product & 0xFFFFFFFF) * 1461 >> 34 == (4 * day + 3) % 1461 // 4
-LENGTHS = [31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 31, 29]  # from March, the third month, on
+LENGTHS = [31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 31, 29]  # from March, which is month 3
 slope = compare(CALENDAR, "months = ", D(2141))
 start = compare(CALENDAR, r"months = \d+ \* day_of_year \+ ", D(197913))
 dates = [(m, d) for m, length in enumerate(LENGTHS, 3) for d in range(1, length + 1)]
 for day, date in enumerate(dates):
     months = slope * day + start
     assert (months >> 16, (months & 0xFFFF) // slope + 1) == date
-print("check_constants: all well")
+print("check_constants: passed")

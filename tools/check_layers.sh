@@ -1,6 +1,7 @@
 #!/bin/sh
-# Every include between two folders points down the list below. Folders of one number do not know each
-# other. Fails with the includes that break this.
+# Checks the includes between folders. A file may include files of folders with a lower number in
+# the list below, and of its own folder. Outside the module, only module/abi may be included from
+# it. Prints the includes that violate this, and fails if there are any.
 # usage: check_layers.sh [FOLDER-OF-THE-TREE]
 cd "${1:-$(dirname "$0")/..}" || exit 2
 find module kernel catalog hosts -name '*.h' -o -name '*.hpp' -o -name '*.cpp' | xargs awk '
@@ -20,8 +21,8 @@ find module kernel catalog hosts -name '*.h' -o -name '*.hpp' -o -name '*.cpp' |
     to = folder($2)
     sub("\"", "", to)
     from = folder(FILENAME)
-    if (!(to in level)) to = "module/" to  # the module begins its includes with its own folders
-    if ($2 !~ "/" || to == from) next      # a file that is made, or beside this one
+    if (!(to in level)) to = "module/" to  # includes in the module begin at the folder module
+    if ($2 !~ "/" || to == from) next      # a generated file, or a file of the same folder
     of_module = to ~ "^module/" && from !~ "^module/" && to != "module/abi"
     if (from in level && to in level && level[to] < level[from] && !of_module) next
     print FILENAME ": " $0

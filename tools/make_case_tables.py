@@ -8,7 +8,7 @@ import re
 import sys
 
 PAGE, PAGES, AUXILIARY = 128, 512, -128
-UNCHANGED_BY_UPPER = {0x131}  # the dotless i keeps its form, so that it never spells an I
+UNCHANGED_BY_UPPER = {0x131}  # the dotless i is not converted, so that it never reads as an I
 
 folder = sys.argv[1] if len(sys.argv) > 1 else "/usr/share/unicode"
 with open(f"{folder}/ReadMe.txt", encoding="utf-8") as readme:
@@ -27,7 +27,7 @@ with open(f"{folder}/UnicodeData.txt", encoding="ascii") as database:
 
 
 def shifts(mapping, page, auxiliary):
-    """The page's row of deltas; mappings that do not fit a signed 8-bit delta join the list."""
+    """Returns the deltas of a page. Mappings that do not fit into a signed 8-bit delta go to the list."""
     row = []
     for code in range(page * PAGE, (page + 1) * PAGE):
         delta = mapping.get(code, code) - code
