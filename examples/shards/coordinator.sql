@@ -1,4 +1,4 @@
--- Where people ask: one table whose partitions are the shards' tables.
+-- On the coordinator, which users query: one table whose partitions are the tables of the shards.
 \getenv folder PGHOST
 CREATE EXTENSION finance;
 CREATE EXTENSION postgres_fdw;
@@ -16,7 +16,7 @@ CREATE FOREIGN TABLE bonds1 PARTITION OF bonds FOR VALUES WITH (MODULUS 2, REMAI
 CREATE FOREIGN TABLE bonds2 PARTITION OF bonds FOR VALUES WITH (MODULUS 2, REMAINDER 1)
   SERVER shard2 OPTIONS (table_name 'bonds');
 
--- A million bonds on this machine, and the same over the shards.
+-- A million bonds on this machine, and the same bonds on the shards.
 CREATE TABLE bonds_here AS
   SELECT n AS id, n % 2000 AS portfolio, DATE '2026-11-23' AS settle,
          DATE '2026-11-23' + 30 + n * 7 % 10950 AS maturity,

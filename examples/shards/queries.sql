@@ -1,19 +1,19 @@
 SET enable_partitionwise_aggregate = on;
-SET max_parallel_workers_per_gather = 0;  -- one machine is one process here, for the comparison,
-SET jit = off;                            -- and both run the same code
+SET max_parallel_workers_per_gather = 0;  -- for the comparison: one process per machine,
+SET jit = off;                            -- and the same code on each
 
 -- Filters run on the shards: only the bonds that pass come back.
 EXPLAIN (VERBOSE, COSTS OFF)
   SELECT id FROM bonds WHERE finance('YIELD', settle, maturity, coupon, price, 100, 2, 'ACTUAL') > 0.4;
 
--- So do aggregates over groups that lie on one shard whole: one row a group comes back.
+-- Aggregates also run on the shards if no group is on two shards: one row per group comes back.
 CREATE VIEW risks AS
   SELECT portfolio, avg(finance('YIELD', settle, maturity, coupon, price, 100, 2)) AS yield,
          finance_xnpv(0.04, coupon, maturity) AS worth
     FROM bonds GROUP BY portfolio;
 EXPLAIN (VERBOSE, COSTS OFF) SELECT * FROM risks;
 
--- The same on one machine, to the last digit.
+-- One machine returns the same results, to the last digit.
 CREATE VIEW risks_here AS
   SELECT portfolio, avg(finance('YIELD', settle, maturity, coupon, price, 100, 2)) AS yield,
          finance_xnpv(0.04, coupon, maturity) AS worth
