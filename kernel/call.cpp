@@ -108,7 +108,7 @@ char32_t* decode_utf8(std::string_view text, char32_t* to) noexcept {
       well_formed = well_formed && (at(i + k) & 0xC0) == 0x80;
       c = c << 6 | (at(i + k) & 0x3F);
     }
-    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // smaller ones have a shorter form
+    constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // smaller characters are shorter
     well_formed = well_formed && c >= kLeast[length] && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
     *to++ = well_formed ? c : kReplacement;
     i += well_formed ? length : 1;
@@ -130,7 +130,7 @@ int report_failure(vxfnc::FinanceCall* record, double* result, std::int32_t* arg
   *result = vxfnc::MISSING;
   const std::int32_t marked = take_mark(record);
   if (argument != nullptr) *argument = std::max(marked, 0);
-  if (was_refused) return VXK_OUT_OF_MEMORY;
+  if (ran_out_of_memory) return VXK_OUT_OF_MEMORY;
   return marked == 0 ? VXK_NO_KEYWORD : VXK_FAILED;
 }
 

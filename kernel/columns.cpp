@@ -21,7 +21,7 @@ constexpr std::int64_t kRowsAtOnce = 256;  // rows that are read into buffers be
 constexpr std::int64_t kRowsPerChunk = 4096;
 constexpr std::int64_t kGroupsPerChunk = 64;
 constexpr double kDayZeroOfDate32 = 3653;   // 1 January 1970
-constexpr double kDaysOfCalendar = 700000;  // nearer to 1960 than this, years have four digits
+constexpr double kDaysOfCalendar = 700000;  // dates this close to 1960 have years of four digits
 constexpr std::int64_t kMaxThreads = 256;
 constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
 

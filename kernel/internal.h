@@ -51,7 +51,7 @@ int report_failure(vxfnc::FinanceCall* record, double* result, int32_t* argument
 // the argument that is invalid or missing, or 0.
 inline int dispatch(vxfnc::Dispatcher* dispatcher, vxfnc::FinanceCall* record, double* result,
                     int32_t* argument) noexcept {
-  was_refused = false;
+  ran_out_of_memory = false;
   *result = vxfnc::MISSING;
   if (dispatcher(record, result, &call_environment) != 0) [[unlikely]] {
     return report_failure(record, result, argument);

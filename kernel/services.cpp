@@ -15,7 +15,7 @@
 
 namespace vxkernel {
 
-constinit thread_local bool was_refused = false;
+constinit thread_local bool ran_out_of_memory = false;
 
 namespace {
 
@@ -36,9 +36,9 @@ struct Pool : vxfnc::MemoryPool {
   alignas(kAlignment) std::byte storage[kInlineBytes];  // not initialised
 };
 
-void* storage_or_refusal(std::size_t bytes) noexcept {
+void* allocate_or_flag(std::size_t bytes) noexcept {
   void* const storage = std::malloc(bytes);
-  if (storage == nullptr) was_refused = true;
+  if (storage == nullptr) ran_out_of_memory = true;
   return storage;
 }
 
@@ -61,7 +61,7 @@ void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t fla
     storage = pool->storage + pool->used;
     pool->used += size;
   } else {
-    void* const block = storage_or_refusal(kHeader + size);
+    void* const block = allocate_or_flag(kHeader + size);
     if (block == nullptr) return nullptr;
     pool->blocks = new (block) Pool::Block{pool->blocks};
     storage = static_cast<std::byte*>(block) + kHeader;
@@ -73,7 +73,7 @@ void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t fla
 vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxfnc::Journal*,
                                const char*, std::uint64_t, std::uint64_t, std::uint64_t,
                                std::uint64_t) {
-  void* const storage = storage_or_refusal(sizeof(Pool));
+  void* const storage = allocate_or_flag(sizeof(Pool));
   if (storage == nullptr) return nullptr;
   auto* const pool = new (storage) Pool;
   std::ranges::fill(pool->reserved_0, nullptr);

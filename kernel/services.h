@@ -18,7 +18,7 @@ extern constinit vxfnc::CallEnvironment call_environment;
 // True if the allocation of a pool, or of memory in a pool, has failed on this thread since the
 // flag was last set to false. With the initial-exec model, one instruction reads the flag, also in
 // a library that a server loads at run time.
-[[gnu::tls_model("initial-exec")]] extern constinit thread_local bool was_refused;
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local bool ran_out_of_memory;
 
 // The services with which an instance is created: pools, and journals that pass lines to the
 // journal function of the options. The options must outlive the journals.

@@ -227,7 +227,7 @@ double irr(const Values& v) {
 // XNPV, and XIRR with its three starting points.
 double dated(bool is_value, const Values& v) {
   const bool is_odd = size(v) % 2 == 1;
-  if (is_value && !is_odd) throw Outcome{kRefused, harness::kUntouched, kUnmarked};
+  if (is_value && !is_odd) throw Outcome{kFailed, harness::kUntouched, kUnmarked};
   const int n = size(v) / 2, first = is_value ? 2 : 1;
   require(n > 0, kUnmarked);
   const double known = is_odd ? number(v, is_value ? 1 : 2 * n + 1) : 0;
@@ -424,7 +424,7 @@ TEST(CashFlow, IrrAcceptsUpTo32767Flows) {
   flows[1] = 2;
   EXPECT_EQ(evaluate(Width::wide, "IRR", flows, kBases[0]), holding(1));
   flows.push_back(0);
-  EXPECT_EQ(evaluate(Width::wide, "IRR", flows, kBases[0]).status, kRefused);
+  EXPECT_EQ(evaluate(Width::wide, "IRR", flows, kBases[0]).status, kFailed);
 }
 
 }  // namespace

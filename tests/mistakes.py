@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants the mistakes of mistakes.txt one at a time in a copy of the tree, rebuilds it and demands
+"""Plants the mistakes of mistakes.txt one at a time in a copy of the tree, rebuilds it and checks
 that a test fails."""
 
 import argparse
@@ -17,7 +17,7 @@ TARGETS = ("vxfnc vxkernel vxkernel_shared finance manual unit_tests module_test
 
 
 def mistakes():
-    """File, sentence, old text and new text of each."""
+    """Yields the file, the sentence, the old text and the new text of each mistake."""
     for line in LIST.read_text().splitlines():
         if line.startswith("- "):
             sentence = line[2:]
@@ -30,7 +30,7 @@ def mistakes():
 
 
 def planted(text, old, new):
-    """The text with new in the one place of old; white space between tokens may differ."""
+    """Returns the text with `old`, which must occur once, replaced; white space may differ."""
     tokens = (rf"\b{token}\b" if token[0].isalnum() else re.escape(token)
               for token in re.findall(r"\w+|\S", old))
     places = list(re.finditer(r"\s*".join(tokens), text))
@@ -51,7 +51,7 @@ def fate():
         if not run("ctest", "--test-dir", "build", *tests, "-j", str(os.cpu_count()),
                    "--stop-on-failure", "--timeout", "180"):
             log = pathlib.Path("log").read_text()
-            return "noticed by " + re.search(r"^\s*\d+ - (.*)", log, re.MULTILINE)[1]
+            return "is noticed by " + re.search(r"^\s*\d+ - (.*)", log, re.MULTILINE)[1]
     return "survives"
 
 
@@ -77,14 +77,14 @@ def main():
             text = (tree / file).read_text()
             wrong = planted(text, old, new)
             if wrong is None:
-                result = "is not found just once"
+                result = "does not occur exactly once"
             elif options.apply:
                 result = "applies"
             else:
                 (tree / file).write_text(wrong)
                 result = fate()
                 (tree / file).write_text(text)
-            is_good = result.startswith(("applies", "noticed"))
+            is_good = result.startswith(("applies", "is noticed"))
             if not options.apply or not is_good:
                 print(f"{file}: {sentence} {result}", flush=True)
             tried += 1

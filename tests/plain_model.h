@@ -53,7 +53,7 @@ inline Date stepped(const Date& from, int months, bool to_month_ends) {
   return to_month_ends ? m / cal::last : std::min<Date>(m / cal::last, m / from.day());
 }
 
-// As schedules step: a month end remains a month end.
+// A step of a schedule: month ends remain month ends.
 inline Date stepped(const Date& from, int months) { return stepped(from, months, month_end(from)); }
 
 // The months from the anchor to its last coupon day that is not after the date.
@@ -92,7 +92,7 @@ inline double annual_ratio(const Date& a, const Date& b, int basis, bool end_31,
 
 inline double coupons_left(const Date& settlement, const Date& maturity, int months) {
   const int k = 12 * (int{settlement.year()} - int{maturity.year()});
-  double left = -k / months;  // for the day of maturity, not limited to the month
+  double left = -k / months;  // for maturity's day, even beyond the end of the month
   Date x = cal::sys_days{settlement.year() / maturity.month() / maturity.day()};
   for (int j = k; x > settlement; ++left) x = stepped(maturity, j -= months);
   for (int j = k; stepped(maturity, j += months) <= settlement;) --left;
@@ -112,14 +112,14 @@ inline double low_bits(const Values& v, int slot) {
   return static_cast<int>(std::llrint(number(v, slot, true)));
 }
 
-inline constexpr int kRefused = 120836, kUnmarked = -1;
+inline constexpr int kFailed = 120836, kUnmarked = -1;
 inline Outcome holding(double value) { return {0, std::bit_cast<harness::Word>(value), kUnmarked}; }
 
 Outcome modelled_by(const auto& model) {
   try {
     return holding(model());
   } catch (int slot) {
-    return {kRefused, harness::kMissingBits, slot};
+    return {kFailed, harness::kMissingBits, slot};
   } catch (const Outcome& early) {
     return early;
   }
@@ -280,7 +280,7 @@ void compare(auto& calls, std::string_view word, const auto& model, double share
     const bool is_list = keyword.max_args() == catalog::kNoBound;
     const bool fits = is_list || (v.size() >= keyword.min_args() && v.size() <= keyword.max_args());
     const Outcome want = fits ? modelled_by([&] { return model(keyword, v, basis.second); })
-                              : Outcome{kRefused, harness::kUntouched, kUnmarked};
+                              : Outcome{kFailed, harness::kUntouched, kUnmarked};
     for (const Width width : {Width::wide, Width::byte}) {
       const Outcome got = evaluate(width, std::string(word), v, basis);
       ASSERT_TRUE(alike(got, want, share)) << word << testing::PrintToString(v) << " basis row "

@@ -25,7 +25,7 @@ std::vector<Example> examples() {
   for (Example e; std::getline(file, e.keyword, ',') && std::getline(file, e.words, ',') &&
                   std::getline(file, e.value, ',') && std::getline(file, e.tolerance);) {
     std::ranges::replace(e.words, ';', ' ');
-    e.arguments.clear();  // texts would have to outlive the words; there are none
+    e.arguments.clear();  // no argument is a text, which would have to outlive its word
     for (const std::string& word : cli::words_of(e.words)) e.arguments.push_back(argument_of(word));
     all.push_back(e);
   }

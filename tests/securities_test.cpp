@@ -29,7 +29,7 @@ struct Security {
   double frequency = given["frequency"], coupon = 100 * rate / frequency;
   int months = frequency == 0 ? 0 : static_cast<int>(12 / frequency);
 
-  double factor(double rate_of_year, bool is_price = false) const {  // of one period
+  double factor(double rate_of_year, bool is_price = false) const {  // discount factor of a period
     const double x = rate_of_year / frequency, v = 1 / (1 + x);
     require(!(1 + x < kTiny) && !(is_price && x * v >= 1), kUnmarked);
     return v;
@@ -204,7 +204,7 @@ struct Security {
     if (name == "TBILLYIELD") return (100 - price) / price * 360 / span;
     if (span <= 182) return 365 * discount / d;
     const double q = t * t - (2 * t - 1) * (discount * span / -d);
-    if (q < 0) throw Outcome{kRefused, harness::kUntouched, kUnmarked};
+    if (q < 0) throw Outcome{kFailed, harness::kUntouched, kUnmarked};
     return (std::sqrt(q) - t) / (t - 0.5);
   }
 
