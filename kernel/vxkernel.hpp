@@ -49,10 +49,11 @@ class Span {
   std::size_t count_ = 0;
 };
 
-// An argument: a number, the missing value or a UTF-8 text. Texts are not copied.
+// An argument: a number, the missing value or a UTF-8 text. Texts are not copied. The constructors
+// are implicit, so that a list of values is a list of arguments.
 struct Argument : vxk_value {
-  Argument(double value) noexcept : vxk_value{value, nullptr, 0} {}  // NOLINT: a list of values is
-  Argument(std::string_view value) noexcept                          // a list of arguments
+  Argument(double value) noexcept : vxk_value{value, nullptr, 0} {}  // NOLINT
+  Argument(std::string_view value) noexcept
       : vxk_value{0.0, value.data() == nullptr ? "" : value.data(), value.size()} {}
   Argument(const std::string& value) noexcept : Argument(std::string_view(value)) {}  // NOLINT
   Argument(const char* value) noexcept : Argument(std::string_view(value)) {}         // NOLINT
@@ -184,7 +185,7 @@ class Kernel {
     return result;
   }
 
-  // There is one offset more than there are groups.
+  // vxk_evaluate_lists: there is one offset more than there are groups.
   int evaluate_lists(const std::string& keyword, Span<vxk_column> columns,
                      Span<std::int64_t> offsets, const vxk_results& results,
                      const vxk_options* options = nullptr, vxk_report* report = nullptr) const {

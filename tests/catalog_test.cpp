@@ -13,7 +13,7 @@ namespace {
 
 using enum catalog::ArgumentKind;
 
-// A call that gives all arguments of its keyword.
+// A call with all arguments of its keyword.
 struct Trial {
   const vxkernel::Kernel& kernel;
   const catalog::Keyword& keyword;

@@ -106,8 +106,8 @@ TEST(Depreciation, RandomCallsMatchPlainLoops) {
   for (const auto& [keyword, model] : kModels) compare(calls, keyword, modelled);
 }
 
-// Edge cases that random calls do not contain, and calls with billions of periods. Each of these
-// ends early, or fails and marks no argument.
+// Edge cases that random calls do not contain, and calls with billions of periods, which end early
+// or fail and mark no argument.
 TEST(Depreciation, EdgeCasesAndManyPeriods) {
   const double failed = kMissing, far = 2e9, most = 0x1p24;
   // clang-format off

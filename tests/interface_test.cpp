@@ -13,7 +13,7 @@ namespace {
 using Args = std::vector<Argument>;
 constexpr Word n = 0xA5A5A5A5DEADBEEF;  // a word that must not matter, or must not be changed
 constexpr Outcome kUnmarked = {120836, kUntouched, -1}, kNoKeyword = {120836, kUntouched, 0};
-const Args kPlain = {num(35000), num(5000), num(5)};  // SLN gives 6000
+const Args kPlain = {num(35000), num(5000), num(5)};  // SLN returns 6000
 
 Outcome stored(double value) { return {0, std::bit_cast<Word>(value), -1}; }
 Word* at(Word address) { return reinterpret_cast<Word*>(address); }

@@ -58,7 +58,7 @@ def fate():
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--apply", action="store_true", help="only check that each can be planted")
-    parser.add_argument("pattern", nargs="?", default="", help="only those whose file or sentence matches")
+    parser.add_argument("pattern", nargs="?", default="", help="only mistakes whose file or sentence matches")
     options = parser.parse_args()
     tree = LIST.parent.parent
     with tempfile.TemporaryDirectory() as copy:

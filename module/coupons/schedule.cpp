@@ -132,12 +132,12 @@ bool walk_to_settlement(CouponSearch& search, const CalendarDate& anchor, int si
   const DayCountTerms& terms = *search.terms;
   const DateOrder passed = sign > 0 ? kLater : kEarlier;
   CalendarDate& front = sign > 0 ? search.nextStore : search.previousStore;
-  CalendarDate& behind = sign > 0 ? search.previousStore : search.nextStore;
+  CalendarDate& back = sign > 0 ? search.previousStore : search.nextStore;
   front = anchor;
-  behind = anchor;
+  back = anchor;
   for (std::int64_t k = 1; k <= terms.frequency; ++k) {
     if (k > kLongestSchedule) return false;
-    behind = front;
+    back = front;
     front = zAdvanceDate(anchor, sign * k, terms);
     const DateOrder order = zCompareDates(front, *search.settlement);
     if (order == passed) break;
