@@ -126,9 +126,9 @@ bool are_rows_sound(vxfnc::Dispatcher* dispatcher) {
     double result = NAN;
     dispatcher(Record<char32_t>(row).call(), &result, &vxkernel::call_environment);
     const double least = row.least(row.arguments);
-    if (std::fabs(least - answer) <= 1e-12 * std::fabs(answer)) continue;
+    if (std::fabs(least - result) <= 1e-12 * std::fabs(result)) continue;
     std::fprintf(stderr, "%s: the module returns %.17g, the minimal computation %.17g\n",
-                 row.name().c_str(), answer, least);
+                 row.name().c_str(), result, least);
     return false;
   }
   return true;

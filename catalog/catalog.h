@@ -80,6 +80,9 @@ struct Argument {
   std::array<Bound, 3> bound_list{};
   std::size_t bound_count = 0;
 
+  [[nodiscard]] constexpr bool is_date() const noexcept {
+    return kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime;
+  }
   // In the order in which the module checks them.
   [[nodiscard]] constexpr std::span<const Bound> bounds() const noexcept {
     return {bound_list.data(), bound_count};
@@ -166,6 +169,7 @@ struct Description {
   std::string_view value;    // the example's result, rounded to ten digits or exact, or a date
   std::string_view related;  // the keywords of "See also", separated by blanks
   std::span<const Cause> causes = {};  // of a failed calculation; the test of the last one is null
+  bool searches = false;               // for a rate: the search does not go below kLowestRate
 };
 
 class Keyword {
@@ -203,6 +207,9 @@ class Keyword {
   std::array<Argument, 9> arguments_{};
   std::size_t size_;
 };
+
+// Where a search for a rate ends that finds none.
+inline constexpr double kLowestRate = -0.9999999;
 
 inline constexpr std::size_t kNoBound = SIZE_MAX;
 

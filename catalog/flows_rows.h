@@ -81,20 +81,20 @@ inline constexpr Keyword kFlows[] = {
       number("guess", "rate at which the search starts, as a fraction (0.05 is 5 %)")
           .optional("0")},
      {.title = "internal rate of return of dated amounts",
-      .summary =
-          "Returns the yearly rate at which XNPV is 0. Give all amounts first, and then their "
-          "dates in the same order. List the earliest amount first; otherwise the search can miss "
-          "the rate. If the amounts change their sign more than once, several rates can solve the "
-          "equation. If the search from the guess fails, it is repeated from two other starts. The "
-          "lowest rate that the search can return is -0.9999999; this result means that the true "
-          "rate is lower or was not found.",
+      .summary = "Returns the yearly rate at which XNPV is 0. Give all amounts first, and then "
+                 "their dates in the same order. List the earliest amount first; otherwise the "
+                 "search can miss the rate. If the amounts change their sign more than once, "
+                 "several rates can solve the equation. If the search from the guess fails, it is "
+                 "repeated from two other starts. The search does not go below -0.9999999. If it "
+                 "ends there, it found no rate, which is an error.",
       .result = "yearly rate as a fraction",
       .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365) = 0 for k = 1, 2, ...",
       .example =
           "-10000 2500 2000 3000 4000 2007-01-12 2008-02-14 2008-03-03 2008-06-14 2008-12-01",
       .value = "0.1006437834",
       .related = "XNPV IRR RATE",
-      .causes = kDatedRateCauses}},
+      .causes = kDatedRateCauses,
+      .searches = true}},
 };
 
 }  // namespace catalog::rows

@@ -166,8 +166,8 @@ inline constexpr Keyword kLoans[] = {
           "value. RATE has no argument for a guess: the search starts at -pmt / pv, which suits "
           "loans. For a savings plan, the search always fails if pv is 0, and it seldom finds the "
           "rate if pv has the sign of the payments. If pmt is 0, pv and fv must have the same "
-          "sign, which is the opposite of the usual sign convention. The lowest rate that the "
-          "search can return is -0.9999999; this result means that the true rate is lower.",
+          "sign, which is the opposite of the usual sign convention. The search does not go below "
+          "-0.9999999. If it ends there, it found no rate, which is an error.",
       .result = "rate per period as a fraction",
       .formula = "the rate that solves\n"
                  "pv + pmt * (1 + rate * type) * (1 - (1 + rate)^-nper) / rate\n"
@@ -176,7 +176,8 @@ inline constexpr Keyword kLoans[] = {
       .example = "48 -200 8000",
       .value = "0.007701472488",
       .related = "PMT NPER IRR XIRR",
-      .causes = kRateCauses}},
+      .causes = kRateCauses,
+      .searches = true}},
 
     // Rates and prices.
     {"EFFECT",

@@ -161,12 +161,11 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, coupon_rate, clean_price, redemption, frequency, basis},
      {.title = "yield of a bond with coupons",
-      .summary =
-          "Returns the yield at which PRICE gives the price. If one coupon is left, the yield is "
-          "computed directly; otherwise it is found by a search that starts at 0.1. In the last "
-          "days of a coupon period the yield can jump where the result of PRICE jumps. The lowest "
-          "yield that the search can return is -0.9999999; this result means that the true yield "
-          "is lower. If settlement equals maturity, the result is 0.",
+      .summary = "Returns the yield at which PRICE gives the price. If one coupon is left, the "
+                 "yield is computed directly; otherwise it is found by a search that starts at "
+                 "0.1. In the last days of a coupon period the yield can jump where the result of "
+                 "PRICE jumps. The search does not go below -0.9999999. If it ends there, it found "
+                 "no yield, which is an error. If settlement equals maturity, the result is 0.",
       .result = "yearly yield as a fraction",
       .formula =
           "the yield that solves\n"
@@ -176,7 +175,8 @@ inline constexpr Keyword kSecurities[] = {
       .example = "2008-11-11 2021-03-01 0.0785 98.45 100 2 2",
       .value = "0.08048425765",
       .related = "PRICE ODDFYIELD ODDLYIELD YIELDDISC YIELDMAT",
-      .causes = kYieldCauses}},
+      .causes = kYieldCauses,
+      .searches = true}},
     {"DURATION",
      Task::kBonds,
      kYears,
@@ -248,16 +248,17 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "yield of a bond with an odd first period",
       .summary = "Returns the yield at which ODDFPRICE gives the price. The day counts are those "
                  "of ODDFPRICE, and a maturity between two coupon dates counts as the later of "
-                 "them. The yield is found by a search that starts at 0.1. The lowest yield that "
-                 "the search can return is -0.9999999; this result means that the true yield is "
-                 "lower. If settlement equals maturity, the result is 0.",
+                 "them. The yield is found by a search that starts at 0.1. The search does not go "
+                 "below -0.9999999. If it ends there, it found no yield, which is an error. If "
+                 "settlement equals maturity, the result is 0.",
       .result = "yearly yield as a fraction",
       .formula = "the yield that solves\n"
                  "ODDFPRICE(settlement, maturity, issue, first_coupon, rate, yield, ...) = pr",
       .example = "2008-11-11 2021-03-01 2008-10-15 2009-03-01 0.0575 84.5 100 2 0",
       .value = "0.0772455416",
       .related = "ODDFPRICE YIELD ODDLYIELD",
-      .causes = kOddFirstYieldCauses}},
+      .causes = kOddFirstYieldCauses,
+      .searches = true}},
     {"ODDLPRICE",
      Task::kOddPeriods,
      kAmount,

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -63,13 +64,14 @@ std::optional<std::string> CheckedCall::arity_error(const catalog::Keyword& keyw
 
 CheckedCall::CheckedCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword,
                          std::size_t count)
-    : keyword_(&keyword),
-      call_(kernel.prepare(std::string(keyword.word), count, "FINANCE")),
-      is_date_(keyword.result == catalog::ResultKind::kDate) {
+    : keyword_(&keyword), call_(kernel.prepare(std::string(keyword.word), count, "FINANCE")) {
+  if (keyword.result == catalog::ResultKind::kDate) result_kind_ = Value::Kind::kDate;
+  if (keyword.result == catalog::ResultKind::kCount) result_kind_ = Value::Kind::kCount;
   parameters_.reserve(count);
   for (std::size_t i = 1; i <= count; ++i) {
     parameters_.push_back(keyword.argument_at(i, count));
     if (parameter(i).kind == ArgumentKind::kFrequency) frequency_ = i;
+    if (parameter(i).is_date()) dates_.push_back(i);
   }
 }
 
@@ -81,30 +83,83 @@ void CheckedCall::set_text(std::size_t position, std::string_view text) noexcept
   set_number(position, catalog::basis_of(text).value_or(kNoBasis));
 }
 
+void CheckedCall::set(std::size_t position, const Value& value) noexcept {
+  if (value.is_text()) return set_text(position, value.word);
+  set_number(position, value.number);
+  const catalog::Argument& to = parameter(position);
+  if (value.is_missing()) {
+    // A full stop in a call is written on purpose. An empty cell is not.
+    if (to.kind == ArgumentKind::kBasis && value.word != kMissingWord) set_wrong_type(position);
+  } else if (!to.is_date()) {
+    if (value.is_date()) set_wrong_type(position);
+  } else if (to.presence == catalog::Presence::kRepeated) {
+    std::size_t& first = value.is_date() ? date_in_list_ : number_in_dates_;
+    if (first == 0) first = position;
+  }
+}
+
 CallResult CheckedCall::run() noexcept {
   if (frequency_ != 0) {
     const double frequency = call_[frequency_];
     if (!std::isnan(frequency) && !catalog::is_frequency(frequency)) set_wrong_type(frequency_);
   }
+  for (const std::size_t position : dates_) {
+    if (is_beyond_calendar(call_[position])) set_wrong_type(position);
+  }
+  // A number among dates is an amount that has no date.
+  if (date_in_list_ != 0 && number_in_dates_ != 0) set_wrong_type(number_in_dates_);
   if (wrong_type_ != 0) {
     const std::size_t earlier = wrong_type_ == frequency_ ? invalid_before(frequency_) : 0;
     if (earlier != 0) return {Status::kInvalidArgument, earlier};
     return {Status::kWrongType, wrong_type_};
   }
   const vxkernel::Result result = call_.run();
-  if (result.ok()) return {Status::kOk, 0, value_of(result.value)};
+  if (result.ok()) {
+    if (std::isfinite(result.value)) {
+      if (is_lowest_rate(result.value)) return {Status::kNoRate};
+      return {Status::kOk, 0, value_of(result.value)};
+    }
+    const std::span<const double> numbers(&call_[1], size());
+    const bool is_missing = std::isnan(result.value) &&
+                            std::ranges::any_of(numbers, [](double x) { return std::isnan(x); });
+    if (is_missing) return {Status::kOk, 0, value_of(result.value)};
+    return {Status::kNotFinite};
+  }
   if (result.status == VXK_OUT_OF_MEMORY) return {Status::kOutOfMemory};
   const auto position = static_cast<std::size_t>(result.argument);
   if (position == 0) return {Status::kNoResult};
   return {Status::kInvalidArgument, invalid_instead_of(position)};
 }
 
+// The error message of amounts and dates that do not pair up, when a list holds dates; otherwise
+// empty.
+std::string CheckedCall::unpaired_error(std::span<const Value> values) const {
+  std::size_t leading = 0;  // arguments before the lists
+  while (leading < values.size() && parameter(leading + 1).presence == catalog::Presence::kRequired)
+    ++leading;
+  const auto lists = values.subspan(leading);
+  const auto dates = static_cast<std::size_t>(std::ranges::count_if(lists, &Value::is_date));
+  const auto amounts =
+      static_cast<std::size_t>(std::ranges::find_if(lists, &Value::is_date) - lists.begin());
+  const bool has_date_list =
+      std::ranges::any_of(keyword_->arguments(), [](const catalog::Argument& each) {
+        return each.presence == catalog::Presence::kRepeated && each.is_date();
+      });
+  if (!has_date_list || dates == 0 || amounts == 0 || amounts == dates) return {};
+  return fmt::format("takes one date for each amount: there are {} amount{} and {} date{}", amounts,
+                     amounts == 1 ? "" : "s", dates, dates == 1 ? "" : "s");
+}
+
 // The error message of an argument: its name, its value and the reason.
 std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
                                         std::string_view reason) const {
   const Value& value = values[position - 1];
+  const bool is_basis = parameter(position).kind == ArgumentKind::kBasis;
   const std::string what =
-      value.is_missing() ? "missing" : fmt::format("{}: {}", format_for_message(value), reason);
+      value.is_missing() && !is_basis
+          ? "missing"
+          : fmt::format("{}: {}", value.is_missing() ? "missing" : format_for_message(value),
+                        reason);
   return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
 }
 
@@ -162,11 +217,18 @@ std::string CheckedCall::error_message(const CallResult& result,
                                        std::span<const Value> values) const {
   switch (result.status) {
     case Status::kWrongType:
+      if (!values[result.position - 1].is_text()) {
+        if (auto error = unpaired_error(values); !error.empty()) return error;
+      }
       return argument_error(result.position, values, type_error(parameter(result.position).kind));
     case Status::kInvalidArgument:
       return argument_error(result.position, values, range_error(result.position, values));
     case Status::kOutOfMemory:
       return "out of memory";
+    case Status::kNotFinite:
+      return "the result is infinite or not a number";
+    case Status::kNoRate:
+      return "no rate found: the search ended at -0.9999999, its lowest rate";
     default:
       break;
   }

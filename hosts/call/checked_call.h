@@ -21,6 +21,8 @@ enum class Status : std::uint8_t {
   kInvalidArgument,  // the argument at the position is out of range, or missing
   kWrongType,        // the argument at the position has the wrong type
   kNoResult,         // the calculation has no result
+  kNotFinite,        // the result is infinite or not a number
+  kNoRate,           // the search for a rate ended at its lowest point
   kOutOfMemory,
 };
 
@@ -50,29 +52,31 @@ class CheckedCall {
   }
 
   // For each row: begin, set all arguments in any order, run.
-  void begin() noexcept { wrong_type_ = 0; }
+  void begin() noexcept { wrong_type_ = date_in_list_ = number_in_dates_ = 0; }
   // A number, the days of a date, or NaN for a missing value.
   void set_number(std::size_t position, double number) noexcept { call_[position] = number; }
   // A text is valid for a basis only.
   void set_text(std::size_t position, std::string_view text) noexcept;
-  void set(std::size_t position, const Value& value) noexcept {
-    if (value.is_text()) return set_text(position, value.word);
-    set_number(position, value.number);
-  }
+  // Rejects a date where a number belongs, and a missing basis, unless it is written as a full
+  // stop.
+  void set(std::size_t position, const Value& value) noexcept;
   // Rejects the argument because of its type.
   void set_wrong_type(std::size_t position) noexcept {
     if (wrong_type_ == 0 || position < wrong_type_) wrong_type_ = position;
   }
-  // Checks types and frequencies before it calls the module.
+  // Checks types, dates and frequencies before it calls the module, and the result after it. A
+  // result is missing only if an argument is.
   CallResult run() noexcept;
 
-  // The bound call, for columns. It does not check types and frequencies.
+  // The bound call, for columns. It does not check types, dates and frequencies.
   [[nodiscard]] vxkernel::Call& bound() noexcept { return call_; }
-  // The position of the frequency; 0: the keyword has none.
-  [[nodiscard]] std::size_t frequency_position() const noexcept { return frequency_; }
-  // A result of the module as a value: a date or a number.
+  // Whether a result of the bound call is no rate, but the lowest point of the search.
+  [[nodiscard]] bool is_lowest_rate(double result) const noexcept {
+    return keyword_->description.searches && result == catalog::kLowestRate;
+  }
+  // A result of the module as a value: a number, a count or a date.
   [[nodiscard]] Value value_of(double number) const noexcept {
-    return {.number = number, .kind = is_date_ ? Value::Kind::kDate : Value::Kind::kNumber};
+    return {.number = number, .kind = result_kind_};
   }
 
   // The message of a failed call: "argument 3 (rate) is -0.05: must be greater than 0".
@@ -80,6 +84,7 @@ class CheckedCall {
                                           std::span<const Value> values) const;
 
  private:
+  [[nodiscard]] std::string unpaired_error(std::span<const Value> values) const;
   [[nodiscard]] std::string argument_error(std::size_t position, std::span<const Value> values,
                                            std::string_view reason) const;
   [[nodiscard]] const catalog::Bound* broken_bound(std::size_t position, auto&& value_at) const;
@@ -90,9 +95,12 @@ class CheckedCall {
   const catalog::Keyword* keyword_;
   std::vector<const catalog::Argument*> parameters_;  // by position, from 0
   vxkernel::Call call_;
-  std::size_t wrong_type_ = 0;  // the first argument with a wrong type; 0: none
-  std::size_t frequency_ = 0;   // the position of the frequency; 0: none
-  bool is_date_;
+  std::size_t wrong_type_ = 0;       // the first argument with a wrong type; 0: none
+  std::size_t frequency_ = 0;        // the position of the frequency; 0: none
+  std::vector<std::size_t> dates_;   // the positions of dates
+  std::size_t date_in_list_ = 0;     // the first date in a list of dates; 0: none
+  std::size_t number_in_dates_ = 0;  // the first number in a list of dates; 0: none
+  Value::Kind result_kind_ = Value::Kind::kNumber;
 };
 
 // What an argument must be: "must be a number".

@@ -156,7 +156,9 @@ void append_value(std::string& text, const Value& value, int decimals) {
   if (value.is_text()) {
     text += value.word;
   } else if (!value.is_date() || !append_date(text, value.number)) {
-    append_digits(text, value.number, decimals);
+    const bool is_whole_count =
+        value.kind == Value::Kind::kCount && value.number == std::trunc(value.number);
+    append_digits(text, value.number, is_whole_count ? kAllDigits : decimals);
   }
 }
 

@@ -12,6 +12,7 @@ namespace host {
 struct Value {
   enum class Kind : std::uint8_t {
     kNumber,
+    kCount,   // the number counts things, and is written without decimals
     kDate,    // the number counts days from 1960-01-01
     kText,    // the word is the value
     kFailed,  // the computation of the value failed
@@ -26,6 +27,13 @@ struct Value {
   [[nodiscard]] bool is_missing() const noexcept { return !is_text() && std::isnan(number); }
   [[nodiscard]] bool is_failed() const noexcept { return kind == Kind::kFailed; }
 };
+
+// The days of the calendar that hosts accept: 0000-01-01 to 9999-12-31, from 1960-01-01.
+inline constexpr double kFirstDay = -715875.0;
+inline constexpr double kLastDay = 2936549.0;
+constexpr bool is_beyond_calendar(double days) noexcept {
+  return days < kFirstDay || days >= kLastDay + 1.0;
+}
 
 inline constexpr std::string_view kMissingWord = ".";
 inline constexpr int kAllDigits = -1;

@@ -1,6 +1,7 @@
 #include "hosts/cli/expression/lexer.h"
 
 #include <algorithm>
+#include <array>
 
 #include "hosts/call/value.h"
 
@@ -23,6 +24,11 @@ std::size_t like_a_date(std::string_view text) noexcept {
   const auto dash = [&] { return at < text.size() && text[at] == '-' ? ++at, true : false; };
   constexpr std::size_t kYear = 4;
   return digits(kYear) == kYear && dash() && digits(2) > 0 && dash() && digits(2) > 0 ? at : 0;
+}
+
+bool is_double_symbol(std::string_view text) noexcept {
+  constexpr std::array<std::string_view, 5> kSymbols = {"..", "[]", "<=", ">=", "!="};
+  return std::ranges::find(kSymbols, text) != kSymbols.end();
 }
 
 }  // namespace
@@ -68,11 +74,11 @@ std::vector<Token> tokens_of(std::string_view text) {
       add(kValue, at, number(at));
     } else if (is_letter(c)) {
       add(kName, at, run(at, [](char x) { return is_letter(x) || is_digit(x); }));
-    } else if (text.substr(at).starts_with("..") || text.substr(at).starts_with("[]")) {
+    } else if (is_double_symbol(text.substr(at, 2))) {
       add(kSymbol, at, 2);
     } else if (c == '.') {
       add(kValue, at, 1);
-    } else if (std::string_view("+-*/(),=").find(c) != std::string_view::npos) {
+    } else if (std::string_view("+-*/^(),=<>").find(c) != std::string_view::npos) {
       add(kSymbol, at, 1);
     } else {
       const bool is_printable = c > ' ' && c != 127;

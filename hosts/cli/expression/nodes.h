@@ -6,11 +6,13 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "hosts/call/checked_call.h"
+#include "hosts/cli/expression/functions.h"
 
 namespace cli {
 
@@ -21,6 +23,7 @@ class BoundCalls {
  public:
   explicit BoundCalls(const vxkernel::Kernel& kernel) : kernel_(kernel) {}
 
+  [[nodiscard]] const vxkernel::Kernel& kernel() const noexcept { return kernel_; }
   CheckedCall& get(std::size_t number, const catalog::Keyword& keyword, std::size_t count);
 
  private:
@@ -28,18 +31,31 @@ class BoundCalls {
   std::vector<std::optional<CheckedCall>> calls_;
 };
 
+// Why a row or a group fails. Only the message is always there.
+struct RowError {
+  std::string message{};
+  std::string keyword{};
+  std::string argument{};  // the name of the invalid argument
+  std::string value{};     // of that argument
+};
+
+// A column of a group, as a list.
+struct List {
+  std::span<const double> values{};  // NaN is a missing value
+  bool is_date = false;
+};
+
 // The values that expressions are evaluated on, for one row or group, and the outcome. One per
 // thread.
 struct Evaluator {
   BoundCalls& calls;
   std::vector<Value> values{};  // by column; the columns in use must be set
-  std::vector<std::vector<double>>
-      lists{};  // of a group, by column; the columns in use must be set
+  std::vector<List> lists{};    // of a group, by column; the columns in use must be set
 
   // Set by the first failure. No call is made after it.
   bool failed = false;
   bool wants_message = false;
-  std::string message{};
+  RowError error{};
 
   std::vector<Value> stack{};  // arguments of the calls that are being evaluated
 
@@ -47,11 +63,11 @@ struct Evaluator {
   void begin(bool needs_message) noexcept {
     failed = false;
     wants_message = needs_message;
-    if (!message.empty()) message.clear();
+    error = {};
   }
 
-  void fail(const auto& make_message) {
-    if (!failed && wants_message) message = make_message();
+  void fail(const auto& make_error) {
+    if (!failed && wants_message) error = make_error();
     failed = true;
   }
 };
@@ -60,6 +76,7 @@ struct Evaluator {
 struct BlockColumn {
   enum class Kind : std::uint8_t {
     kNumber,
+    kCount,
     kDate,
     kBasis,  // codes of bases, from their names
   };
@@ -70,11 +87,30 @@ struct BlockColumn {
   [[nodiscard]] double at(std::size_t row) const noexcept { return numbers[is_constant ? 0 : row]; }
 };
 
-// The columns that expressions are evaluated on, for a block of rows. One per thread.
+inline BlockColumn::Kind kind_of(const Value& value) noexcept {
+  switch (value.kind) {
+    case Value::Kind::kDate:
+      return BlockColumn::Kind::kDate;
+    case Value::Kind::kCount:
+      return BlockColumn::Kind::kCount;
+    default:
+      return BlockColumn::Kind::kNumber;
+  }
+}
+
+// A column of a block of groups, as lists.
+struct BlockList {
+  std::vector<double> values;  // of all groups
+  bool is_date = false;
+};
+
+// The columns that expressions are evaluated on, for a block of rows or groups. One per thread.
 struct BlockEvaluator {
   BoundCalls& calls;
   std::size_t rows = 0;
   std::vector<BlockColumn> columns{};     // by column; the columns in use must be set
+  std::vector<BlockList> lists{};         // of groups, by column; the columns in use must be set
+  std::vector<std::int64_t> offsets{};    // of groups: group g has values from offsets[g] on
   std::vector<char> is_special{};         // rows to evaluate one by one, such as rows that fail
   std::deque<BlockColumn> temporaries{};  // results of nodes
   std::size_t used_temporaries = 0;
@@ -94,6 +130,10 @@ class Operand {
   virtual void push(Evaluator& in) const = 0;
   // Adds the columns of its arguments. Returns false when rows must be evaluated one by one.
   virtual bool add_columns(BlockEvaluator& in, std::vector<const BlockColumn*>& to) const = 0;
+  // The columns that it names, if it is nothing more than a column, a range or a list.
+  [[nodiscard]] virtual std::vector<std::size_t> columns() const { return {}; }
+  // The column of which it is a list.
+  [[nodiscard]] virtual std::optional<std::size_t> list_column() const { return std::nullopt; }
 
   std::string_view source;  // the source text
 };
@@ -124,6 +164,14 @@ std::unique_ptr<Operand> column_list(std::string_view name, std::size_t index);
 std::unique_ptr<Node> negation(std::string_view text, std::unique_ptr<Node> operand);
 std::unique_ptr<Node> arithmetic(std::string_view text, char operation, std::unique_ptr<Node> left,
                                  std::unique_ptr<Node> right);
+enum class Comparison : std::uint8_t { kEqual, kUnequal, kBelow, kAtMost, kAbove, kAtLeast };
+std::unique_ptr<Node> comparison(std::string_view text, Comparison comparison,
+                                 std::unique_ptr<Node> left, std::unique_ptr<Node> right);
+// if and ifmissing; the other functions.
+std::unique_ptr<Node> choice(std::string_view text, Function function,
+                             std::vector<std::unique_ptr<Node>> operands);
+std::unique_ptr<Node> function(std::string_view text, Function function,
+                               std::vector<std::unique_ptr<Operand>> operands);
 // The count is absent when the number of arguments depends on the lists of a group.
 std::unique_ptr<Node> call(std::string_view text, const catalog::Keyword& keyword,
                            std::vector<std::unique_ptr<Operand>> arguments,

@@ -1,8 +1,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 
+#include "hosts/call/nearest.h"
 #include "hosts/cli/expression/expression.h"
+#include "hosts/cli/expression/functions.h"
 #include "hosts/cli/expression/lexer.h"
 
 namespace cli {
@@ -26,25 +29,51 @@ class Parser {
       at_ += 2;
     }
     const std::size_t from = token().at;
-    result.root = sum();
+    result.root = value();
     if (token().kind != kEnd) {
       if (tokens_[at_ - 1].kind == kName) refuse_unquoted(tokens_[at_ - 1]);
       refuse("expected an operator");
     }
     if (!is_named) result.name = source_from(from);
-    const auto& names = columns_.names();
-    if (std::ranges::find(names, result.name) != names.end()) {
-      throw SyntaxError(fmt::format("column {} already exists: choose another name", result.name),
-                        0, is_named ? tokens_[0].length : text_.size());
-    }
+    demand_new(result.name, is_named ? tokens_[0].length : text_.size());
     result.values = std::move(values_);
     result.lists = std::move(lists_);
+    result.dates = std::move(dates_);
+    result.numbers = std::move(numbers_);
+    return result;
+  }
+
+  Counter counter() {
+    using enum Token::Kind;
+    Counter result;
+    if ((token().kind != kName && token().kind != kQuotedName) || !tokens_[1].is("=")) {
+      refuse("expected NAME = FROM..TO [step STEP]");
+    }
+    result.name = token().text;
+    demand_new(result.name, token().length);
+    at_ += 2;
+    result.first = value();
+    expect("..");
+    result.last = value();
+    if (token().kind == kName && token().text == "step") {
+      ++at_;
+      result.step = value();
+    }
+    if (token().kind != kEnd) refuse("expected an operator");
+    result.values = std::move(values_);
     return result;
   }
 
  private:
   using NodePointer = std::unique_ptr<Node>;
   using OperandPointer = std::unique_ptr<Operand>;
+
+  void demand_new(const std::string& name, std::size_t length) const {
+    const auto& names = columns_.names();
+    if (std::ranges::find(names, name) == names.end()) return;
+    throw SyntaxError(fmt::format("column {} already exists: choose another name", name), 0,
+                      length);
+  }
 
   [[nodiscard]] const Token& token() const noexcept { return tokens_[at_]; }
 
@@ -68,40 +97,82 @@ class Parser {
     return text_.substr(from, last.at + last.length - from);
   }
 
-  NodePointer sum() {
+  void deepen() {
     if (++depth_ > kDeepest) refuse("the expression is nested too deeply: 200 levels are allowed");
+  }
+
+  // The value of a whole expression, or of what is in parentheses: a sum, or a comparison of sums.
+  NodePointer value() {
+    deepen();
+    const std::size_t from = token().at;
+    NodePointer left = sum();
+    if (const auto comparison = comparison_of(token())) {
+      ++at_;
+      NodePointer right = sum();
+      if (comparison_of(token())) refuse("a comparison cannot be compared: use parentheses");
+      left = cli::comparison(source_from(from), *comparison, std::move(left), std::move(right));
+    }
+    --depth_;
+    return left;
+  }
+
+  static std::optional<Comparison> comparison_of(const Token& token) {
+    using enum Comparison;
+    constexpr std::array<std::pair<std::string_view, Comparison>, 6> kSymbols = {
+        {{"=", kEqual},
+         {"!=", kUnequal},
+         {"<", kBelow},
+         {"<=", kAtMost},
+         {">", kAbove},
+         {">=", kAtLeast}}};
+    for (const auto& [symbol, comparison] : kSymbols) {
+      if (token.is(symbol)) return comparison;
+    }
+    return std::nullopt;
+  }
+
+  NodePointer sum() {
     const std::size_t from = token().at;
     NodePointer left = product();
     while (token().is("+") || token().is("-"))
       left = operation(std::move(left), from, &Parser::product);
-    --depth_;
     return left;
   }
 
   NodePointer product() {
     const std::size_t from = token().at;
-    NodePointer left = signed_primary();
+    NodePointer left = signed_power();
     while (token().is("*") || token().is("/"))
-      left = operation(std::move(left), from, &Parser::signed_primary);
+      left = operation(std::move(left), from, &Parser::signed_power);
     return left;
   }
 
   NodePointer operation(NodePointer left, std::size_t from, NodePointer (Parser::*operand)()) {
     const char symbol = token().text[0];
     ++at_;
+    use_number(*left);
     NodePointer right = (this->*operand)();
+    use_number(*right);
     return arithmetic(source_from(from), symbol, std::move(left), std::move(right));
   }
 
-  NodePointer signed_primary() {
+  // A sign binds less than a power: -2^2 is -4.
+  NodePointer signed_power() {
     const std::size_t from = token().at;
     bool is_negative = false;
     while (token().is("+") || token().is("-")) {
       is_negative ^= token().is("-");
       ++at_;
     }
+    const std::size_t base = token().at;
     NodePointer operand = primary();
+    if (token().is("^")) {
+      deepen();
+      operand = operation(std::move(operand), base, &Parser::signed_power);
+      --depth_;
+    }
     if (!is_negative) return operand;
+    use_number(*operand);
     return negation(source_from(from), std::move(operand));
   }
 
@@ -117,7 +188,10 @@ class Parser {
         ++at_;
         return constant(first.text, true);
       case kName:
-        if (tokens_[at_ + 1].is("(")) return call();
+        if (tokens_[at_ + 1].is("(")) {
+          const FunctionInfo* const function = find_function(first.text);
+          return function == nullptr ? call() : function_call(*function);
+        }
         [[fallthrough]];
       case kQuotedName: {
         if (tokens_[at_ + 1].is("..") || tokens_[at_ + 1].is("[]")) {
@@ -132,15 +206,52 @@ class Parser {
         break;
     }
     if (!take("(")) refuse("expected a value");
-    NodePointer inner = sum();
+    NodePointer inner = value();
     expect(")");
     return inner;
+  }
+
+  // if and ifmissing choose one of their operands, each of which has one value. The other functions
+  // take all their operands.
+  NodePointer function_call(const FunctionInfo& function) {
+    const std::size_t from = token().at;
+    at_ += 2;
+    std::vector<OperandPointer> operands;
+    std::vector<NodePointer> choices;
+    std::size_t lists = 0;
+    const bool chooses =
+        function.function == Function::kIf || function.function == Function::kIfMissing;
+    if (!token().is(")")) {
+      do {
+        const bool is_list = tokens_[at_ + 1].is("[]");
+        if (is_list && !function.takes_lists)
+          refuse(fmt::format("{} does not take a list", function.name));
+        lists += is_list ? 1 : 0;
+        std::size_t ignored = 0;
+        if (chooses) {
+          choices.push_back(value());
+        } else {
+          operands.push_back(argument(ignored));
+          use_number(*operands.back());
+        }
+      } while (take(","));
+    }
+    expect(")");
+    const std::string_view source = source_from(from);
+    const std::size_t count = operands.size() + choices.size();
+    const bool needs_lists = function.function == Function::kWeightedMean;
+    if (count < function.min_operands || count > function.max_operands ||
+        (needs_lists && lists != count)) {
+      throw SyntaxError(fmt::format("expected {}", function.signature), from, source.size());
+    }
+    if (chooses) return choice(source, function.function, std::move(choices));
+    return cli::function(source, function.function, std::move(operands));
   }
 
   NodePointer call() {
     const Token word = token();
     const catalog::Keyword* const keyword = catalog::find(word.text);
-    if (keyword == nullptr) refuse(unknown_keyword(word.text));
+    if (keyword == nullptr) refuse(unknown_function(word.text));
     at_ += 2;
     std::vector<OperandPointer> arguments;
     std::size_t count = 0;
@@ -157,6 +268,16 @@ class Parser {
     }
     expect(")");
     const std::string_view source = source_from(word.at);
+    for (std::size_t i = 0, position = 1; i < arguments.size(); ++i) {
+      const catalog::Argument* const parameter =
+          has_lists ? (i < keyword->arguments().size() ? &keyword->arguments()[i] : nullptr)
+                    : keyword->argument_at(position, count);
+      const auto columns = arguments[i]->columns();
+      position += std::max<std::size_t>(columns.size(), 1);
+      if (parameter == nullptr || parameter->kind == catalog::ArgumentKind::kBasis) continue;
+      auto& uses = parameter->is_date() ? dates_ : numbers_;
+      uses.insert(uses.end(), columns.begin(), columns.end());
+    }
     if (!has_lists) {
       if (const auto error = CheckedCall::arity_error(*keyword, count)) {
         throw SyntaxError(fmt::format("{}: {}", keyword->word, *error), word.at, source.size());
@@ -165,6 +286,13 @@ class Parser {
     }
     return cli::call(source, *keyword, std::move(arguments),
                      has_lists ? std::nullopt : std::optional(count), calls_++);
+  }
+
+  static std::string unknown_function(std::string_view word) {
+    std::vector<std::string> names;
+    for (const catalog::Keyword& each : catalog::keywords()) names.emplace_back(each.word);
+    for (const FunctionInfo& each : functions()) names.emplace_back(each.name);
+    return fmt::format("unknown function {}{}", word, did_you_mean(word, names));
   }
 
   // A text in quotes is valid for a basis only.
@@ -195,7 +323,7 @@ class Parser {
       return column_list(first.text, index);
     }
     if (is_name && tokens_[at_ + 1].is("..")) return range(count);
-    return sum();
+    return value();
   }
 
   OperandPointer range(std::size_t& count) {
@@ -280,6 +408,11 @@ class Parser {
     }
   }
 
+  void use_number(const Operand& operand) {
+    const auto columns = operand.columns();
+    numbers_.insert(numbers_.end(), columns.begin(), columns.end());
+  }
+
   void use_value(std::size_t index, const Token& name) {
     if (!columns_.has_one_value(index)) {
       throw SyntaxError(
@@ -299,12 +432,18 @@ class Parser {
   int depth_ = 0;
   std::vector<std::size_t> values_;
   std::vector<std::size_t> lists_;
+  std::vector<std::size_t> dates_;
+  std::vector<std::size_t> numbers_;
 };
 
 }  // namespace
 
 Expression parse(std::string_view text, const Columns& columns, std::size_t& calls) {
   return Parser(text, columns, calls).expression();
+}
+
+Counter parse_counter(std::string_view text, const Columns& columns, std::size_t& calls) {
+  return Parser(text, columns, calls).counter();
 }
 
 bool uses_lists(std::string_view text) {

@@ -17,6 +17,10 @@ inline void say(std::string_view text) noexcept {
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
+// The message without control characters, which could change the state of a terminal. Line feeds
+// stay.
+std::string printable(std::string_view message);
+
 class Diagnostics {
  public:
   static constexpr std::size_t kLimit = 5;
@@ -25,7 +29,7 @@ class Diagnostics {
 
   void report(std::string_view message) {
     if (limit_reached()) return;
-    say(fmt::format("finance: {}\n", message));
+    say(fmt::format("finance: {}\n", printable(message)));
     ++reported_;
   }
 

@@ -117,6 +117,11 @@ bool BlockReader::next(Block& block) { return fill(block, &Ends::last); }
 
 bool BlockReader::next_record(Block& block) { return fill(block, &Ends::first); }
 
+void BlockReader::put_back(const Block& block) {
+  pending_.insert(0, block.text);
+  taken_ -= block.text.size();
+}
+
 void MarkFinder::look(std::size_t window) noexcept {
   // The last window is filled with zeros, which are no marks.
   std::array<char, kWindow> rest;
@@ -201,7 +206,7 @@ std::string_view CsvParser::unquoted(std::string_view cell) {
 // Takes the rest of the line as a cell whose quote is not closed.
 std::size_t CsvParser::open_cell(std::size_t at) {
   const std::size_t end = std::min(text_.find_first_of("\r\n", at), text_.size());
-  record_.is_open = true;
+  record_.error = "the quote that opens in this line is not closed";
   record_.cells.push_back(text_.substr(at + 1, end - at - 1));
   return end;
 }
@@ -221,7 +226,8 @@ bool CsvParser::next() {
   record_.cells.clear();
   if (!unquoted_.empty()) unquoted_.clear();
   record_.line = line_;
-  record_.is_open = record_.may_close = false;
+  record_.error = {};
+  record_.may_close = false;
   std::size_t end = 0;
   for (std::size_t at = at_;; at = end + 1) {
     end = at < text.size() && text[at] == '"' ? quoted_cell(at) : plain_cell(at, at);

@@ -57,6 +57,8 @@ class BlockReader {
 
   // Gives a block with the next record only. False at the end.
   bool next_record(Block& block);
+  // Puts a block back, which is then read again.
+  void put_back(const Block& block);
 
  private:
   struct Ends {
@@ -106,12 +108,13 @@ class MarkFinder {
 
 // One record. It is valid until the next record, while the text and the parser exist.
 struct Record {
-  std::vector<std::string_view> cells;  // without quotes
-  std::string_view text;                // the source text
-  std::size_t end;                      // the start of the next record
-  std::uint64_t line;                   // the line of its start, from 0
-  bool is_open;                         // a quote is not closed
-  bool may_close;                       // more text may close the quote
+  std::vector<std::string_view> cells;   // without quotes
+  std::vector<std::string_view> tokens;  // of NDJSON: the cells as JSON
+  std::string_view text;                 // the source text
+  std::size_t end;                       // the start of the next record
+  std::uint64_t line;                    // the line of its start, from 0
+  std::string_view error;                // why it cannot be used; empty for a valid record
+  bool may_close;                        // more text may close the quote that is open
 };
 
 // Parses CSV: quoted cells, doubled quotes, line ends within quotes. Lines end with LF, CRLF or CR.

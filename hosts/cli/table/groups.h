@@ -11,11 +11,18 @@
 
 namespace cli {
 
+// A column of a group.
+struct GroupList {
+  std::vector<double> values;  // NaN is a missing value
+  bool has_kind = false;       // set by the first value
+  bool is_date = false;
+};
+
 // The rows that have the same keys.
 struct Group {
-  std::vector<std::vector<double>> lists;  // in the order of Plan::lists
-  std::string message;                     // the error of the first invalid row
-  std::uint64_t line;                      // of that row, or else of the first row
+  std::vector<GroupList> lists;  // in the order of Plan::lists
+  std::string message;           // the error of the first invalid row
+  std::uint64_t line;            // of that row, or else of the first row
 };
 
 class Groups {
@@ -27,11 +34,14 @@ class Groups {
   // Adds the records of a block. Returns their number.
   std::uint64_t add(const Block& block);
 
-  // Evaluates a range of groups. Groups are in the order of their first rows.
+  // Evaluates a range of groups and frees their lists. Groups are in the order of their first rows.
   void evaluate(Work& work, std::size_t first, std::size_t last);
 
  private:
   void add(const Record& record);
+  [[nodiscard]] std::string list_error(const GroupList& list, std::size_t column,
+                                       const Value& value) const;
+  void fill_block(Work& work, std::size_t first, std::size_t last);
 
   const Plan& plan_;
   std::uint64_t lines_ = 0;  // so far

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/cli/io/records.h"
+#include "hosts/cli/io/record_parser.h"
 
 namespace cli {
 
@@ -14,7 +14,8 @@ struct Header {
   std::uint64_t lines = 0;  // of the input, up to the end of the header
 };
 
-// Reads the first record that is not empty. Throws std::runtime_error.
-Header read_header(const InputFile& input, BlockReader& reader, char delimiter);
+// Reads the first record that is not empty. NDJSON has no header: the members of its first object
+// are the names, and the object is read again. Throws std::runtime_error.
+Header read_header(const InputFile& input, BlockReader& reader, const Shape& shape);
 
 }  // namespace cli

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <stdexcept>
 
 namespace cli {
@@ -35,55 +36,173 @@ std::vector<std::size_t> each_once(std::vector<std::size_t> indices) {
   return indices;
 }
 
-}  // namespace
+// The column that an option names.
+std::size_t find(const Columns& columns, std::string_view option, const std::string& name) {
+  try {
+    return columns.find(name);
+  } catch (const std::invalid_argument& error) {
+    throw std::runtime_error(fmt::format("{}: {}", option, error.what()));
+  }
+}
 
-Plan plan_of(const vxkernel::Kernel& kernel, const TableJob& job, std::vector<std::string> header) {
-  Plan plan{.kernel = kernel, .job = job, .header = std::move(header)};
-  Columns columns(plan.header);
-  const auto find = [&columns](const std::string& name) {
-    try {
-      return columns.find(name);
-    } catch (const std::invalid_argument& error) {
-      throw std::runtime_error(fmt::format("--by {}: {}", name, error.what()));
+// The columns that an option names: a list with commas, as a row of CSV. A name with a comma is in
+// double quotes, unless it is the only name.
+std::vector<std::size_t> find_all(const Columns& columns, std::string_view option,
+                                  const std::vector<std::string>& lists) {
+  std::vector<std::size_t> found;
+  for (const std::string& list : lists) {
+    const auto& names = columns.names();
+    std::vector<std::string> wanted;
+    if (std::ranges::find(names, list) != names.end()) {
+      wanted.push_back(list);
+    } else {
+      CsvParser parser(list, ',');
+      if (parser.next()) {
+        for (const auto cell : parser.record().cells) wanted.emplace_back(trim(cell));
+      }
+    }
+    for (const std::string& name : wanted) found.push_back(find(columns, option, name));
+  }
+  if (each_once(found).size() < found.size()) {
+    throw std::runtime_error(fmt::format("{}: a column is given twice", option));
+  }
+  return found;
+}
+
+struct Assignment {
+  std::optional<std::size_t> column;  // none: all columns
+  std::string format;
+};
+
+// [COLUMN=]FORMAT
+Assignment assignment_of(const Columns& columns, std::string_view option, const std::string& text) {
+  const std::size_t at = text.rfind('=');
+  if (at == text.npos) return {std::nullopt, text};
+  return {find(columns, option, text.substr(0, at)), text.substr(at + 1)};
+}
+
+// Sets the formats of the columns. A format without a column is for all columns, but the days of a
+// spreadsheet, which are numbers, are dates only in columns that an expression uses as dates.
+void set_formats(Plan& plan, const Columns& columns) {
+  plan.formats.resize(plan.width());
+  std::vector<std::size_t> dates;
+  for (const Expression& expression : plan.expressions) {
+    dates.insert(dates.end(), expression.dates.begin(), expression.dates.end());
+  }
+  const auto apply = [&](const Assignment& to, bool only_dates, auto&& set) {
+    for (std::size_t i = 0; i < plan.width(); ++i) {
+      const bool is_meant =
+          to.column ? *to.column == i : !only_dates || std::ranges::find(dates, i) != dates.end();
+      if (is_meant) set(plan.formats[i]);
     }
   };
-  std::ranges::transform(job.keys, std::back_inserter(plan.keys), find);
-  if (each_once(plan.keys).size() < plan.keys.size()) {
-    throw std::runtime_error("--by: a column is given twice");
+  const auto by_scope = [](const std::string& text) { return text.find('=') != text.npos; };
+  auto date_formats = plan.job.date_formats;  // a format of one column wins
+  auto number_formats = plan.job.number_formats;
+  std::ranges::stable_sort(date_formats, {}, by_scope);
+  std::ranges::stable_sort(number_formats, {}, by_scope);
+  try {
+    for (const std::string& text : date_formats) {
+      const Assignment to = assignment_of(columns, "--dates", text);
+      check_date_pattern(to.format);
+      apply(to, to.format == kExcelDates, [&](CellFormat& format) {
+        format.is_default = false;
+        format.dates = to.format;
+        format.accepts_iso = !to.column && !to.format.starts_with("%Y");
+      });
+    }
+    for (const std::string& text : number_formats) {
+      const Assignment to = assignment_of(columns, "--numbers", text);
+      const NumberFormat numbers = number_format_of(to.format);
+      apply(to, false, [&](CellFormat& format) {
+        format.is_default = false;
+        format.has_numbers = true;
+        format.numbers = numbers;
+      });
+    }
+  } catch (const std::invalid_argument& error) {
+    throw std::runtime_error(error.what());
   }
+}
+
+void set_output(Plan& plan, const Columns& columns) {
+  const TableJob& job = plan.job;
+  if (!job.selected.empty()) {
+    plan.output = find_all(columns, "--select", job.selected);
+    for (const std::size_t i : plan.output) {
+      if (columns.has_one_value(i)) continue;
+      throw std::runtime_error(
+          fmt::format("--select: {} has several values in a group", columns.names()[i]));
+    }
+  } else {
+    if (plan.is_grouped) plan.output = plan.keys;
+    for (std::size_t i = plan.is_grouped ? plan.width() : 0; i < plan.columns(); ++i) {
+      plan.output.push_back(i);
+    }
+  }
+  std::vector<std::size_t> numbers = find_all(columns, "--number", job.numbers);
+  for (const Expression& expression : plan.expressions) {
+    numbers.insert(numbers.end(), expression.numbers.begin(), expression.numbers.end());
+  }
+  for (const std::size_t i : plan.output) {
+    plan.output_names.push_back(columns.names()[i]);
+    plan.output_is_number.push_back(std::ranges::find(numbers, i) != numbers.end() ? 1 : 0);
+  }
+  if (job.on_error == OnError::kText) {
+    constexpr const char* kErrorColumn = "error";
+    if (std::ranges::find(plan.output_names, kErrorColumn) != plan.output_names.end()) {
+      throw std::runtime_error("--errors text adds the column error, which already exists");
+    }
+    plan.output_names.emplace_back(kErrorColumn);
+    plan.output_is_number.push_back(0);
+  }
+  plan.copies_records = !plan.is_grouped && job.selected.empty() && plan.width() > 0 &&
+                        job.from == InputFormat::kCsv && job.to == Format::kCsv;
+}
+
+}  // namespace
+
+Plan plan_of(const vxkernel::Kernel& kernel, const TableJob& job, const Shape& shape) {
+  Plan plan{.kernel = kernel, .job = job, .shape = shape};
+  Columns columns(shape.names);
+  plan.keys = find_all(columns, "--by", job.keys);
   plan.is_grouped = !job.keys.empty();
   for (const std::string& text : job.expressions) plan.is_grouped |= explained(text, uses_lists);
   if (plan.is_grouped) columns.group_by(plan.keys);
+  if (plan.is_grouped && !job.counters.empty()) {
+    throw std::runtime_error("--rows cannot be combined with --by or lists");
+  }
+  const auto use_cells = [&](const std::vector<std::size_t>& values) {
+    std::ranges::copy_if(values, std::back_inserter(plan.cells),
+                         [&](std::size_t i) { return columns.is_in_table(i); });
+  };
   std::size_t calls = 0;
+  for (const std::string& text : job.counters) {
+    plan.counters.push_back(explained(
+        text, [&](const std::string& line) { return parse_counter(line, columns, calls); }));
+    columns.add_result(plan.counters.back().name);
+    use_cells(plan.counters.back().values);
+  }
   for (const std::string& text : job.expressions) {
-    Expression expression = explained(
-        text, [&columns, &calls](const std::string& line) { return parse(line, columns, calls); });
+    plan.expressions.push_back(
+        explained(text, [&](const std::string& line) { return parse(line, columns, calls); }));
+    const Expression& expression = plan.expressions.back();
     columns.add_result(expression.name);
-    for (const std::size_t i : expression.values) {
-      if (columns.is_in_table(i)) plan.cells.push_back(i);
-    }
+    use_cells(expression.values);
     plan.lists.insert(plan.lists.end(), expression.lists.begin(), expression.lists.end());
-    plan.expressions.push_back(std::move(expression));
   }
   plan.cells = each_once(std::move(plan.cells));
   plan.lists = each_once(std::move(plan.lists));
+  set_formats(plan, columns);
+  set_output(plan, columns);
   return plan;
 }
 
-std::vector<std::string> output_names(const Plan& plan) {
-  std::vector<std::string> names = plan.is_grouped ? std::vector<std::string>() : plan.header;
-  if (plan.is_grouped) {
-    for (const std::size_t i : plan.keys) names.push_back(plan.header[i]);
-  }
-  for (const Expression& expression : plan.expressions) names.push_back(expression.name);
-  return names;
-}
-
 std::string record_error(const Plan& plan, const Record& record) {
-  if (record.is_open) return "the quote that opens in this line is not closed";
-  if (record.cells.size() == plan.header.size()) return {};
+  if (!record.error.empty()) return std::string(record.error);
+  if (record.cells.size() == plan.width()) return {};
   return fmt::format("the row has {} cell{}, the header has {}", record.cells.size(),
-                     record.cells.size() == 1 ? "" : "s", plan.header.size());
+                     record.cells.size() == 1 ? "" : "s", plan.width());
 }
 
 }  // namespace cli

@@ -1,5 +1,7 @@
 #include "hosts/cli/table/rows.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 
 namespace cli {
@@ -7,31 +9,144 @@ namespace {
 
 constexpr std::size_t kRowsAtOnce = 256;
 
+// The rows that counters make of one record: every combination of their values. The last counter
+// changes first. The bounds of a counter can use the counters before it.
+class Expansion {
+ public:
+  explicit Expansion(Work& work) : work_(work), levels_(work.plan.counters.size()) {}
+
+  // Starts with the values of the record in the evaluator. Returns an error message, or "".
+  std::string start() {
+    rows_ = 0;
+    error_.clear();
+    is_at_row_ = enter(0);
+    return error_;
+  }
+  [[nodiscard]] bool is_at_row() const noexcept { return is_at_row_; }
+  [[nodiscard]] double value(std::size_t counter) const noexcept {
+    return levels_[counter].value();
+  }
+
+  // Goes to the next row. Returns an error message, or "".
+  std::string next() {
+    is_at_row_ = advance(levels_.size());
+    if (is_at_row_ && ++rows_ == kMostRows) {
+      error_ = fmt::format("the row becomes more than {} rows", kMostRows);
+      is_at_row_ = false;
+    }
+    return error_;
+  }
+
+ private:
+  static constexpr std::uint64_t kMostRows = 1'000'000;
+
+  struct Level {
+    double first = 0.0;
+    double step = 1.0;
+    double count = 0.0;
+    double index = 0.0;
+    [[nodiscard]] double value() const noexcept { return first + index * step; }
+  };
+
+  // Starts the counters from a level on. False when they have no values.
+  bool enter(std::size_t level) {
+    if (level == levels_.size()) return true;
+    if (!set_bounds(level)) return false;
+    for (; levels_[level].index < levels_[level].count; ++levels_[level].index) {
+      publish(level);
+      if (enter(level + 1)) return true;
+      if (!error_.empty()) return false;
+    }
+    return false;
+  }
+
+  // Goes to the next values of the counters before a level, and starts those from the level on.
+  bool advance(std::size_t level) {
+    while (level-- > 0) {
+      for (++levels_[level].index; levels_[level].index < levels_[level].count;
+           ++levels_[level].index) {
+        publish(level);
+        if (enter(level + 1)) return true;
+        if (!error_.empty()) return false;
+      }
+    }
+    return false;
+  }
+
+  void publish(std::size_t level) {
+    work_.evaluator.values[work_.plan.width() + level] = {.number = levels_[level].value(),
+                                                          .kind = Value::Kind::kCount};
+  }
+
+  bool set_bounds(std::size_t level) {
+    const Counter& counter = work_.plan.counters[level];
+    const double first = bound(counter, *counter.first);
+    const double last = bound(counter, *counter.last);
+    const double step = counter.step == nullptr ? 1.0 : bound(counter, *counter.step);
+    if (!error_.empty()) return false;
+    if (step == 0.0) {
+      error_ = fmt::format("{}: the step is 0", counter.name);
+      return false;
+    }
+    // 0.1..0.3 step 0.1 has three values, although the quotient is just below 2.
+    constexpr double kTolerance = 1e-9;
+    const double steps = std::floor((last - first) / step + kTolerance);
+    levels_[level] = {first, step, steps + 1.0, 0.0};
+    return true;
+  }
+
+  double bound(const Counter& counter, const Node& node) {
+    if (!error_.empty()) return 0.0;
+    work_.evaluator.begin(true);
+    const Value value = node.evaluate(work_.evaluator);
+    if (work_.evaluator.failed) {
+      error_ = fmt::format("{}: {}", counter.name, work_.evaluator.error.message);
+    } else if (value.is_text() || !std::isfinite(value.number)) {
+      error_ = value.is_missing() ? fmt::format("{}: {} is missing", counter.name, node.source)
+                                  : fmt::format("{}: {} is {}: must be a number", counter.name,
+                                                node.source, format_for_message(value));
+    }
+    return value.number;
+  }
+
+  Work& work_;
+  std::vector<Level> levels_;
+  std::uint64_t rows_ = 0;
+  bool is_at_row_ = false;
+  std::string error_;
+};
+
 // Rows that are evaluated together, by columns where that is possible.
 class Batch {
  public:
-  explicit Batch(Work& work) : work_(work), columns_(work.columns) {}
+  explicit Batch(Work& work) : work_(work), expansion_(work) {}
 
-  // Reads the next records. Returns false at the end.
-  bool read(CsvParser& parser) {
-    records_.clear();
-    columns_.is_special.assign(kRowsAtOnce, 0);
-    columns_.used_temporaries = 0;
-    for (const std::size_t i : work_.plan.cells) {
-      columns_.columns[i].kind = BlockColumn::Kind::kNumber;
-      columns_.columns[i].numbers.resize(kRowsAtOnce);
+  // Reads the next rows. Returns false at the end.
+  bool read(RecordParser& parser) {
+    rows_.clear();
+    errors_.clear();
+    counters_.clear();
+    work_.begin_block(kRowsAtOnce + 1);  // one more for an error
+    if (expansion_.is_at_row()) work_.evaluator.values = suspended_;
+    while (rows_.size() < kRowsAtOnce) {
+      if (expansion_.is_at_row()) {
+        add_expanded(parser.record());
+      } else if (parser.next()) {
+        add(parser.record());
+      } else {
+        break;
+      }
     }
-    kinds_known_.assign(columns_.columns.size(), 0);
-    while (records_.size() < kRowsAtOnce && parser.next()) add(parser.record());
-    columns_.rows = records_.size();
-    return !records_.empty();
+    if (expansion_.is_at_row()) suspended_ = work_.evaluator.values;
+    work_.columns.rows = rows_.size();
+    return !rows_.empty();
   }
 
   // Evaluates the rows and appends them to the output.
   void evaluate() {
-    const bool has_columns = evaluate_columns();
-    for (std::size_t row = 0; row < records_.size() && !work_.is_stopped; ++row) {
-      if (has_columns && columns_.is_special[row] == 0) {
+    const bool has_columns = work_.evaluate_block();
+    for (std::size_t row = 0; row < rows_.size() && !work_.is_stopped; ++row) {
+      if (has_columns && work_.columns.is_special[row] == 0) {
         append_row(row);
       } else {
         evaluate_row(row);
@@ -40,117 +155,137 @@ class Batch {
   }
 
  private:
-  struct Kept {
+  static constexpr std::size_t kNoError = SIZE_MAX;
+  struct Row {
     std::string_view text;
     std::uint64_t line;
+    std::size_t error;  // in errors_
   };
 
   void add(const Record& record) {
-    const std::size_t row = records_.size();
-    records_.push_back({record.text, record.line});
-    if (!record_error(work_.plan, record).empty()) {
-      columns_.is_special[row] = 1;
-      return;
+    std::string error = record_error(work_.plan, record);
+    if (!work_.plan.counters.empty() && error.empty()) {
+      for (const std::size_t i : work_.plan.cells) {
+        work_.evaluator.values[i] = value_of_cell(record.cells[i], work_.plan.formats[i]);
+      }
+      error = expansion_.start();
+      if (error.empty()) return;
     }
-    for (const std::size_t i : work_.plan.cells) add_cell(i, row, record.cells[i]);
+    if (!error.empty()) return add_error(record, std::move(error));
+    const std::size_t row = add_row(record);
+    for (const std::size_t i : work_.plan.cells) {
+      const CellFormat& format = work_.plan.formats[i];
+      work_.store(i, row, value_of_cell(record.cells[i], format));
+    }
   }
 
-  // The first value of a column sets the kind of the column. A row with a value of another kind is
-  // special.
-  void add_cell(std::size_t index, std::size_t row, std::string_view cell) {
-    using Kind = BlockColumn::Kind;
-    BlockColumn& column = columns_.columns[index];
-    const Value value = value_of_cell(cell);
-    Kind kind = value.is_date() ? Kind::kDate : Kind::kNumber;
-    column.numbers[row] = value.number;
-    if (value.is_text()) {
-      const auto code = catalog::basis_of(value.word);
-      kind = Kind::kBasis;
-      column.numbers[row] = code ? *code : std::nan("");
-      if (!code) columns_.is_special[row] = 1;
+  // Adds the row that the expansion of the record is at.
+  void add_expanded(const Record& record) {
+    const std::size_t row = add_row(record);
+    for (const std::size_t i : work_.plan.cells) work_.store(i, row, work_.evaluator.values[i]);
+    for (std::size_t c = 0; c < work_.plan.counters.size(); ++c) {
+      counters_.push_back(expansion_.value(c));
+      work_.store(work_.plan.width() + c, row,
+                  {.number = expansion_.value(c), .kind = Value::Kind::kCount});
     }
-    if (std::isnan(column.numbers[row])) return;
-    if (kinds_known_[index] == 0) column.kind = kind;
-    kinds_known_[index] = 1;
-    if (column.kind != kind) columns_.is_special[row] = 1;
+    if (std::string error = expansion_.next(); !error.empty()) add_error(record, std::move(error));
   }
 
-  bool evaluate_columns() {
-    const Plan& plan = work_.plan;
-    for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
-      const BlockColumn* const result = plan.expressions[i].root->evaluate(columns_);
-      if (result == nullptr || result->kind == BlockColumn::Kind::kBasis) return false;
-      columns_.columns[plan.header.size() + i] = *result;
-    }
-    return true;
+  std::size_t add_row(const Record& record) {
+    rows_.push_back({record.text, record.line, kNoError});
+    return rows_.size() - 1;
   }
 
+  void add_error(const Record& record, std::string error) {
+    const std::size_t row = add_row(record);
+    work_.columns.is_special[row] = 1;
+    rows_[row].error = errors_.size();
+    errors_.push_back(std::move(error));
+    counters_.resize(rows_.size() * work_.plan.counters.size(), std::nan(""));
+  }
+
+  [[nodiscard]] Value counter(std::size_t row, std::size_t column) const {
+    const std::size_t count = work_.plan.counters.size();
+    return {.number = counters_[row * count + column - work_.plan.width()],
+            .kind = Value::Kind::kCount};
+  }
+
+  // Appends a row whose results are in the block.
   void append_row(std::size_t row) {
-    const Plan& plan = work_.plan;
-    const std::size_t width = plan.header.size();
-    append_cells(row);
-    for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
-      const BlockColumn& column = columns_.columns[width + i];
-      const bool is_date = column.kind == BlockColumn::Kind::kDate;
-      work_.format.value(
-          work_.out, width + i,
-          {.number = column.at(row), .kind = is_date ? Value::Kind::kDate : Value::Kind::kNumber});
-    }
-    work_.format.end(work_.out);
+    append(row, nullptr, [this, row](std::size_t column) {
+      return column < work_.plan.first_result() ? counter(row, column)
+                                                : work_.block_value(column, row);
+    });
     ++work_.rows;
-  }
-
-  // Appends the cells of a record that has as many cells as the header.
-  void append_cells(std::size_t row) {
-    if (work_.plan.job.format == Format::kCsv) {
-      work_.out += records_[row].text;
-      return;
-    }
-    CsvParser parser(records_[row].text, work_.plan.job.delimiter);
-    parser.next();
-    for (std::size_t i = 0; i < work_.plan.header.size(); ++i) {
-      work_.format.cell(work_.out, i, parser.record().cells[i]);
-    }
   }
 
   // Evaluates a row by itself. A row that fails gets its error message.
   void evaluate_row(std::size_t row) {
     const Plan& plan = work_.plan;
-    const std::size_t width = plan.header.size();
-    CsvParser parser(records_[row].text, plan.job.delimiter);
+    RecordParser parser(rows_[row].text, plan.shape);
     parser.next();
     const Record& record = parser.record();
-    const auto& cells = record.cells;
-    const std::string message = record_error(plan, record);
-    if (message.empty()) {
-      for (const std::size_t i : plan.cells) work_.evaluator.values[i] = value_of_cell(cells[i]);
-    }
-    if (!work_.is_kept(work_.evaluate(records_[row].line, message))) return;
-    if (message.empty() && plan.job.format == Format::kCsv) {
-      work_.out += record.text;
-    } else {
-      for (std::size_t i = 0; i < width; ++i) {
-        work_.format.cell(work_.out, i, i < cells.size() ? cells[i] : std::string_view());
+    const std::size_t error = rows_[row].error;
+    if (error == kNoError) {
+      for (const std::size_t i : plan.cells) {
+        work_.evaluator.values[i] = value_of_cell(record.cells[i], plan.formats[i]);
       }
     }
-    work_.append_results(width);
-    for (std::size_t i = width; i < cells.size(); ++i) {  // cells without a column are kept
-      work_.format.cell(work_.out, i + plan.expressions.size(), cells[i]);
+    for (std::size_t i = plan.width(); i < plan.first_result(); ++i) {
+      work_.evaluator.values[i] = counter(row, i);
     }
-    work_.format.end(work_.out);
+    const bool all_well =
+        work_.evaluate(rows_[row].line, error == kNoError ? std::string() : errors_[error]);
+    if (!work_.is_kept(all_well)) return;
+    append(row, &record, [this](std::size_t column) { return work_.evaluator.values[column]; });
+  }
+
+  // Appends the row to the output: the cells of the record, and value(column) for other columns.
+  // Without a record, the row is valid, and its record is parsed only if it is not copied.
+  void append(std::size_t row, const Record* record, auto&& value) {
+    const Plan& plan = work_.plan;
+    const bool is_valid = record == nullptr || record->cells.size() == plan.width();
+    const bool is_copied =
+        plan.copies_records && is_valid && (record == nullptr || record->error.empty());
+    if (is_copied) {
+      work_.out += rows_[row].text;
+      work_.append_row(
+          plan.width(), [](std::size_t, std::size_t) {}, value);
+      return work_.end_row();
+    }
+    RecordParser parser(rows_[row].text, plan.shape);
+    parser.next();
+    const Record& cells = parser.record();
+    work_.append_row(
+        0,
+        [&](std::size_t to, std::size_t column) {
+          const bool is_there = column < cells.cells.size();
+          const bool has_token = column < cells.tokens.size();
+          work_.format.cell(work_.out, to, is_there ? cells.cells[column] : std::string_view(),
+                            has_token ? cells.tokens[column] : std::string_view());
+        },
+        value);
+    if (plan.job.selected.empty()) {  // cells without a column are kept
+      for (std::size_t i = plan.width(); i < cells.cells.size(); ++i) {
+        work_.format.cell(work_.out, i + plan.output_names.size(), cells.cells[i]);
+      }
+    }
+    work_.end_row();
   }
 
   Work& work_;
-  BlockEvaluator& columns_;
-  std::vector<Kept> records_;
-  std::vector<char> kinds_known_;
+  Expansion expansion_;
+  std::vector<Row> rows_;
+  std::vector<std::string> errors_;
+  std::vector<double> counters_;  // by row
+  std::vector<Value> suspended_;  // of the evaluator, for the record that is being expanded
 };
 
 }  // namespace
 
 void evaluate_rows(Work& work) {
   work.clear();
-  CsvParser parser(work.block.text, work.plan.job.delimiter);
+  RecordParser parser(work.block.text, work.plan.shape);
   Batch batch(work);
   while (!work.is_stopped && batch.read(parser)) batch.evaluate();
   work.lines = parser.lines();

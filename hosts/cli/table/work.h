@@ -3,9 +3,9 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "hosts/cli/io/output.h"
@@ -13,87 +13,87 @@
 
 namespace cli {
 
-struct Work {
-  Work(const Plan& what, const RowFormat& shape) : plan(what), format(shape), calls(what.kernel) {
-    evaluator.values.resize(plan.header.size() + plan.expressions.size());
-    evaluator.lists.resize(plan.header.size());
-    columns.columns.resize(plan.header.size() + plan.expressions.size());
-    errors.resize(plan.expressions.size());
-  }
+// Why a row, or one of its expressions, failed.
+struct Failure {
+  std::uint64_t line;
+  std::string subject;           // the keys of the group
+  const Expression* expression;  // null: all of them
+  RowError error;
+};
 
-  void clear() {
-    out.clear();
-    diagnostics.clear();
-    lines = rows = failed_rows = 0;
-    is_stopped = false;
-  }
-
-  // Keeps the error message of a line, if it is one of the first. The message names the expression
-  // when there are several.
-  void add_error(std::uint64_t line, std::string_view message,
-                 const Expression* expression = nullptr) {
-    if (message.empty() || diagnostics.size() >= Diagnostics::kLimit) return;
-    const bool is_named = expression != nullptr && plan.expressions.size() > 1;
-    diagnostics.emplace_back(
-        line, fmt::format("{}{}{}", subject, is_named ? expression->name + ": " : "", message));
-  }
-
-  // Evaluates the expressions on the values and lists of the evaluator. With a message, all of them
-  // fail with it. Returns false when an expression failed.
-  bool evaluate(std::uint64_t line, std::string_view message = {}) {
-    bool all_well = true;
-    if (!message.empty()) add_error(line, message);
-    for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
-      Value& result = evaluator.values[plan.header.size() + i];
-      if (message.empty()) {
-        evaluator.begin(plan.job.on_error == OnError::kText ||
-                        diagnostics.size() < Diagnostics::kLimit);
-        result = plan.expressions[i].root->evaluate(evaluator);
-        if (!evaluator.failed) continue;
-        add_error(line, evaluator.message, &plan.expressions[i]);
-        errors[i].swap(evaluator.message);
-      } else {
-        errors[i] = message;
-      }
-      all_well = false;
-      result = {.kind = Value::Kind::kFailed};
-    }
-    ++rows;
-    failed_rows += all_well ? 0 : 1;
-    return all_well;
-  }
-
-  // Whether the row or group is written.
-  bool is_kept(bool all_well) {
-    is_stopped = !all_well && plan.job.on_error == OnError::kFail;
-    return all_well || (!is_stopped && plan.job.on_error != OnError::kSkip);
-  }
-
-  // Appends the results, of which the first is in `column`.
-  void append_results(std::size_t column) {
-    for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
-      Value value = evaluator.values[plan.header.size() + i];
-      if (value.is_failed() && plan.job.on_error == OnError::kText && !errors[i].empty()) {
-        value = {.word = errors[i], .kind = Value::Kind::kText};
-      }
-      format.value(out, column + i, value);
-    }
-  }
+class Work {
+ public:
+  Work(const Plan& what, const RowFormat& shape);
 
   const Plan& plan;
-  const RowFormat& format;
   Block block;
   BoundCalls calls;
-  Evaluator evaluator{.calls = calls};     // for single rows, and for groups
-  BlockEvaluator columns{.calls = calls};  // for blocks of rows
+  Evaluator evaluator{.calls = calls};     // for single rows or groups
+  BlockEvaluator columns{.calls = calls};  // for blocks of rows or groups
   std::string subject;                     // the keys of the group, for messages
-  std::vector<std::string> errors;         // by expression
   std::string out;
-  std::vector<std::pair<std::uint64_t, std::string>> diagnostics;  // lines and messages
+  std::vector<Failure> failures;
   std::uint64_t lines = 0;
   std::uint64_t rows = 0;
   std::uint64_t failed_rows = 0;
   bool is_stopped = false;
+
+  void clear();
+
+  // Before a block: its rows are not special, and its columns have no values.
+  void begin_block(std::size_t most_rows);
+  // Puts a value into a column of the block. The first value of a column sets the kind of the
+  // column. A row with a value of another kind is special.
+  void store(std::size_t index, std::size_t row, const Value& value) {
+    using Kind = BlockColumn::Kind;
+    BlockColumn& column = columns.columns[index];
+    double number = value.number;
+    Kind kind = kind_of(value);
+    if (value.is_text()) {
+      const auto code = catalog::basis_of(value.word);
+      kind = Kind::kBasis;
+      number = code ? *code : std::nan("");
+      if (!code) columns.is_special[row] = 1;
+    }
+    column.numbers[row] = number;
+    if (std::isnan(number)) return;
+    if (kinds_known_[index] == 0) column.kind = kind;
+    kinds_known_[index] = 1;
+    if (column.kind != kind) columns.is_special[row] = 1;
+  }
+  // Evaluates the expressions by columns. False when rows must be evaluated one by one.
+  bool evaluate_block();
+  // The value of a result in a block.
+  [[nodiscard]] Value block_value(std::size_t column, std::size_t row) const;
+
+  // Evaluates the expressions on the values and lists of the evaluator. With a message, all of them
+  // fail with it. Returns false when an expression failed.
+  bool evaluate(std::uint64_t line, const std::string& message = {});
+  // Whether the row or group is written.
+  bool is_kept(bool all_well);
+
+  // Appends a row of the output. cell(column) appends the cell of a column of the table.
+  void append_row(std::size_t first, auto&& cell, auto&& value) {
+    for (std::size_t i = first; i < plan.output.size(); ++i) {
+      const std::size_t column = plan.output[i];
+      if (column < plan.width()) {
+        cell(i, column);
+      } else {
+        format.value(out, i, value(column));
+      }
+    }
+    if (plan.job.on_error == OnError::kText) format.cell(out, plan.output.size(), row_message_);
+    row_message_.clear();
+  }
+  void end_row() { format.end(out); }
+
+  const RowFormat& format;
+
+ private:
+  void add_failure(std::uint64_t line, const RowError& error, const Expression* expression);
+
+  std::vector<char> kinds_known_;  // by column of the block
+  std::string row_message_;        // of the row that is being evaluated
 };
 
 }  // namespace cli

@@ -1,0 +1,114 @@
+#include "hosts/call/list_call.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <numeric>
+
+namespace host {
+namespace {
+
+bool is_list(const catalog::Argument& argument) noexcept {
+  return argument.presence == catalog::Presence::kRepeated ||
+         argument.presence == catalog::Presence::kAnyNumber;
+}
+
+}  // namespace
+
+bool ListCall::fits(const catalog::Keyword& keyword, std::span<const ListArgument> arguments) {
+  const auto parameters = keyword.arguments();
+  if (arguments.size() > parameters.size()) return false;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    if (i >= arguments.size()) {
+      if (parameters[i].presence != catalog::Presence::kOptional) return false;
+    } else if (arguments[i].is_list != is_list(parameters[i])) {
+      return false;
+    }
+  }
+  return true;
+}
+
+ListCall::ListCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword,
+                   std::span<const ListArgument> arguments)
+    : kernel_(kernel), keyword_(keyword), arguments_(arguments.begin(), arguments.end()) {
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    if (arguments_[i].is_list && parameter(i).is_date()) {
+      date_list_ = static_cast<std::int32_t>(i + 1);
+    }
+  }
+}
+
+// Whether the group has only values that a checked call accepts before it calls the module.
+bool ListCall::is_valid(std::span<const std::int64_t> offsets, std::size_t group) const {
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    const ListArgument& argument = arguments_[i];
+    if (!parameter(i).is_date()) {
+      if (argument.is_date) return false;
+      continue;
+    }
+    const bool is_valid_day =
+        argument.is_list ? std::none_of(argument.values + offsets[group],
+                                        argument.values + offsets[group + 1], is_beyond_calendar)
+                         : !is_beyond_calendar(argument.values[argument.is_constant ? 0 : group]);
+    if (!is_valid_day) return false;
+  }
+  return true;
+}
+
+void ListCall::run(std::span<const std::int64_t> offsets, std::span<double> results) const {
+  std::vector<vxk_column> columns;
+  for (const ListArgument& argument : arguments_) {
+    columns.push_back(argument.is_constant ? vxkernel::constant(argument.values)
+                                           : vxkernel::column(argument.values, argument.is_list));
+  }
+  vxk_results to{};
+  to.size = sizeof to;
+  to.values = results.data();
+  vxk_options options{};
+  options.size = sizeof options;
+  options.date_list = date_list_;
+  const int status =
+      kernel_.evaluate_lists(std::string(keyword_.word), columns, offsets, to, &options);
+  if (status == VXK_OUT_OF_MEMORY) throw std::bad_alloc();
+  for (std::size_t group = 0; group < results.size(); ++group) {
+    const bool is_rate = keyword_.description.searches && results[group] == catalog::kLowestRate;
+    if (status != VXK_OK || is_rate || !is_valid(offsets, group)) results[group] = std::nan("");
+  }
+}
+
+std::string ListCall::error_message(std::span<const std::int64_t> offsets,
+                                    std::size_t group) const {
+  const std::int64_t first = offsets[group];
+  std::vector<std::int64_t> order(static_cast<std::size_t>(offsets[group + 1] - first));
+  std::iota(order.begin(), order.end(), first);
+  if (date_list_ != 0) {
+    const double* const dates = arguments_[static_cast<std::size_t>(date_list_) - 1].values;
+    std::ranges::stable_sort(order, {}, [dates](std::int64_t i) { return dates[i]; });
+  }
+  const double* const amounts = std::ranges::find_if(arguments_, &ListArgument::is_list)->values;
+  std::erase_if(order, [amounts](std::int64_t i) { return std::isnan(amounts[i]); });
+
+  std::vector<Value> values;
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    const ListArgument& argument = arguments_[i];
+    const bool is_date = argument.is_date || parameter(i).is_date();
+    const auto add = [&](double number) {
+      values.push_back(
+          {.number = number, .kind = is_date ? Value::Kind::kDate : Value::Kind::kNumber});
+    };
+    if (argument.is_list) {
+      for (const std::int64_t at : order) add(argument.values[at]);
+    } else {
+      add(argument.values[argument.is_constant ? 0 : group]);
+    }
+  }
+  if (const auto error = CheckedCall::arity_error(keyword_, values.size())) return *error;
+  CheckedCall call(kernel_, keyword_, values.size());
+  call.begin();
+  for (std::size_t i = 0; i < values.size(); ++i) call.set(i + 1, values[i]);
+  const CallResult result = call.run();
+  // Flows of one date, added up, may have no rate where the single flows have one.
+  return call.error_message(result.ok() ? CallResult{Status::kNoResult} : result, values);
+}
+
+}  // namespace host

@@ -1,0 +1,88 @@
+#include "hosts/cli/table/work.h"
+
+#include <cmath>
+
+namespace cli {
+
+using Kind = BlockColumn::Kind;
+
+Work::Work(const Plan& what, const RowFormat& shape)
+    : plan(what), calls(what.kernel), format(shape) {
+  evaluator.values.resize(plan.columns());
+  evaluator.lists.resize(plan.width());
+  columns.columns.resize(plan.columns());
+  columns.lists.resize(plan.width());
+}
+
+void Work::clear() {
+  out.clear();
+  failures.clear();
+  lines = rows = failed_rows = 0;
+  is_stopped = false;
+}
+
+void Work::begin_block(std::size_t most_rows) {
+  columns.is_special.assign(most_rows, 0);
+  columns.used_temporaries = 0;
+  for (BlockColumn& column : columns.columns) {
+    column.kind = Kind::kNumber;
+    column.is_constant = false;
+    column.numbers.resize(most_rows);
+  }
+  kinds_known_.assign(columns.columns.size(), 0);
+}
+
+bool Work::evaluate_block() {
+  for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
+    const BlockColumn* const result = plan.expressions[i].root->evaluate(columns);
+    if (result == nullptr || result->kind == Kind::kBasis) return false;
+    columns.columns[plan.first_result() + i] = *result;
+  }
+  return true;
+}
+
+Value Work::block_value(std::size_t index, std::size_t row) const {
+  const BlockColumn& column = columns.columns[index];
+  auto kind = Value::Kind::kNumber;
+  if (column.kind == Kind::kDate) kind = Value::Kind::kDate;
+  if (column.kind == Kind::kCount) kind = Value::Kind::kCount;
+  return {.number = column.at(row), .kind = kind};
+}
+
+// Keeps the failures that are reported: the first ones, or all of them if a file takes them.
+void Work::add_failure(std::uint64_t line, const RowError& error, const Expression* expression) {
+  if (error.message.empty()) return;
+  if (plan.job.on_error == OnError::kText) {
+    row_message_ += (row_message_.empty() ? "" : "; ") + error.message;
+  }
+  if (plan.job.errors_file.empty() && failures.size() >= Diagnostics::kLimit) return;
+  failures.push_back({line, subject, expression, error});
+}
+
+bool Work::evaluate(std::uint64_t line, const std::string& message) {
+  const bool needs_all = plan.job.on_error == OnError::kText || !plan.job.errors_file.empty();
+  bool all_well = message.empty();
+  row_message_.clear();
+  add_failure(line, {.message = message}, nullptr);
+  for (std::size_t i = 0; i < plan.expressions.size(); ++i) {
+    Value& result = evaluator.values[plan.first_result() + i];
+    if (message.empty()) {
+      evaluator.begin(needs_all || failures.size() < Diagnostics::kLimit);
+      result = plan.expressions[i].root->evaluate(evaluator);
+      if (!evaluator.failed) continue;
+      add_failure(line, evaluator.error, &plan.expressions[i]);
+    }
+    all_well = false;
+    result = {.kind = Value::Kind::kFailed};
+  }
+  ++rows;
+  failed_rows += all_well ? 0 : 1;
+  return all_well;
+}
+
+bool Work::is_kept(bool all_well) {
+  is_stopped = !all_well && plan.job.on_error == OnError::kFail;
+  return all_well || (!is_stopped && plan.job.on_error != OnError::kSkip);
+}
+
+}  // namespace cli
