@@ -18,5 +18,8 @@ expect 'null text skip fail' --errors ''
 expect '--describe --delimiter --definitions' --de
 expect ndjson -i bonds.csv -t nd
 expect '' PRICE 20
+expect 'YIELD YIELDDISC YIELDMAT' --json yie
+expect '' -e x=1 yie
+expect 'tsv table' --to t
 LC_ALL=C.UTF-8  # here the upper case of ı is I; in Turkish, that of i is İ
 expect '' ırr
