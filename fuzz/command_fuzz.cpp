@@ -9,7 +9,9 @@
 #include <stdexcept>
 
 #include "hosts/cli/expression/expression.h"
+#include "hosts/cli/io/cell_format.h"
 #include "hosts/cli/io/output.h"
+#include "hosts/cli/io/record_parser.h"
 #include "hosts/cli/io/records.h"
 #include "hosts/cli/io/tsv.h"
 #include "hosts/cli/single_call.h"
@@ -35,7 +37,7 @@ void try_call(const vxkernel::Kernel& kernel, const std::string& line) {
     const cli::Value value = cli::value_of(word);
     std::string text;
     append_value(text, value);
-    demand(value.is_text() ? text == word : same(cli::value_of_cell(text).number, value.number));
+    demand(value.is_text() ? text == word : same(host::value_of_cell(text).number, value.number));
   }
   if (words.empty()) return;
   const cli::SingleResult outcome = cli::evaluate(kernel, words);
@@ -55,7 +57,7 @@ void try_table(const std::string& text) {
     demand(record.end > end && record.end <= text.size());
     end = record.end;
     const cli::RowFormat format(cli::Format::kCsv, ',', cli::kAllDigits,
-                                std::vector<std::string>(record.cells.size()));
+                                std::vector<std::string>(record.cells.size()), {});
     std::string row;
     tsv.clear();
     for (std::size_t i = 0; i < record.cells.size(); ++i) {
@@ -72,25 +74,59 @@ void try_table(const std::string& text) {
   }
 }
 
+// Reads the text as a cell in other formats, as a JSON object and as a counter.
+void try_formats(const std::string& text) {
+  cli::CellFormat format{.dates = "%d/%m/%Y", .is_default = false};
+  const cli::Value date = formatted_value(text, format);
+  demand(!date.is_date() || !cli::is_beyond_calendar(date.number));
+  format = {.dates = std::string(cli::kExcelDates), .has_numbers = true, .is_default = false};
+  format.numbers = {'.', ','};
+  formatted_value(text, format);
+  try {
+    cli::Shape shape{cli::InputFormat::kNdjson, ',', cli::member_names(text)};
+    cli::RecordParser parser(text, shape);
+    while (parser.next()) demand(parser.record().cells.size() == shape.names.size());
+  } catch (const std::invalid_argument&) {  // not a JSON object
+  }
+  try {
+    std::size_t count = 0;
+    cli::parse_counter(text, cli::Columns({"a", "b"}), count);
+  } catch (const cli::SyntaxError& error) {
+    demand(error.at <= text.size() && error.length > 0);
+  }
+}
+
+const std::vector<double> kAmounts = {-100, 60, 60};
+const std::vector<double> kDates = {26067, 25000, 26067};
+
 void try_expression(const vxkernel::Kernel& kernel, const std::string& text) {
   try {
     cli::BoundCalls calls(kernel);
     std::size_t count = 0;
     cli::Evaluator evaluator{.calls = calls,
-                             .values = {{.number = 2.5}, cli::value_of("2031-05-15")}};
+                             .values = {{.number = 2.5}, cli::value_of("2031-05-15")},
+                             .lists = {{kAmounts, false}, {kDates, true}}};
     const cli::Expression expression = parse(text, cli::Columns({"a", "b"}), count);
     evaluator.begin(true);
     expression.root->evaluate(evaluator);
-    demand(evaluator.failed || evaluator.message.empty());
+    demand(evaluator.failed || evaluator.error.message.empty());
     // If columns are evaluated, a row that is not special must have the same result.
     cli::BlockEvaluator block{.calls = calls, .rows = 2};
     block.columns = {{.numbers = {2.5, 2.5}}, {.numbers = {26067, 26067}}};
     block.columns[1].kind = cli::BlockColumn::Kind::kDate;
+    block.lists.resize(2);
+    for (int group = 0; group < 2; ++group) {
+      block.lists[0].values.insert(block.lists[0].values.end(), kAmounts.begin(), kAmounts.end());
+      block.lists[1].values.insert(block.lists[1].values.end(), kDates.begin(), kDates.end());
+    }
+    block.lists[1].is_date = true;
+    block.offsets = {0, 3, 6};
     block.is_special = {0, 0};
     evaluator.begin(false);
     const cli::Value alone = expression.root->evaluate(evaluator);
     const cli::BlockColumn* const column = expression.root->evaluate(block);
     if (column == nullptr || block.is_special[1] != 0) return;
+    if (std::isnan(column->at(1)) && alone.is_missing() && !evaluator.failed) return;
     demand(!evaluator.failed && same(column->at(1), alone.number) &&
            (column->kind == cli::BlockColumn::Kind::kDate) == alone.is_date());
   } catch (const cli::SyntaxError& error) {
@@ -105,6 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(data, data + size);
   try_call(kernel, text);
   try_table(text);
+  try_formats(text);
   try_expression(kernel, text);
   return 0;
 }

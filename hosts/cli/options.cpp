@@ -309,14 +309,19 @@ bool set_job(const CLI::App& app, Options& options) {
     options.job = job;
     ++count;
   }
-  if (count < 2) return count == 1;
-  if (is_given(app, "-e") && !options.words.empty()) {
+  // Options end at the first word: an expression without -e, or a column after a blank.
+  const auto is_expression = [](const std::string& word) {
+    return word == "-e" || word == "--expression";
+  };
+  if (!options.words.empty() &&
+      (is_given(app, "-e") || std::ranges::any_of(options.words, is_expression))) {
     throw CLI::ParseError(
         fmt::format("unexpected argument {}: write -e before each expression, and names of columns "
                     "with commas between",
                     options.words[0]),
         kUsage);
   }
+  if (count < 2) return count == 1;
   throw CLI::ParseError(std::string("give only one of ") + kJobs, kUsage);
 }
 

@@ -45,10 +45,9 @@ SingleResult evaluate(const vxkernel::Kernel& kernel, std::span<const std::strin
     return failed(fmt::format("{}: {}", keyword->word, call.error_message(result, values)));
   }
   SingleResult printed{true, {}, false};
-  const bool is_date = result.value.is_date() && append_date(printed.text, result.value.number);
-  if (!is_date) append_digits(printed.text, result.value.number, decimals);
+  append_value(printed.text, result.value, decimals);
   if (printed.text.empty()) printed.text.append(kMissingWord);
-  printed.is_number = !is_date && std::isfinite(result.value.number);
+  printed.is_number = !result.value.is_date() && !result.value.is_missing();
   return printed;
 }
 

@@ -52,6 +52,7 @@ class Parser {
     result.name = token().text;
     demand_new(result.name, token().length);
     at_ += 2;
+    is_counter_ = true;
     result.first = value();
     expect("..");
     result.last = value();
@@ -194,7 +195,7 @@ class Parser {
         }
         [[fallthrough]];
       case kQuotedName: {
-        if (tokens_[at_ + 1].is("..") || tokens_[at_ + 1].is("[]")) {
+        if ((tokens_[at_ + 1].is("..") && !is_counter_) || tokens_[at_ + 1].is("[]")) {
           ++at_;
           refuse("a list is only allowed as an argument of a function");
         }
@@ -430,6 +431,7 @@ class Parser {
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
   int depth_ = 0;
+  bool is_counter_ = false;  // .. is after a value, and not between two columns
   std::vector<std::size_t> values_;
   std::vector<std::size_t> lists_;
   std::vector<std::size_t> dates_;

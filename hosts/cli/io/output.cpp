@@ -37,11 +37,11 @@ bool is_json_number(std::string_view text) {
 // A cell of a column of numbers as JSON; empty when it is not a number, or a whole number that is
 // beyond the exact doubles.
 std::string json_number(std::string_view text) {
-  constexpr double kLargestExact = 0x1p53;
+  constexpr double kFirstInexact = 0x1p53;  // above it, doubles skip whole numbers
   const Value value = value_of_cell(text);
   if (value.is_text() || value.is_date() || value.is_missing()) return {};
   const bool is_whole = value.number == std::trunc(value.number);
-  if (is_whole && std::fabs(value.number) > kLargestExact) return {};
+  if (is_whole && std::fabs(value.number) >= kFirstInexact) return {};
   if (is_json_number(text)) return std::string(text);
   std::string digits;
   append_digits(digits, value.number);

@@ -46,7 +46,6 @@ class LineParser {
   std::uint64_t line_ = 0;
   Record record_{};
   std::vector<std::string> cells_;
-  std::vector<std::string> tokens_;
   std::string error_;
 };
 

@@ -45,7 +45,14 @@ class Expansion {
     double step = 1.0;
     double count = 0.0;
     double index = 0.0;
-    [[nodiscard]] double value() const noexcept { return first + index * step; }
+    // 0.1..0.3 step 0.1 has 0.3, and not the 0.30000000000000004 that doubles make of 3 * 0.1.
+    [[nodiscard]] double value() const noexcept {
+      constexpr double kDecimals = 1e10;
+      constexpr double kTolerance = 1e-15;
+      const double exact = first + index * step;
+      const double rounded = std::round(exact * kDecimals) / kDecimals;
+      return std::fabs(rounded - exact) <= kTolerance * std::fabs(exact) ? rounded : exact;
+    }
   };
 
   // Starts the counters from a level on. False when they have no values.

@@ -1,6 +1,7 @@
 #include "hosts/cli/table/table.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <deque>
@@ -130,6 +131,9 @@ class Source {
 }  // namespace
 
 ExitCode evaluate_table(const vxkernel::Kernel& kernel, const TableJob& job) {
+  if (job.has_input && job.input == "-" && ::isatty(STDIN_FILENO) != 0) {
+    say("finance: reading the table from standard input; -i FILE reads a file\n");
+  }
   Source source(job);
   const Plan plan = plan_of(kernel, job, source.shape());
   const RowFormat format(job.to, job.delimiter, job.decimals, plan.output_names,
