@@ -31,6 +31,7 @@ void Groups::fill_block(Work& work, std::size_t first, std::size_t last) {
     split_line(key, Escape::kBackslash, keys);
     for (std::size_t i = 0; i < plan_.keys.size(); ++i) {
       const std::size_t column = plan_.keys[i];
+      if (!std::ranges::binary_search(plan_.cells, column)) continue;  // no expression uses it
       work.store(column, g - first, value_of_cell(keys[i], plan_.formats[column]));
     }
     if (!group.message.empty()) block.is_special[g - first] = 1;

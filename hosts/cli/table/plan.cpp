@@ -105,6 +105,7 @@ void set_formats(Plan& plan, const Columns& columns) {
     for (const std::string& text : date_formats) {
       const Assignment to = assignment_of(columns, "--dates", text);
       check_date_pattern(to.format);
+      if (to.format != kExcelDates) plan.date_form = to.format;
       apply(to, to.format == kExcelDates, [&](CellFormat& format) {
         format.is_default = false;
         format.dates = to.format;

@@ -25,6 +25,7 @@ struct Plan {
   std::vector<std::size_t> output{};        // the columns of the output
   std::vector<std::string> output_names{};  // with the column of error messages, if it is wanted
   std::vector<char> output_is_number{};     // in NDJSON
+  std::string date_form{};  // the pattern of --dates, for error messages; empty: YYYY-MM-DD
   bool is_grouped = false;
   bool copies_records = false;  // a row of the output starts with the text of the record
 

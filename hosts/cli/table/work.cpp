@@ -49,14 +49,23 @@ Value Work::block_value(std::size_t index, std::size_t row) const {
   return {.number = column.at(row), .kind = kind};
 }
 
+// Messages name the form of dates that the user has chosen.
+std::string Work::with_date_form(std::string message) const {
+  constexpr std::string_view kDefaultForm = "(YYYY-MM-DD)";
+  const std::size_t at = message.find(kDefaultForm);
+  if (plan.date_form.empty() || at == message.npos) return message;
+  return message.replace(at, kDefaultForm.size(), '(' + plan.date_form + ')');
+}
+
 // Keeps the failures that are reported: the first ones, or all of them if a file takes them.
 void Work::add_failure(std::uint64_t line, const RowError& error, const Expression* expression) {
   if (error.message.empty()) return;
   if (plan.job.on_error == OnError::kText) {
-    row_message_ += (row_message_.empty() ? "" : "; ") + error.message;
+    row_message_ += (row_message_.empty() ? "" : "; ") + with_date_form(error.message);
   }
   if (plan.job.errors_file.empty() && failures.size() >= Diagnostics::kLimit) return;
   failures.push_back({line, subject, expression, error});
+  failures.back().error.message = with_date_form(error.message);
 }
 
 bool Work::evaluate(std::uint64_t line, const std::string& message) {

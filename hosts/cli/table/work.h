@@ -90,6 +90,7 @@ class Work {
   const RowFormat& format;
 
  private:
+  [[nodiscard]] std::string with_date_form(std::string message) const;
   void add_failure(std::uint64_t line, const RowError& error, const Expression* expression);
 
   std::vector<char> kinds_known_;  // by column of the block
