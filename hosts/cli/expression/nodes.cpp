@@ -104,6 +104,11 @@ RowError not_finite(const Operand& operand) {
   return {.message = fmt::format("{}: the result is infinite or not a number", operand.source)};
 }
 
+RowError not_in_calendar(const Operand& operand) {
+  return {.message =
+              fmt::format("{}: the date is before 0000-01-01 or after 9999-12-31", operand.source)};
+}
+
 double number_operand(const Node& node, Evaluator& in, Value& value) {
   value = node.evaluate(in);
   if (value.is_text()) in.fail([&] { return not_a_number(node, value); });
@@ -155,8 +160,10 @@ class Binary : public Node {
       const double a = left->at(i);
       const double b = right->at(i);
       to.numbers[i] = compute(a, b);
-      // Missing operands give a missing result. Any other result that is not finite fails.
+      // Missing operands give a missing result. Any other result that is not finite fails, and so
+      // does a date outside the calendar.
       if (!std::isfinite(to.numbers[i]) && !std::isnan(a) && !std::isnan(b)) in.is_special[i] = 1;
+      if (to.kind == Kind::kDate && is_beyond_calendar(to.numbers[i])) in.is_special[i] = 1;
     }
     return &to;
   }
@@ -183,9 +190,9 @@ class Arithmetic : public Binary {
     if (!std::isfinite(result) && !std::isnan(left.number) && !std::isnan(right.number)) {
       in.fail([this] { return not_finite(*this); });
     }
-    return {.number = result,
-            .kind = is_date(left.is_date(), right.is_date()) ? Value::Kind::kDate
-                                                             : Value::Kind::kNumber};
+    const bool is_day = is_date(left.is_date(), right.is_date());
+    if (is_day && is_beyond_calendar(result)) in.fail([this] { return not_in_calendar(*this); });
+    return {.number = result, .kind = is_day ? Value::Kind::kDate : Value::Kind::kNumber};
   }
 
   const BlockColumn* evaluate(BlockEvaluator& in) const override {
