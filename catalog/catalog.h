@@ -218,7 +218,7 @@ class CallValues {
   CallValues(const Keyword& keyword, std::span<const double> values) noexcept
       : keyword_(keyword), values_(values) {}
 
-  // NaN if the call has no such argument, or if it is missing.
+  // NaN if the call does not have the argument, or if it is missing.
   [[nodiscard]] double operator[](std::string_view name) const noexcept {
     const auto list = all(name);
     return list.empty() ? std::numeric_limits<double>::quiet_NaN() : list.front();

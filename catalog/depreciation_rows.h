@@ -49,12 +49,13 @@ inline constexpr Keyword kDepreciation[] = {
      {cost, salvage, whole_life, period.at_most_the("life", 1),
       whole("month", "number of months in the first year").at_least(1).optional("12")},
      {.title = "fixed-declining-balance depreciation for one period",
-      .summary = "Returns the depreciation of one year at a fixed rate on the remaining value. The "
-                 "rate is rounded to three decimals. If the first year has fewer than 12 months, "
-                 "the remaining months are in period life + 1. If it has 12 months, the result for "
-                 "period life + 1 is 0. More than 12 months are not an error, but the result for "
-                 "period life + 1 is then negative. A salvage of 0 gives a rate of 1. If cost is "
-                 "0, or if cost and salvage have opposite signs, the result is the missing value.",
+      .summary =
+          "Returns the depreciation of one year at a fixed rate on the remaining value. The rate "
+          "is rounded to three decimals. If the first year has fewer than 12 months, the remaining "
+          "months are in period life + 1. If it has 12 months, the result for period life + 1 is "
+          "0. More than 12 months are not an error, but the result for period life + 1 is then "
+          "negative. A salvage of 0 gives a rate of 1. If cost is 0, or if cost and salvage have "
+          "opposite signs, the result is not a number, which is an error.",
       .result = "amount, in the currency of the cost",
       .formula = "r = 1 - (salvage / cost)^(1 / life), rounded to three decimals\n"
                  "taken = the depreciation of all earlier periods\n"

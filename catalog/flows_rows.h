@@ -63,12 +63,11 @@ inline constexpr Keyword kFlows[] = {
      kAmount,
      {any_rate.named("rate", "yearly rate as a fraction (0.05 is 5 %)"), amount, flow_date},
      {.title = "net present value of dated amounts",
-      .summary =
-          "Returns the net present value of dated amounts on the first date in the list. A year "
-          "counts as 365 days. Give all amounts first, and then their dates in the same order. "
-          "Amounts with earlier dates are compounded instead of discounted. The rate may be 0 or "
-          "negative, but must be greater than -1 for a meaningful result: a rate of -1 can give an "
-          "infinite result, and a rate below -1 gives the missing value or a meaningless number.",
+      .summary = "Returns the net present value of dated amounts on the first date in the list. A "
+                 "year counts as 365 days. Give all amounts first, and then their dates in the "
+                 "same order. Amounts with earlier dates are compounded instead of discounted. The "
+                 "rate may be 0 or negative, but must be greater than -1 for a meaningful result. "
+                 "A rate of -1 or below is an error or gives a meaningless number.",
       .result = "amount, in the currency of the amounts",
       .formula = "sum of amount k / (1 + rate)^((date k - date 1) / 365) for k = 1, 2, ...",
       .example = "0.1 -1000 -9000 20000 -3000 2015-06-11 2015-07-21 2018-06-10 2015-10-17",

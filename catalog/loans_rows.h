@@ -115,8 +115,7 @@ inline constexpr Keyword kLoans[] = {
      {.title = "present value of level payments",
       .summary = "Returns the value today of level payments and a future value. The rate may be 0 "
                  "or negative, but must be greater than -1; the other loan functions accept only a "
-                 "rate greater than 0. With a rate of 0, the result is the missing value, not the "
-                 "sum of the payments.",
+                 "rate greater than 0. A rate of 0 is an error: the result is then not a number.",
       .result = "amount, negative if you pay it",
       .formula = "-fv * (1 + rate)^-nper - pmt * (1 + rate * type) * (1 - (1 + rate)^-nper) / rate",
       .example = "0.006666666666666667 240 500 0 0",
@@ -187,7 +186,7 @@ inline constexpr Keyword kLoans[] = {
      {.title = "effective yearly rate from a nominal rate",
       .summary = "Returns the effective yearly rate of a nominal rate that is compounded npery "
                  "times per year. The rate may be 0 or negative. If it is below -npery, the result "
-                 "is the missing value.",
+                 "is not a number, which is an error.",
       .result = "yearly rate as a fraction",
       .formula = "(1 + nominal_rate / npery)^npery - 1",
       .example = "0.0525 4",
@@ -198,9 +197,10 @@ inline constexpr Keyword kLoans[] = {
      kRate,
      {number("effect_rate", "effective yearly rate as a fraction (0.05 is 5 %)"), npery},
      {.title = "nominal yearly rate from an effective rate",
-      .summary = "Returns the nominal yearly rate that gives an effective rate when it is "
-                 "compounded npery times per year. NOMINAL is the inverse of EFFECT. The rate may "
-                 "be 0 or negative. If it is below -1, the result is the missing value.",
+      .summary =
+          "Returns the nominal yearly rate that gives an effective rate when it is compounded "
+          "npery times per year. NOMINAL is the inverse of EFFECT. The rate may be 0 or negative. "
+          "If it is below -1, the result is not a number, which is an error.",
       .result = "yearly rate as a fraction",
       .formula = "npery * ((1 + effect_rate)^(1 / npery) - 1)",
       .example = "0.053543 4",

@@ -29,7 +29,7 @@ inline constexpr Keyword kSecurities[] = {
      Task::kSchedules,
      kDays,
      {settlement, maturity, frequency, basis},
-     {.title = "days in the coupon period that holds settlement",
+     {.title = "days in the coupon period that contains settlement",
       .summary = "Returns the number of days in the coupon period that contains settlement. The "
                  "days are counted only under ACTUAL; the other bases have periods of a fixed "
                  "length. A settlement on a coupon date belongs to the period that starts on this "
@@ -63,12 +63,12 @@ inline constexpr Keyword kSecurities[] = {
      kDate,
      {settlement, maturity, frequency, basis},
      {.title = "next coupon date after settlement",
-      .summary =
-          "Returns the first coupon date after settlement. The basis does not change the result. "
-          "Coupon dates are counted back from maturity in steps of 12 / frequency months. If "
-          "maturity is the last day of a month, all coupon dates are month ends. If settlement "
-          "equals maturity, the result is 0, which is the date 1960-01-01. A coupon date before "
-          "1582 or after 28 February 4000 is returned as the missing value or as a wrong date.",
+      .summary = "Returns the first coupon date after settlement. The basis does not change the "
+                 "result. Coupon dates are counted back from maturity in steps of 12 / frequency "
+                 "months. If maturity is the last day of a month, all coupon dates are month ends. "
+                 "If settlement equals maturity, the result is 0, which is the date 1960-01-01. A "
+                 "coupon date before 1582 is an error, and so is 29 February 4000. A coupon date "
+                 "after that is returned one day early.",
       .result = "date",
       .formula = "first date after settlement among maturity and the dates\n"
                  "k * 12 / frequency months before it, k = 1, 2, ...",
@@ -97,12 +97,12 @@ inline constexpr Keyword kSecurities[] = {
      kDate,
      {settlement, maturity, frequency, basis},
      {.title = "last coupon date on or before settlement",
-      .summary =
-          "Returns the last coupon date on or before settlement. The basis does not change the "
-          "result. Coupon dates are counted back from maturity in steps of 12 / frequency months. "
-          "If maturity is the last day of a month, all coupon dates are month ends. If settlement "
-          "equals maturity, the result is 0, which is the date 1960-01-01. A coupon date before "
-          "1582 or after 28 February 4000 is returned as the missing value or as a wrong date.",
+      .summary = "Returns the last coupon date on or before settlement. The basis does not change "
+                 "the result. Coupon dates are counted back from maturity in steps of 12 / "
+                 "frequency months. If maturity is the last day of a month, all coupon dates are "
+                 "month ends. If settlement equals maturity, the result is 0, which is the date "
+                 "1960-01-01. A coupon date before 1582 is an error, and so is 29 February 4000. A "
+                 "coupon date after that is returned one day early.",
       .result = "date",
       .formula = "last date on or before settlement among the dates\n"
                  "k * 12 / frequency months before maturity, k = 1, 2, ...",
@@ -268,9 +268,9 @@ inline constexpr Keyword kSecurities[] = {
           "Returns the price of a bond whose last coupon period is shorter or longer than the "
           "others, for a settlement in this period. The price is discounted at simple interest. "
           "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the price is "
-          "infinite if last_interest is exactly one coupon period before maturity. The price is "
-          "meaningless if settlement is exactly one coupon period before maturity. If settlement "
-          "equals maturity or last_interest, the result is 0.",
+          "infinite, which is an error, if last_interest is exactly one coupon period before "
+          "maturity. The price is meaningless if settlement is exactly one coupon period before "
+          "maturity. If settlement equals maturity or last_interest, the result is 0.",
       .result = "price per 100 of face value, without accrued interest",
       .formula = "price = (NP * cpn + R) / (1 + RP * yld / frequency) - AP * cpn\n"
                  "cpn = 100 * rate / frequency, R = redemption\n"
@@ -290,10 +290,10 @@ inline constexpr Keyword kSecurities[] = {
      {.title = "yield of a bond with an odd last period",
       .summary = "Returns the yield at which ODDLPRICE gives the price, at simple interest. "
                  "ACT/360 and ACT/365 count days as ACTUAL does. Under these three bases, the "
-                 "yield is infinite if last_interest is exactly one coupon period before maturity. "
-                 "The yield is 0 if settlement is exactly one coupon period before maturity. The "
-                 "price may be 0 or negative, which YIELD does not accept. If settlement equals "
-                 "maturity or last_interest, the result is 0.",
+                 "yield is infinite, which is an error, if last_interest is exactly one coupon "
+                 "period before maturity. The yield is 0 if settlement is exactly one coupon "
+                 "period before maturity. The price may be 0 or negative, which YIELD does not "
+                 "accept. If settlement equals maturity or last_interest, the result is 0.",
       .result = "yearly yield as a fraction",
       .formula = "yield = (frequency / RP) * ((NP * cpn + R) / (AP * cpn + pr) - 1)\n"
                  "cpn = 100 * rate / frequency, R = redemption\n"
@@ -312,10 +312,9 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, price, redemption, basis},
      {.title = "discount rate of a discount security",
-      .summary = "Returns the yearly discount rate, which is the discount from redemption to price "
-                 "as a fraction of the redemption. Under 30/360, DISC counts no extra day for a "
-                 "maturity on the 31st; the other functions for discount securities do. If "
-                 "settlement equals maturity, the result is 0.",
+      .summary = "Returns the discount per year, as a fraction of the redemption. Under 30/360, "
+                 "DISC counts no extra day for a maturity on the 31st; the other functions for "
+                 "discount securities do. If settlement equals maturity, the result is 0.",
       .result = "yearly discount rate as a fraction",
       .formula = "(redemption - pr) / redemption / t\n"
                  "t = years from settlement to maturity",
@@ -329,11 +328,10 @@ inline constexpr Keyword kSecurities[] = {
      {settlement, maturity, investment,
       number("redemption", "amount received at maturity, in currency").above(0), basis},
      {.title = "interest rate of a fully invested security",
-      .summary = "Returns the yearly interest rate, which is the gain from investment to "
-                 "redemption as a fraction of the investment. If settlement equals maturity, the "
-                 "result is 0. If the basis counts no days from settlement to maturity, the result "
-                 "is infinite, or the missing value if there is no gain. Examples are the 30th and "
-                 "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
+      .summary = "Returns the gain per year, as a fraction of the investment. If settlement equals "
+                 "maturity, the result is 0. If the basis counts no days from settlement to "
+                 "maturity, the call is an error. Examples are the 30th and the 31st of a month "
+                 "under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly rate as a fraction",
       .formula = "(redemption - investment) / investment / t\n"
                  "t = years from settlement to maturity",
@@ -376,11 +374,10 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, price, redemption, basis},
      {.title = "yield of a discount security",
-      .summary = "Returns the yearly yield at simple interest, which is the gain from price to "
-                 "redemption as a fraction of the price. If settlement equals maturity, the result "
-                 "is 0. If the basis counts no days from settlement to maturity, the result is "
-                 "infinite, or the missing value if there is no gain. Examples are the 30th and "
-                 "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
+      .summary = "Returns the gain per year, as a fraction of the price. If settlement equals "
+                 "maturity, the result is 0. If the basis counts no days from settlement to "
+                 "maturity, the call is an error. Examples are the 30th and the 31st of a month "
+                 "under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly yield as a fraction",
       .formula = "(redemption - pr) / pr / t\n"
                  "t = years from settlement to maturity",
@@ -396,8 +393,8 @@ inline constexpr Keyword kSecurities[] = {
       .summary =
           "Returns the price, without the accrued interest, of a security that pays all its "
           "interest at maturity. The price is discounted at simple interest. The issue may be "
-          "after settlement, but under ACTUAL an issue in a later calendar year than settlement "
-          "gives the missing value. If issue equals maturity, the result is 0. If the yield from "
+          "after settlement, but under ACTUAL it is an error if the issue is in a later calendar "
+          "year than settlement. If issue equals maturity, the result is 0. If the yield from "
           "settlement to maturity is below -100 %, the price is negative. If settlement equals "
           "maturity, the call is an error; in YIELDMAT the result is then 0.",
       .result = "price per 100 of face value, without accrued interest",
@@ -413,13 +410,12 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {settlement, maturity, issue_before_maturity, interest_rate, clean_price, basis},
      {.title = "yield of a security that pays interest at maturity",
-      .summary =
-          "Returns the yearly yield, at simple interest, of a security that pays all its interest "
-          "at maturity. The issue may be after settlement, but under ACTUAL an issue in a later "
-          "calendar year than settlement gives the missing value. If settlement or issue equals "
-          "maturity, the result is 0. If the basis counts no days from settlement to maturity, the "
-          "result is infinite, or the missing value if there is no gain. Examples are the 30th and "
-          "the 31st of a month under EU30/360, and 31 January and 1 February under 30/360.",
+      .summary = "Returns the yearly yield, at simple interest, of a security that pays all its "
+                 "interest at maturity. The issue may be after settlement, but under ACTUAL it is "
+                 "an error if the issue is in a later calendar year than settlement. If settlement "
+                 "or issue equals maturity, the result is 0. If the basis counts no days from "
+                 "settlement to maturity, the call is an error. Examples are the 30th and the 31st "
+                 "of a month under EU30/360, and 31 January and 1 February under 30/360.",
       .result = "yearly yield as a fraction",
       .formula = "((100 + 100 * a * rate) / (pr + 100 * c * rate) - 1) / b\n"
                  "a = years from issue to maturity, b = years from settlement to maturity\n"
@@ -435,11 +431,12 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {bill_settlement, bill_maturity.after("settlement"), discount},
      {.title = "bond-equivalent yield of a Treasury bill",
-      .summary = "Returns the yield of a bond that is equivalent to a Treasury bill. With up to "
-                 "182 days to maturity it is a yield at simple interest; with more days it is the "
-                 "yield of a bond that pays a coupon after half a year. With up to 182 days, a "
-                 "discount of the whole face value gives an infinite yield, and a larger discount "
-                 "gives a negative yield. A bill of more than a year is not an error.",
+      .summary =
+          "Returns the yield of a bond that is equivalent to a Treasury bill. With up to 182 days "
+          "to maturity it is a yield at simple interest; with more days it is the yield of a bond "
+          "that pays a coupon after half a year. With up to 182 days, a discount of the whole face "
+          "value is an error, because the yield is infinite, and a larger discount gives a "
+          "negative yield. A bill of more than a year is not an error.",
       .result = "yearly yield as a fraction",
       .formula = "up to 182 days: 365 * discount / (360 - discount * D)\n"
                  "more days: (sqrt(t^2 - (2 * t - 1) * (1 - 100 / price)) - t) / (t - 0.5)\n"
@@ -466,10 +463,10 @@ inline constexpr Keyword kSecurities[] = {
      kRate,
      {bill_settlement, bill_maturity, price},
      {.title = "yield of a Treasury bill",
-      .summary = "Returns the yearly yield of a Treasury bill at simple interest. A year counts as "
-                 "360 days. The dates are not compared. Equal dates give an infinite yield, or the "
-                 "missing value if the price is 100. A maturity before settlement gives a yield "
-                 "with the opposite sign.",
+      .summary =
+          "Returns the yearly yield of a Treasury bill at simple interest. A year counts as 360 "
+          "days. The dates are not compared. Equal dates are an error, because the yield is "
+          "infinite. A maturity before settlement gives a yield with the opposite sign.",
       .result = "yearly yield as a fraction",
       .formula = "(100 - pr) / pr * 360 / D, D = days to maturity",
       .example = "2008-03-31 2008-06-01 98.45",
