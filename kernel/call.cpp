@@ -217,11 +217,11 @@ int vxk_prepare(const vxk_kernel* kernel, const char* function, const char* keyw
     auto bound = std::make_unique<vxk_call>(*entry, keyword, static_cast<std::size_t>(count));
     // To find out whether the keyword exists, evaluate the call with a null pointer in every
     // argument slot. Every keyword rejects such a call. The dispatcher marks slot 0 if and only if
-    // there is no such keyword.
+    // the keyword is unknown.
     double result = 0.0;
     for (std::int32_t i = 1; i <= count; ++i) bound->record()->slots()[i].value = nullptr;
     if (bound->run(&result, nullptr) == VXK_NO_KEYWORD) {
-      return fail(VXK_NO_KEYWORD, "%.200s: no such keyword", keyword);
+      return fail(VXK_NO_KEYWORD, "unknown keyword %.200s", keyword);
     }
     bound->resize(bound->size());
     *call = bound.release();

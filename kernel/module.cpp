@@ -65,7 +65,7 @@ std::unique_ptr<void, int (*)(void*)> open_library(const std::string& path) {
 template <class EntryPoint>
 EntryPoint* entry_point(void* library, const std::string& path, const char* name) {
   void* const symbol = dlsym(library, name);
-  if (symbol == nullptr) throw LoadError(path + " is no module: it has no entry point " + name);
+  if (symbol == nullptr) throw LoadError(path + " is not a module: it has no entry point " + name);
   return reinterpret_cast<EntryPoint*>(symbol);
 }
 

@@ -21,7 +21,7 @@
  * Structures. Most structures begin with their size in bytes, which the caller sets with sizeof.
  * Later versions of this interface add members at the end of a structure and accept the shorter
  * structures of older callers. The library writes no more of an output structure than its size
- * covers. All structures of one array must have the same size. Members named "reserved" must be 0.
+ * covers. All structures in an array must have the same size. Members named "reserved" must be 0.
  * vxk_error is embedded in vxk_report, so its size never changes.
  *
  * Errors. A function that can fail returns a vxk_status. No function throws an exception, prints or
@@ -56,10 +56,10 @@ typedef enum vxk_status {
   VXK_OK = 0,
   VXK_FAILED = 120836,    /* an argument is invalid or missing, or there is no result */
   VXK_NO_FUNCTION = -1,   /* the module has no function of this name */
-  VXK_NO_KEYWORD = -2,    /* the function has no such keyword */
+  VXK_NO_KEYWORD = -2,    /* the keyword is unknown */
   VXK_TEXT_TOO_LONG = -3, /* a text, or all texts of a call together, exceed VXK_MAX_TEXT bytes */
   VXK_OUT_OF_MEMORY = -4,
-  VXK_CANNOT_LOAD = -5,   /* no such file, not a module, or incompatible with this library */
+  VXK_CANNOT_LOAD = -5,   /* the file does not exist, is not a module, or is incompatible */
   VXK_BAD_PARAMETER = -6, /* a parameter of a function of this header is out of range */
   VXK_CANCELLED = -7,     /* the cancel flag was set */
   VXK_NOT_FINITE = -8     /* no argument is missing, but the result is infinite or NaN */
@@ -71,8 +71,8 @@ typedef enum vxk_status {
 typedef struct vxk_error {
   uint32_t size;
   int32_t status;   /* a vxk_status */
-  int64_t row;      /* the row or group that fails, from 0; 0 where there are none */
-  int32_t argument; /* the argument that is invalid or missing, from 1; 0 if none is at fault */
+  int64_t row;      /* the row or group that fails, from 0; 0 for a single call */
+  int32_t argument; /* the argument that is invalid or missing, from 1; 0 if there is none */
   int32_t reserved;
   char message[256]; /* "PRICE: argument 3 is invalid: -0.05"; UTF-8, zero-terminated */
 } vxk_error;
@@ -166,7 +166,7 @@ VXK_API void vxk_release(vxk_call* call);
 VXK_API double* vxk_arguments(vxk_call* call);
 
 /* Set an argument to a text, which is copied, or to a number. They return VXK_BAD_PARAMETER if the
- * call has no such argument. vxk_set_text returns VXK_TEXT_TOO_LONG if the text has more than
+ * call does not have the argument. vxk_set_text returns VXK_TEXT_TOO_LONG if the text has more than
  * VXK_MAX_TEXT bytes. */
 VXK_API int vxk_set_text(vxk_call* call, int32_t argument, const char* text, size_t length);
 VXK_API int vxk_set_number(vxk_call* call, int32_t argument, double number);
@@ -349,7 +349,7 @@ typedef struct vxk_argument_info {
 
 /* Describe the keywords of FINANCE, which are in alphabetical order and numbered from 0, and their
  * arguments, which are numbered from 1. The size of the structure must be set. vxk_keyword and
- * vxk_argument return 1, or 0 if there is no such keyword or argument. */
+ * vxk_argument return 1, or 0 if the keyword or the argument does not exist. */
 VXK_API int32_t vxk_keyword_count(void);
 VXK_API int vxk_keyword(int32_t index, vxk_keyword_info* info);
 VXK_API int vxk_argument(int32_t index, int32_t argument, vxk_argument_info* info);
@@ -358,7 +358,7 @@ VXK_API int vxk_argument(int32_t index, int32_t argument, vxk_argument_info* inf
 VXK_API int32_t vxk_find_keyword(const char* name, size_t length);
 
 /* Returns the code of a day-count basis by its text, for example "ACTUAL" or "act/360", or -1 if
- * there is no such basis. As in the module, case and blanks do not matter. */
+ * the basis is unknown. As in the module, case and blanks do not matter. */
 VXK_API int32_t vxk_basis(const char* text, size_t length);
 
 #ifdef __cplusplus

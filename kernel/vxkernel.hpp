@@ -64,7 +64,7 @@ struct Argument : vxk_value {
 struct Result {
   int status = VXK_OK;
   double value = std::numeric_limits<double>::quiet_NaN();
-  std::int32_t argument = 0;  // the one that is invalid or missing, from 1; 0 if none is
+  std::int32_t argument = 0;  // the argument that is invalid or missing, from 1; 0 if none
 
   [[nodiscard]] bool ok() const noexcept { return status == VXK_OK; }
 };
@@ -92,11 +92,12 @@ class Call {
   void set_text(std::int32_t argument, std::string_view text) {
     const int status = vxk_set_text(call_.get(), argument, text.data(), text.size());
     if (status == VXK_OUT_OF_MEMORY) throw std::bad_alloc();
-    if (status != VXK_OK) throw std::invalid_argument("no such argument, or too long a text");
+    if (status != VXK_OK)
+      throw std::invalid_argument("the argument does not exist, or the text is too long");
   }
   void set_number(std::int32_t argument, double number) {
     if (vxk_set_number(call_.get(), argument, number) != VXK_OK) {
-      throw std::invalid_argument("no such argument");
+      throw std::invalid_argument("the argument does not exist");
     }
   }
   Result run() noexcept {
@@ -160,7 +161,7 @@ class Kernel {
     return names;
   }
 
-  // Throws Error if there is no such keyword or function.
+  // Throws Error if the keyword or the function is unknown.
   [[nodiscard]] Call prepare(const std::string& keyword, std::size_t arguments,
                              const char* function = nullptr) const {
     vxk_call* call = nullptr;
@@ -185,7 +186,7 @@ class Kernel {
     return result;
   }
 
-  // vxk_evaluate_lists: there is one offset more than there are groups.
+  // vxk_evaluate_lists: offsets has one element more than there are groups.
   int evaluate_lists(const std::string& keyword, Span<vxk_column> columns,
                      Span<std::int64_t> offsets, const vxk_results& results,
                      const vxk_options* options = nullptr, vxk_report* report = nullptr) const {

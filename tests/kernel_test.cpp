@@ -115,7 +115,7 @@ TEST(Kernel, ReportsTheModuleOrWhyLoadingFails) {
       {module, "vxfnc "},
       {folder + "none.so", "/none.so: cannot open shared object file: No such file or directory"},
       {folder + "fake_module.so", " offers version 7.2 of the interface; this kernel takes 7.1"},
-      {"/lib/x86_64-linux-gnu/libm.so.6", " is no module: it has no entry point vxextver"}};
+      {"/lib/x86_64-linux-gnu/libm.so.6", " is not a module: it has no entry point vxextver"}};
   for (const auto& [path, wanted] : rows)
     EXPECT_NE(message(path).find(wanted), std::string::npos) << message(path);
 }
