@@ -53,9 +53,10 @@ class Help : public CLI::Formatter {
 
 constexpr const char* kFooter =
     "Arguments of a call:\n"
-    "  A number, a date (YYYY-MM-DD), a text, or a full stop for a missing value. A number for a\n"
-    "  date counts days from 1960-01-01. Write options before the keyword: after it, -5 is a "
-    "number.\n"
+    "  A number, a date (YYYY-MM-DD), a text, or a full stop for a missing value. Where an\n"
+    "  argument is a date, a number is the count of days since 1960-01-01. Write options before "
+    "the\n"
+    "  keyword: after it, -5 is a number.\n"
     "\n"
     "Expressions:\n"
     "  'price = PRICE(settle, maturity, coupon/100, yield/100, 100, 2)' adds the column price. An\n"
@@ -207,7 +208,7 @@ void add_table_options(CLI::App& app, TableJob& table) {
   app.add_option_function<std::string>(
          "-d,--delimiter",
          [&table](const std::string& word) { table.delimiter = delimiter_of(word); },
-         "Delimiter of CSV; default: a comma; tab for a tab")
+         "Delimiter of CSV; the word tab means a tab; default: a comma")
       ->type_name("CHARACTER")
       ->group(kTables);
   add_names("--by", table.keys, "COLUMN[,COLUMN...]",
@@ -223,8 +224,8 @@ void add_table_options(CLI::App& app, TableJob& table) {
             "Read numbers written as EXAMPLE: 1,234.56 or 1.234,56 or 1234,56. A currency sign is "
             "skipped, a percent sign divides by 100, and parentheses make a number negative");
   add_names("--number", table.numbers, "COLUMN[,COLUMN...]",
-            "Write columns of the input as numbers in NDJSON. The columns that expressions use as "
-            "numbers always are; all others are texts");
+            "Write columns of CSV or TSV as numbers in NDJSON. The other columns are texts, unless "
+            "an expression uses them as numbers");
   app.add_option("--errors-file", table.errors_file, "Write the errors of all rows to FILE, as CSV")
       ->type_name("FILE")
       ->check(CLI::Validator(demand_file_name, ""))
@@ -254,7 +255,7 @@ void add_engine_options(CLI::App& app, FilterJob& filter) {
       ->check(in_range(0, 1000))
       ->group(kEngines);
   app.add_flag("--chunk-header", filter.has_chunk_headers,
-               "Each chunk of rows starts with a line that has the number of its rows")
+               "Read a line with the number of rows before each chunk of rows")
       ->group(kEngines);
   app.add_option("--definitions", "Print the function definitions for an engine: clickhouse")
       ->type_name("ENGINE")
