@@ -47,7 +47,7 @@ std::string detail_of_no_keyword() {
   return detail + '.';
 }
 
-// False, and fills the failure, if there is no such keyword or the number of arguments is wrong.
+// False, and fills the failure, if the keyword is unknown or the number of arguments is wrong.
 bool is_callable(std::string_view word, std::size_t count, Failure& failure) {
   const auto error = SqlCall::keyword_error(word, count);
   if (!error) return true;
@@ -272,7 +272,7 @@ Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word) {
   PG_RETURN_FLOAT8(value.number);
 }
 
-// The keyword in capital letters; raises an error if there is no such keyword.
+// The keyword in capital letters; raises an error if the keyword is unknown.
 Datum keyword_of(std::string_view word) {
   word = truncate_for_message(word);
   char canonical[16] = {};

@@ -14,8 +14,7 @@ namespace host {
 // A keyword with a fixed number of arguments, for many rows. Positions start at 1.
 class SqlCall {
  public:
-  // The error of an unknown keyword or a wrong number of arguments: "finance: NOPE: no such
-  // keyword".
+  // The error of an unknown keyword or a wrong number of arguments: "finance: unknown keyword X".
   static std::optional<std::string> keyword_error(std::string_view word, std::size_t count);
 
   // The keyword and count must be ones for which keyword_error has no message.

@@ -220,9 +220,9 @@ void version(sqlite3_context* context, int, sqlite3_value**) noexcept {
 bool is_registered(sqlite3* database) {
   sqlite3_stmt* statement = nullptr;
   sqlite3_prepare_v2(database, "SELECT finance_version()", -1, &statement, nullptr);
-  const bool answers = statement != nullptr && sqlite3_step(statement) == SQLITE_ROW;
+  const bool has_row = statement != nullptr && sqlite3_step(statement) == SQLITE_ROW;
   const bool same =
-      answers && text_of(sqlite3_column_value(statement, 0)) == host::versions(VXFNC_VERSION);
+      has_row && text_of(sqlite3_column_value(statement, 0)) == host::versions(VXFNC_VERSION);
   sqlite3_finalize(statement);
   return same;
 }

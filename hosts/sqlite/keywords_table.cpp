@@ -73,12 +73,12 @@ int row_id(sqlite3_vtab_cursor* cursor, sqlite3_int64* id) {
 int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
   const catalog::Keyword& keyword = catalog::keywords()[row_of(cursor)];
   const catalog::Description& text = keyword.description;
-  const auto answer = [context](std::string_view shown) {
+  const auto set_result = [context](std::string_view shown) {
     sqlite3_result_text(context, shown.data(), static_cast<int>(shown.size()), SQLITE_TRANSIENT);
   };
   if (index == 2) {
     try {
-      answer(signature_of(keyword));
+      set_result(signature_of(keyword));
     } catch (const std::bad_alloc&) {
       return SQLITE_NOMEM;
     }
@@ -87,7 +87,7 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
   const std::string_view columns[] = {keyword.word, text.title,  "",
                                       text.summary, text.result, text.formula,
                                       text.example, text.value,  text.related};
-  answer(columns[index]);
+  set_result(columns[index]);
   return SQLITE_OK;
 }
 
