@@ -208,7 +208,7 @@ class Keyword {
   std::size_t size_;
 };
 
-// Where a search for a rate ends that finds none.
+// The rate at which a search ends if it finds no rate.
 inline constexpr double kLowestRate = -0.9999999;
 
 inline constexpr std::size_t kNoBound = SIZE_MAX;

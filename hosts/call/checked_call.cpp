@@ -14,7 +14,7 @@ namespace {
 
 using catalog::ArgumentKind;
 
-constexpr double kNoBasis = 6.0;  // a number that the module refuses as a basis
+constexpr double kNoBasis = 6.0;  // a number that the module rejects as a basis
 
 std::string argument_counts(std::size_t min, std::size_t max) {
   if (max == catalog::kNoBound) return fmt::format("{} or more arguments", min);

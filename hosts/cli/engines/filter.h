@@ -15,7 +15,7 @@ using namespace host;  // values and checked calls
 struct FilterJob {
   std::string keyword;  // empty: the first cell of each row is the keyword
   Escape escape = Escape::kBackslash;
-  std::size_t kept = 0;  // so many first cells of a row are copied; the arguments follow them
+  std::size_t kept = 0;            // the number of cells to copy at the start of a row
   bool has_chunk_headers = false;  // each chunk starts with a line that has its number of rows
   int decimals = kAllDigits;
   OnError on_error = OnError::kNull;  // not kSkip

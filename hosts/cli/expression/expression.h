@@ -4,11 +4,10 @@
 //   counter      column = value..value [step value]
 //   value        sum, or a comparison of sums: = != < <= > >=
 //   sum          + - * / ^ and parentheses over primaries
-//   primary      number, YYYY-MM-DD, 'text', . (missing), column, "column name", KEYWORD(argument,
-//   ...)
-//                or function(argument, ...)
-//   argument     value, from..to (the columns from one to another), column[] (its values in a
-//   group)
+//   primary      number, YYYY-MM-DD, 'text', . (missing), column, "column name",
+//                KEYWORD(argument, ...) or function(argument, ...)
+//   argument     value, from..to (the columns from one to another),
+//                column[] (the values of the column in a group)
 //
 // A name before a parenthesis is a keyword or a function, whatever its case. The case of column
 // names matters.

@@ -7,14 +7,14 @@
 
 namespace cli {
 
-// Takes lines of cells separated by tabs, of which the first has the names of the columns, and
-// gives them back with columns of one width. The first rows set the widths: they are held back
-// until there are enough of them, or until the end. Columns of numbers are aligned to the right.
+// Aligns the columns of lines whose cells are separated by tabs. The first line has the names of
+// the columns. The first rows set the widths, so they are kept until there are enough rows, or
+// until the end. Columns of numbers are aligned to the right.
 class AlignedRows {
  public:
   // Lines that are complete. Returns what can be written.
   std::string add(std::string_view lines);
-  // What is held back.
+  // Returns the lines that were kept.
   std::string finish();
 
  private:

@@ -33,7 +33,7 @@ std::optional<double> date_of(const std::string& text, const std::string& patter
   return (sys_days{date} - sys_days{year{1960} / 1 / 1}).count();
 }
 
-// Day 1 of a spreadsheet is 1900-01-01, and day 60 is 1900-02-29, which never was.
+// Day 1 of a spreadsheet is 1900-01-01, and day 60 is 1900-02-29, which did not exist.
 std::optional<double> date_of_excel(double serial) {
   constexpr double kFalseDay = 60.0;
   constexpr double kSerialOf1960 = 21916.0;

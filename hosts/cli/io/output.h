@@ -65,7 +65,7 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   void write(std::string_view text);
-  // Writes the rows that are held back for their alignment.
+  // Writes the rows that were kept for their alignment.
   void finish_rows();
   // Finishes the rows and replaces the file.
   void commit();
