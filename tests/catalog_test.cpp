@@ -19,7 +19,7 @@ struct Trial {
   const catalog::Keyword& keyword;
   std::vector<vxkernel::Argument> call;
 
-  // The position of an argument, from 1; 0 if the call has no such argument.
+  // The position of an argument, from 1; 0 if the call does not have the argument.
   [[nodiscard]] std::size_t position(std::string_view name) const {
     for (std::size_t i = 1; i <= call.size(); ++i)
       if (keyword.argument_at(i, call.size())->name == name) return i;
