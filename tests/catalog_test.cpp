@@ -28,8 +28,8 @@ struct Trial {
   [[nodiscard]] double limit(const catalog::Bound& bound) const {
     return bound.value + (bound.other.empty() ? 0 : call.at(position(bound.other) - 1).number);
   }
-  // Sets the argument to the value and checks that the module marks it if and only if one of its bounds
-  // is violated.
+  // Sets the argument to the value and checks that the module marks it if and only if one of its
+  // bounds is violated.
   void expect(const catalog::Argument& argument, double value) const {
     const catalog::Bound* broken = nullptr;
     for (const catalog::Bound& bound : argument.bounds()) {
