@@ -27,12 +27,16 @@ constexpr std::array kFunctions = {
 // Rounds half away from zero, as people do.
 double rounded(double value, double digits) noexcept {
   constexpr double kMostDigits = 15.0;
+  constexpr double kNoFraction = 0x1p52;  // doubles from here on are whole numbers
+  constexpr double kFineFraction = 0x1p42;
   if (std::isnan(digits)) return kMissing;
-  const double power = std::pow(10.0, std::trunc(std::clamp(digits, -kMostDigits, kMostDigits)));
-  const double scaled = value * power;
+  digits = std::trunc(std::clamp(digits, -kMostDigits, kMostDigits));
+  const double power = std::pow(10.0, std::fabs(digits));  // exact
+  double scaled = digits < 0.0 ? value / power : value * power;
+  if (!(std::fabs(scaled) < kNoFraction)) return value;
   // What is half of a digit in decimals is often just below it in binary.
-  const double result = std::round(std::nextafter(scaled, scaled * 2.0)) / power;
-  return std::isfinite(result) ? result : value;
+  if (std::fabs(scaled) < kFineFraction) scaled = std::nextafter(scaled, scaled * 2.0);
+  return digits < 0.0 ? std::round(scaled) * power : std::round(scaled) / power;
 }
 
 double weighted_mean(std::span<const double> values, std::span<const double> weights) noexcept {
