@@ -28,6 +28,9 @@ std::optional<double> date_of(const std::string& text, const std::string& patter
   const year_month_day date{year{time.tm_year + 1900},
                             month(static_cast<unsigned>(time.tm_mon + 1)),
                             day(static_cast<unsigned>(time.tm_mday))};
+  // %Y reads 26 as the year 26, which nobody means.
+  constexpr int kFirstYear = 1000;
+  if (time.tm_year + 1900 < kFirstYear) return std::nullopt;
   const bool has_time = time.tm_hour != 0 || time.tm_min != 0 || time.tm_sec != 0;
   if (!date.ok() || has_time) return std::nullopt;
   return (sys_days{date} - sys_days{year{1960} / 1 / 1}).count();
@@ -90,11 +93,12 @@ std::optional<double> number_of(std::string_view text, const NumberFormat& forma
     text.remove_prefix(1);
     skip_currency(text);
   }
-  const std::string digits = plain_digits(text, format);
+  std::string digits = plain_digits(text, format);
+  if (digits.empty()) return std::nullopt;
+  if (is_percent) digits += "e-2";  // the nearest double, which a division may miss
   const Value value = value_of(digits);
-  if (digits.empty() || value.is_text() || value.is_missing()) return std::nullopt;
-  const double number = is_percent ? value.number / 100.0 : value.number;
-  return is_negative ? -number : number;
+  if (value.is_text() || value.is_missing()) return std::nullopt;
+  return is_negative ? -value.number : value.number;
 }
 
 }  // namespace
