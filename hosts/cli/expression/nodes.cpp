@@ -183,7 +183,7 @@ class Arithmetic : public Binary {
     Value right;
     number_operand(*left_, in, left);
     number_operand(*right_, in, right);
-    if (operation_ == '/' && right.number == 0.0) {
+    if (operation_ == '/' && right.number == 0.0 && !std::isnan(left.number)) {
       in.fail([this] { return RowError{fmt::format("{}: division by zero", source)}; });
     }
     const double result = computed(left.number, right.number);
@@ -237,7 +237,8 @@ class Arithmetic : public Binary {
   char operation_;
 };
 
-// 1 if the comparison holds, 0 if it does not. Texts can be equal or not.
+// 1 if the comparison holds, 0 if it does not. Texts can be equal or not. A text is compared with
+// the source text of a number, such as 0012 of a cell.
 class Compared : public Binary {
  public:
   Compared(std::string_view text, Comparison comparison, std::unique_ptr<Node> left,
@@ -253,7 +254,10 @@ class Compared : public Binary {
     if (left.is_missing() || right.is_missing()) {
       result = kMissing;
     } else if (is_equality && (left.is_text() || right.is_text())) {
-      const bool is_equal = left.is_text() && right.is_text() && left.word == right.word;
+      const auto has_word = [](const Value& value) {
+        return value.is_text() || !value.word.empty();
+      };
+      const bool is_equal = has_word(left) && has_word(right) && left.word == right.word;
       result = is_equal == (comparison_ == Comparison::kEqual) ? 1.0 : 0.0;
     } else {
       if (left.is_text()) in.fail([&] { return not_a_number(*left_, left); });
@@ -319,11 +323,8 @@ class Choice : public Node {
     const BlockColumn& value = *columns[columns.size() - 2];
     const BlockColumn& otherwise = *columns.back();
     BlockColumn& to = in.temporary();
+    if (value.kind != otherwise.kind) return nullptr;
     to.kind = value.kind;
-    if (value.kind != otherwise.kind) {
-      if (value.kind == Kind::kDate || otherwise.kind == Kind::kDate) return nullptr;
-      to.kind = Kind::kNumber;
-    }
     to.numbers.resize(in.rows);
     for (std::size_t i = 0; i < in.rows; ++i) {
       const double first = columns[0]->at(i);
@@ -373,11 +374,19 @@ class Applied : public Node {
 
   const BlockColumn* evaluate(BlockEvaluator& in) const override {
     std::vector<Source> sources;
-    bool are_dates = true;
+    bool has_dates = false;
+    bool has_numbers = false;
+    // A column whose values are all missing has neither.
+    const auto add_kind = [&](bool is_date, bool has_values) {
+      has_dates |= is_date;
+      has_numbers |= !is_date && has_values;
+    };
+    const auto is_number = [](double x) { return !std::isnan(x); };
     for (const auto& operand : operands_) {
       if (const auto list = operand->list_column()) {
-        sources.push_back({nullptr, in.lists[*list].values.data()});
-        are_dates &= in.lists[*list].is_date;
+        const BlockList& from = in.lists[*list];
+        sources.push_back({nullptr, from.values.data()});
+        add_kind(from.is_date, std::ranges::any_of(from.values, is_number));
         continue;
       }
       std::vector<const BlockColumn*> columns;
@@ -385,11 +394,16 @@ class Applied : public Node {
       for (const BlockColumn* const column : columns) {
         if (column->kind == Kind::kBasis) return nullptr;
         sources.push_back({column, nullptr});
-        are_dates &= column->kind == Kind::kDate;
+        bool has_values = false;
+        for (std::size_t i = 0; i < in.rows && !has_values; ++i) {
+          has_values = in.is_special[i] == 0 && is_number(column->at(i));
+        }
+        add_kind(column->kind == Kind::kDate, has_values);
       }
     }
+    if (has_dates && has_numbers) return nullptr;  // each row has its own kind
     BlockColumn& to = in.temporary();
-    to.kind = kind_of_result(are_dates);
+    to.kind = kind_of_result(has_dates);
     to.numbers.resize(in.rows);
     std::vector<double> numbers;
     for (std::size_t i = 0; i < in.rows; ++i) {
@@ -436,10 +450,12 @@ class Call : public Node {
         count_(count),
         number_(number) {
     std::vector<ListArgument> shape;
+    bool has_range = false;
     for (const auto& argument : arguments_) {
       shape.push_back({.is_list = argument->list_column().has_value()});
+      has_range |= argument->columns().size() > 1;
     }
-    takes_lists_ = !count_ && ListCall::fits(keyword_, shape);
+    takes_lists_ = !count_ && !has_range && ListCall::fits(keyword_, shape);
   }
 
   Value evaluate(Evaluator& in) const override {
@@ -471,12 +487,18 @@ class Call : public Node {
     }
     CheckedCall& call = in.calls.get(number_, keyword_, arguments.size());
     std::vector<vxk_column> columns;
+    bool has_dates = false;  // in a list of dates
+    bool has_numbers = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
       const BlockColumn& from = *arguments[i];
       const catalog::Argument& parameter = call.parameter(i + 1);
       const bool takes_basis = parameter.kind == catalog::ArgumentKind::kBasis;
       if (from.kind == Kind::kBasis && !takes_basis) return nullptr;
       if (from.kind == Kind::kDate && !parameter.is_date()) return nullptr;
+      if (parameter.is_date() && parameter.presence == catalog::Presence::kRepeated) {
+        (from.kind == Kind::kDate ? has_dates : has_numbers) = true;
+        if (has_dates && has_numbers) return nullptr;
+      }
       columns.push_back(from.is_constant ? vxkernel::constant(from.numbers.data())
                                          : vxkernel::column(from.numbers.data()));
       const bool is_frequency = parameter.kind == catalog::ArgumentKind::kFrequency;
@@ -536,7 +558,12 @@ class Call : public Node {
   // The arguments of a group. Values that are not in a list are on the stack. False when one of
   // them is a text or missing.
   bool add_lists(Evaluator& in, std::vector<ListArgument>& arguments) const {
-    in.stack.reserve(in.stack.size() + arguments_.size());  // their addresses must stay
+    const std::size_t base = in.stack.size();
+    for (const auto& operand : arguments_) {
+      if (!operand->list_column()) operand->push(in);
+    }
+    // The stack does not grow from here on, so that addresses in it stay valid.
+    const Value* scalar = in.stack.data() + base;
     for (const auto& operand : arguments_) {
       if (const auto index = operand->list_column()) {
         const List& list = in.lists[*index];
@@ -552,8 +579,7 @@ class Call : public Node {
         arguments.push_back({list.values.data(), true, false, list.is_date});
         continue;
       }
-      operand->push(in);
-      const Value& value = in.stack.back();
+      const Value& value = *scalar++;
       if (value.is_text() || value.is_missing()) return false;
       arguments.push_back({&value.number, false, true, value.is_date()});
     }
