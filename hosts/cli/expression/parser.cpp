@@ -431,7 +431,7 @@ class Parser {
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
   int depth_ = 0;
-  bool is_counter_ = false;  // .. is after a value, and not between two columns
+  bool is_counter_ = false;  // two dots are between its bounds
   std::vector<std::size_t> values_;
   std::vector<std::size_t> lists_;
   std::vector<std::size_t> dates_;

@@ -16,14 +16,13 @@
 namespace cli {
 namespace {
 
-constexpr std::size_t kReadSize = std::size_t{256} << 10;
-
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 }  // namespace
 
-InputFile::InputFile(const std::string& path)
+InputFile::InputFile(const std::string& path, std::size_t read_size)
     : name_(path == "-" ? "standard input" : path),
+      read_size_(read_size),
       descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
       interruption_(::eventfd(0, EFD_CLOEXEC)) {
   struct stat status {};
@@ -42,12 +41,12 @@ void InputFile::interrupt() noexcept { ::eventfd_write(interruption_, 1); }
 
 bool InputFile::read(std::string& text) {
   const std::size_t before = text.size();
-  text.resize(before + kReadSize);
+  text.resize(before + read_size_);
   ssize_t got = 0;
   do {
     pollfd sources[] = {{descriptor_, POLLIN, 0}, {interruption_, POLLIN, 0}};
     ::poll(sources, std::size(sources), -1);
-    got = sources[1].revents != 0 ? 0 : ::read(descriptor_, text.data() + before, kReadSize);
+    got = sources[1].revents != 0 ? 0 : ::read(descriptor_, text.data() + before, read_size_);
   } while (got < 0 && (errno == EINTR || errno == EAGAIN));
   text.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
   if (got < 0) throw std::runtime_error("cannot read " + name_ + ": " + std::strerror(errno));

@@ -13,7 +13,10 @@ namespace cli {
 // The input: a file, or standard input for "-".
 class InputFile {
  public:
-  explicit InputFile(const std::string& path);  // throws std::runtime_error
+  static constexpr std::size_t kReadSize = std::size_t{256} << 10;
+
+  // Throws std::runtime_error.
+  explicit InputFile(const std::string& path, std::size_t read_size = kReadSize);
   ~InputFile();
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
@@ -30,6 +33,7 @@ class InputFile {
 
  private:
   std::string name_;
+  std::size_t read_size_;
   int descriptor_;
   int interruption_;  // readable after interrupt()
   std::uint64_t size_ = 0;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace cli {
@@ -17,15 +18,13 @@ class Expansion {
 
   // Starts with the values of the record in the evaluator. Returns an error message, or "".
   std::string start() {
-    rows_ = 0;
+    rows_ = values_ = 0;
     error_.clear();
     is_at_row_ = enter(0);
     return error_;
   }
   [[nodiscard]] bool is_at_row() const noexcept { return is_at_row_; }
-  [[nodiscard]] double value(std::size_t counter) const noexcept {
-    return levels_[counter].value();
-  }
+  [[nodiscard]] Value value(std::size_t counter) const noexcept { return levels_[counter].value(); }
 
   // Goes to the next row. Returns an error message, or "".
   std::string next() {
@@ -39,28 +38,39 @@ class Expansion {
 
  private:
   static constexpr std::uint64_t kMostRows = 1'000'000;
+  static constexpr std::uint64_t kMostValues = 10 * kMostRows;  // also of counters without a row
 
   struct Level {
-    double first = 0.0;
+    double first = 0.0;  // scaled, as the step is
     double step = 1.0;
+    double scale = 1.0;
     double count = 0.0;
     double index = 0.0;
-    // 0.1..0.3 step 0.1 has 0.3, and not the 0.30000000000000004 that doubles make of 3 * 0.1.
-    [[nodiscard]] double value() const noexcept {
-      constexpr double kDecimals = 1e10;
-      constexpr double kTolerance = 1e-15;
-      const double exact = first + index * step;
-      const double rounded = std::round(exact * kDecimals) / kDecimals;
-      return std::fabs(rounded - exact) <= kTolerance * std::fabs(exact) ? rounded : exact;
+    Value::Kind kind = Value::Kind::kCount;
+    [[nodiscard]] Value value() const noexcept {
+      return {.number = (first + index * step) / scale, .kind = kind};
     }
   };
+
+  // The power of ten that makes whole numbers of decimals, so that the values of 0.1..0.3 step 0.1
+  // are the doubles nearest to 0.1, 0.2 and 0.3. 1 when there is none.
+  static double scale_of(double first, double last, double step) {
+    constexpr double kMostScale = 1e12;
+    constexpr double kLargestExact = 0x1p53;
+    const double largest = std::max({std::fabs(first), std::fabs(last), std::fabs(step)});
+    for (double scale = 1.0; scale <= kMostScale && largest * scale < kLargestExact; scale *= 10) {
+      const auto is_whole = [scale](double x) { return std::round(x * scale) / scale == x; };
+      if (is_whole(first) && is_whole(step)) return scale;
+    }
+    return 1.0;
+  }
 
   // Starts the counters from a level on. False when they have no values.
   bool enter(std::size_t level) {
     if (level == levels_.size()) return true;
     if (!set_bounds(level)) return false;
     for (; levels_[level].index < levels_[level].count; ++levels_[level].index) {
-      publish(level);
+      if (!publish(level)) return false;
       if (enter(level + 1)) return true;
       if (!error_.empty()) return false;
     }
@@ -72,7 +82,7 @@ class Expansion {
     while (level-- > 0) {
       for (++levels_[level].index; levels_[level].index < levels_[level].count;
            ++levels_[level].index) {
-        publish(level);
+        if (!publish(level)) return false;
         if (enter(level + 1)) return true;
         if (!error_.empty()) return false;
       }
@@ -80,16 +90,20 @@ class Expansion {
     return false;
   }
 
-  void publish(std::size_t level) {
-    work_.evaluator.values[work_.plan.width() + level] = {.number = levels_[level].value(),
-                                                          .kind = Value::Kind::kCount};
+  // Sets the value of a counter. False when the counters have taken too many values.
+  bool publish(std::size_t level) {
+    work_.evaluator.values[work_.plan.width() + level] = levels_[level].value();
+    if (++values_ <= kMostValues) return true;
+    error_ = fmt::format("the counters take more than {} values", kMostValues);
+    return false;
   }
 
   bool set_bounds(std::size_t level) {
     const Counter& counter = work_.plan.counters[level];
-    const double first = bound(counter, *counter.first);
-    const double last = bound(counter, *counter.last);
-    const double step = counter.step == nullptr ? 1.0 : bound(counter, *counter.step);
+    const Value from = bound(counter, *counter.first);
+    const double first = from.number;
+    const double last = bound(counter, *counter.last).number;
+    const double step = counter.step == nullptr ? 1.0 : bound(counter, *counter.step).number;
     if (!error_.empty()) return false;
     if (step == 0.0) {
       error_ = fmt::format("{}: the step is 0", counter.name);
@@ -98,12 +112,20 @@ class Expansion {
     // 0.1..0.3 step 0.1 has three values, although the quotient is just below 2.
     constexpr double kTolerance = 1e-9;
     const double steps = std::floor((last - first) / step + kTolerance);
-    levels_[level] = {first, step, steps + 1.0, 0.0};
+    const double scale = scale_of(first, last, step);
+    const bool is_whole = scale == 1.0 && first == std::trunc(first) && step == std::trunc(step);
+    levels_[level] = {.first = scale == 1.0 ? first : std::round(first * scale),
+                      .step = scale == 1.0 ? step : std::round(step * scale),
+                      .scale = scale,
+                      .count = steps + 1.0,
+                      .kind = from.is_date() ? Value::Kind::kDate
+                              : is_whole     ? Value::Kind::kCount
+                                             : Value::Kind::kNumber};
     return true;
   }
 
-  double bound(const Counter& counter, const Node& node) {
-    if (!error_.empty()) return 0.0;
+  Value bound(const Counter& counter, const Node& node) {
+    if (!error_.empty()) return {};
     work_.evaluator.begin(true);
     const Value value = node.evaluate(work_.evaluator);
     if (work_.evaluator.failed) {
@@ -113,12 +135,13 @@ class Expansion {
                                   : fmt::format("{}: {} is {}: must be a number", counter.name,
                                                 node.source, format_for_message(value));
     }
-    return value.number;
+    return value;
   }
 
   Work& work_;
   std::vector<Level> levels_;
   std::uint64_t rows_ = 0;
+  std::uint64_t values_ = 0;
   bool is_at_row_ = false;
   std::string error_;
 };
@@ -192,8 +215,7 @@ class Batch {
     for (const std::size_t i : work_.plan.cells) work_.store(i, row, work_.evaluator.values[i]);
     for (std::size_t c = 0; c < work_.plan.counters.size(); ++c) {
       counters_.push_back(expansion_.value(c));
-      work_.store(work_.plan.width() + c, row,
-                  {.number = expansion_.value(c), .kind = Value::Kind::kCount});
+      work_.store(work_.plan.width() + c, row, expansion_.value(c));
     }
     if (std::string error = expansion_.next(); !error.empty()) add_error(record, std::move(error));
   }
@@ -208,13 +230,12 @@ class Batch {
     work_.columns.is_special[row] = 1;
     rows_[row].error = errors_.size();
     errors_.push_back(std::move(error));
-    counters_.resize(rows_.size() * work_.plan.counters.size(), std::nan(""));
+    counters_.resize(rows_.size() * work_.plan.counters.size());
   }
 
   [[nodiscard]] Value counter(std::size_t row, std::size_t column) const {
     const std::size_t count = work_.plan.counters.size();
-    return {.number = counters_[row * count + column - work_.plan.width()],
-            .kind = Value::Kind::kCount};
+    return counters_[row * count + column - work_.plan.width()];
   }
 
   // Appends a row whose results are in the block.
@@ -284,7 +305,7 @@ class Batch {
   Expansion expansion_;
   std::vector<Row> rows_;
   std::vector<std::string> errors_;
-  std::vector<double> counters_;  // by row
+  std::vector<Value> counters_;   // by row
   std::vector<Value> suspended_;  // of the evaluator, for the record that is being expanded
 };
 

@@ -98,7 +98,8 @@ class Source {
  public:
   explicit Source(const TableJob& job)
       : shape_{job.has_input ? job.from : InputFormat::kNone, job.delimiter, {}},
-        input_(job.has_input ? job.input : "/dev/null"),
+        input_(job.has_input ? job.input : "/dev/null",
+               job.counters.empty() ? InputFile::kReadSize : kReadSizeToRepeat),
         reader_(input_, shape_.framing(), job.delimiter) {
     name_ = job.has_input ? input_.name() : "no input";
     if (!job.has_input) return;
@@ -120,6 +121,9 @@ class Source {
   void interrupt() noexcept { input_.interrupt(); }
 
  private:
+  // The rows of a block are in memory together. Counters make many rows of one.
+  static constexpr std::size_t kReadSizeToRepeat = std::size_t{4} << 10;
+
   Shape shape_;
   InputFile input_;
   BlockReader reader_;
