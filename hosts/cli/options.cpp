@@ -273,7 +273,15 @@ bool is_given(const CLI::App& app, const char* option) { return app.count(option
 // Rejects options that the job does not use.
 void demand_fitting_options(const CLI::App& app, const Options& options) {
   const auto demand = [&](const char* option, bool fits, const char* job) {
-    if (is_given(app, option) && !fits) throw CLI::RequiresError(option, job);
+    if (!is_given(app, option) || fits) return;
+    if (!options.words.empty()) {  // options after a word are not read
+      throw CLI::ParseError(
+          fmt::format("unexpected argument {}: {} requires {}; write options before a keyword, and "
+                      "names of columns with commas between",
+                      options.words[0], option, job),
+          kUsage);
+    }
+    throw CLI::RequiresError(option, job);
   };
   for (const char* const option : {"-i", "-n", "-o", "-f", "-t", "-d", "--by", "--rows", "--select",
                                    "--dates", "--numbers", "--number", "--errors-file", "-j"}) {
