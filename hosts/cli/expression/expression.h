@@ -30,6 +30,7 @@ struct Expression {
   std::vector<std::size_t> values;   // columns that are used as values
   std::vector<std::size_t> lists;    // columns that are used as lists
   std::vector<std::size_t> dates;    // columns that are arguments for dates
+  bool computes_dates = false;       // an argument for a date is computed from columns
   std::vector<std::size_t> numbers;  // columns that are used as numbers
 };
 

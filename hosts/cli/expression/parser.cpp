@@ -39,6 +39,7 @@ class Parser {
     result.values = std::move(values_);
     result.lists = std::move(lists_);
     result.dates = std::move(dates_);
+    result.computes_dates = computes_dates_;
     result.numbers = std::move(numbers_);
     return result;
   }
@@ -255,6 +256,7 @@ class Parser {
     if (keyword == nullptr) refuse(unknown_function(word.text));
     at_ += 2;
     std::vector<OperandPointer> arguments;
+    std::vector<bool> uses_columns;  // by argument
     std::size_t count = 0;
     bool has_lists = false;
     std::vector<std::pair<std::size_t, Token>> texts;  // with their positions
@@ -262,7 +264,9 @@ class Parser {
       do {
         has_lists |= tokens_[at_ + 1].is("[]");
         const Token first = token();
+        const std::size_t values = values_.size();
         arguments.push_back(argument(count));
+        uses_columns.push_back(values_.size() > values);
         const bool is_whole = token().is(",") || token().is(")");
         if (first.kind == Token::Kind::kText && is_whole) texts.emplace_back(count, first);
       } while (take(","));
@@ -278,6 +282,9 @@ class Parser {
       if (parameter == nullptr || parameter->kind == catalog::ArgumentKind::kBasis) continue;
       auto& uses = parameter->is_date() ? dates_ : numbers_;
       uses.insert(uses.end(), columns.begin(), columns.end());
+      const bool is_computed =
+          columns.empty() ? uses_columns[i] : !columns_.is_in_table(columns.front());
+      computes_dates_ |= parameter->is_date() && is_computed;
     }
     if (!has_lists) {
       if (const auto error = CheckedCall::arity_error(*keyword, count)) {
@@ -435,6 +442,7 @@ class Parser {
   std::vector<std::size_t> values_;
   std::vector<std::size_t> lists_;
   std::vector<std::size_t> dates_;
+  bool computes_dates_ = false;
   std::vector<std::size_t> numbers_;
 };
 

@@ -41,7 +41,8 @@ std::optional<double> date_of_excel(double serial) {
   constexpr double kFalseDay = 60.0;
   constexpr double kSerialOf1960 = 21916.0;
   if (serial < 1.0 || serial != std::trunc(serial) || serial == kFalseDay) return std::nullopt;
-  return serial - kSerialOf1960 + (serial < kFalseDay ? 1.0 : 0.0);
+  const double days = serial - kSerialOf1960 + (serial < kFalseDay ? 1.0 : 0.0);
+  return is_beyond_calendar(days) ? std::nullopt : std::optional(days);
 }
 
 // Takes a currency sign, at either end.

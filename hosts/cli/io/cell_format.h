@@ -23,6 +23,7 @@ struct CellFormat {
   bool accepts_iso = true;  // besides the pattern
   bool has_numbers = false;
   NumberFormat numbers{};
+  bool writes_numbers = false;  // in NDJSON, without the separators
 
   bool is_default = true;
 };

@@ -85,10 +85,11 @@ bool LineParser::next() {
     text_.remove_prefix(std::min(end + 1, text_.size()));
     if (line.ends_with('\r')) line.remove_suffix(1);
     record_.line = line_++;
-    if (line.empty()) continue;
+    const bool is_tsv = shape_->format == InputFormat::kTsv;
+    if (line.empty() || (!is_tsv && host::trim(line).empty())) continue;
     record_.text = line;
     record_.error = {};
-    if (shape_->format == InputFormat::kTsv) {
+    if (is_tsv) {
       parse_tsv(line);
     } else {
       parse_json(line);
@@ -100,6 +101,9 @@ bool LineParser::next() {
 
 void LineParser::parse_tsv(std::string_view line) {
   split_line(line, Escape::kBackslash, cells_);
+  for (std::string& cell : cells_) {
+    if (cell == kMissingCell) cell.clear();
+  }
   record_.cells.assign(cells_.begin(), cells_.end());
 }
 

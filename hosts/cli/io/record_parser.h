@@ -12,7 +12,7 @@ namespace cli {
 
 enum class InputFormat : std::uint8_t {
   kCsv,
-  kTsv,     // cells separated by tabs, with the escape sequences \t \n \r and \\.
+  kTsv,     // cells separated by tabs, with the escape sequences \t \n \r and \\; \N is missing
   kNdjson,  // one JSON object per line
   kNone,    // one record without cells
 };

@@ -64,7 +64,7 @@ void Groups::evaluate(Work& work, std::size_t first, std::size_t last) {
           0,
           [&](std::size_t to, std::size_t column) {
             const auto at = std::ranges::find(plan_.keys, column) - plan_.keys.begin();
-            work.format.cell(work.out, to, keys[static_cast<std::size_t>(at)]);
+            work.append_cell(to, column, keys[static_cast<std::size_t>(at)]);
           },
           value);
       work.end_row();

@@ -106,6 +106,12 @@ void set_formats(Plan& plan, const Columns& columns) {
       const Assignment to = assignment_of(columns, "--dates", text);
       check_date_pattern(to.format);
       if (to.format != kExcelDates) plan.date_form = to.format;
+      if (!to.column && to.format == kExcelDates &&
+          std::ranges::any_of(plan.expressions, &Expression::computes_dates)) {
+        throw std::runtime_error(
+            "--dates excel: a date is computed from columns: name the columns that have dates, as "
+            "in --dates settle=excel");
+      }
       apply(to, to.format == kExcelDates, [&](CellFormat& format) {
         format.is_default = false;
         format.dates = to.format;
@@ -147,7 +153,10 @@ void set_output(Plan& plan, const Columns& columns) {
   }
   for (const std::size_t i : plan.output) {
     plan.output_names.push_back(columns.names()[i]);
-    plan.output_is_number.push_back(std::ranges::find(numbers, i) != numbers.end() ? 1 : 0);
+    const bool is_number = std::ranges::find(numbers, i) != numbers.end();
+    const bool has_format = i < plan.width() && plan.formats[i].has_numbers;
+    if (has_format) plan.formats[i].writes_numbers = is_number;
+    plan.output_is_number.push_back(is_number && !has_format ? 1 : 0);
   }
   if (job.on_error == OnError::kText) {
     constexpr const char* kErrorColumn = "error";

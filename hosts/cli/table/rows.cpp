@@ -289,7 +289,7 @@ class Batch {
         [&](std::size_t to, std::size_t column) {
           const bool is_there = column < cells.cells.size();
           const bool has_token = column < cells.tokens.size();
-          work_.format.cell(work_.out, to, is_there ? cells.cells[column] : std::string_view(),
+          work_.append_cell(to, column, is_there ? cells.cells[column] : std::string_view(),
                             has_token ? cells.tokens[column] : std::string_view());
         },
         value);

@@ -89,6 +89,18 @@ bool Work::evaluate(std::uint64_t line, const std::string& message) {
   return all_well;
 }
 
+// A number that is written in another form, such as 1.234,56, is not a number of JSON.
+void Work::append_cell(std::size_t to, std::size_t column, std::string_view text,
+                       std::string_view json) {
+  std::string digits;
+  if (json.empty() && plan.job.to == Format::kNdjson && plan.formats[column].writes_numbers) {
+    const Value value = value_of_cell(text, plan.formats[column]);
+    if (value.kind == Value::Kind::kNumber) append_digits(digits, value.number);
+    json = digits;
+  }
+  format.cell(out, to, text, json);
+}
+
 bool Work::is_kept(bool all_well) {
   is_stopped = !all_well && plan.job.on_error == OnError::kFail;
   return all_well || (!is_stopped && plan.job.on_error != OnError::kSkip);

@@ -85,6 +85,9 @@ class Work {
     if (plan.job.on_error == OnError::kText) format.cell(out, plan.output.size(), row_message_);
     row_message_.clear();
   }
+  // Appends a cell of a column of the table, with its JSON if it has one.
+  void append_cell(std::size_t to, std::size_t column, std::string_view text,
+                   std::string_view json = {});
   void end_row() { format.end(out); }
 
   const RowFormat& format;
