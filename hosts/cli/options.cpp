@@ -270,17 +270,20 @@ void add_engine_options(CLI::App& app, FilterJob& filter) {
 
 bool is_given(const CLI::App& app, const char* option) { return app.count(option) > 0; }
 
+// Options after a word are not read: they are arguments of a call.
+[[noreturn]] void refuse_word(const std::string& word) {
+  throw CLI::ParseError(
+      fmt::format("unexpected argument {}: write -e before each expression, and names of columns "
+                  "with commas between",
+                  word),
+      kUsage);
+}
+
 // Rejects options that the job does not use.
 void demand_fitting_options(const CLI::App& app, const Options& options) {
   const auto demand = [&](const char* option, bool fits, const char* job) {
     if (!is_given(app, option) || fits) return;
-    if (!options.words.empty()) {  // options after a word are not read
-      throw CLI::ParseError(
-          fmt::format("unexpected argument {}: {} requires {}; write options before a keyword, and "
-                      "names of columns with commas between",
-                      options.words[0], option, job),
-          kUsage);
-    }
+    if (std::ranges::find(options.words, job) != options.words.end()) refuse_word(options.words[0]);
     throw CLI::RequiresError(option, job);
   };
   for (const char* const option : {"-i", "-n", "-o", "-f", "-t", "-d", "--by", "--rows", "--select",
@@ -318,19 +321,10 @@ bool set_job(const CLI::App& app, Options& options) {
     options.job = job;
     ++count;
   }
-  // Options end at the first word: an expression without -e, or a column after a blank.
-  const auto is_expression = [](const std::string& word) {
-    return word == "-e" || word == "--expression";
-  };
-  if (!options.words.empty() &&
-      (is_given(app, "-e") || std::ranges::any_of(options.words, is_expression))) {
-    throw CLI::ParseError(
-        fmt::format("unexpected argument {}: write -e before each expression, and names of columns "
-                    "with commas between",
-                    options.words[0]),
-        kUsage);
-  }
   if (count < 2) return count == 1;
+  if (is_given(app, "-e") && !options.words.empty()) {
+    refuse_word(options.words[0]);
+  }
   throw CLI::ParseError(std::string("give only one of ") + kJobs, kUsage);
 }
 
