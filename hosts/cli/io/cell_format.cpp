@@ -104,8 +104,8 @@ std::optional<double> number_of(std::string_view text, const NumberFormat& forma
 
 }  // namespace
 
-void check_date_pattern(const std::string& pattern) {
-  if (pattern == kExcelDates) return;
+bool writes_dates_as_numbers(const std::string& pattern) {
+  if (pattern == kExcelDates) return true;
   std::tm time{};
   time.tm_year = 104;
   time.tm_mon = 10;
@@ -118,6 +118,7 @@ void check_date_pattern(const std::string& pattern) {
         "{} is not a date pattern: write the year, month and day, such as %d/%m/%Y, or excel",
         pattern));
   }
+  return !value_of(std::string_view(text.data(), length)).is_text();
 }
 
 NumberFormat number_format_of(std::string_view example) {

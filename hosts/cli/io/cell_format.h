@@ -30,8 +30,9 @@ struct CellFormat {
 
 inline constexpr std::string_view kExcelDates = "excel";
 
-// Throws std::invalid_argument when a date written with the pattern cannot be read back.
-void check_date_pattern(const std::string& pattern);
+// Whether dates in this form are numbers, as those of excel and %Y%m%d are. Throws
+// std::invalid_argument when a date written with the pattern cannot be read back.
+bool writes_dates_as_numbers(const std::string& pattern);
 
 // Reads the format from an example: 1,234.56 or 1.234,56 or 1234,56. Throws std::invalid_argument.
 NumberFormat number_format_of(std::string_view example);

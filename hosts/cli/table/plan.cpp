@@ -81,8 +81,9 @@ Assignment assignment_of(const Columns& columns, std::string_view option, const 
   return {find(columns, option, text.substr(0, at)), text.substr(at + 1)};
 }
 
-// Sets the formats of the columns. A format without a column is for all columns, but the days of a
-// spreadsheet, which are numbers, are dates only in columns that an expression uses as dates.
+// Sets the formats of the columns. A format without a column is for all columns. But dates that are
+// numbers, such as the days of a spreadsheet, are dates only in columns that an expression uses as
+// dates.
 void set_formats(Plan& plan, const Columns& columns) {
   plan.formats.resize(plan.width());
   std::vector<std::size_t> dates;
@@ -106,13 +107,14 @@ void set_formats(Plan& plan, const Columns& columns) {
       const Assignment to = assignment_of(columns, "--dates", text);
       check_date_pattern(to.format);
       if (to.format != kExcelDates) plan.date_form = to.format;
-      if (!to.column && to.format == kExcelDates &&
-          std::ranges::any_of(plan.expressions, &Expression::computes_dates)) {
+      const bool are_numbers = writes_dates_as_numbers(to.format) && !to.column;
+      if (are_numbers && std::ranges::any_of(plan.expressions, &Expression::computes_dates)) {
         throw std::runtime_error(
-            "--dates excel: a date is computed from columns: name the columns that have dates, as "
-            "in --dates settle=excel");
+            fmt::format("--dates {0}: a date is computed from columns: name the columns that have "
+                        "dates, as in --dates settle={0}",
+                        to.format));
       }
-      apply(to, to.format == kExcelDates, [&](CellFormat& format) {
+      apply(to, are_numbers, [&](CellFormat& format) {
         format.is_default = false;
         format.dates = to.format;
         format.accepts_iso = !to.column && !to.format.starts_with("%Y");
