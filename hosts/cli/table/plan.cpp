@@ -105,7 +105,6 @@ void set_formats(Plan& plan, const Columns& columns) {
   try {
     for (const std::string& text : date_formats) {
       const Assignment to = assignment_of(columns, "--dates", text);
-      check_date_pattern(to.format);
       if (to.format != kExcelDates) plan.date_form = to.format;
       const bool are_numbers = writes_dates_as_numbers(to.format) && !to.column;
       if (are_numbers && std::ranges::any_of(plan.expressions, &Expression::computes_dates)) {
