@@ -146,7 +146,7 @@ CallSite* site_of(FunctionCallInfo fcinfo, int first) {
 void set_argument(SqlCall& call, std::size_t position, const SqlValue& value) noexcept {
   switch (value.kind) {
     case SqlValue::kNull:
-      return call.set_missing(position);
+      return call.set_missing();
     case SqlValue::kNumber:
       return call.set_number(position, value.number);
     case SqlValue::kDate:
@@ -203,13 +203,14 @@ void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
   set_argument(call, position, plain_value(datum, type));
 }
 
-// Evaluates a keyword. The arguments start at a position. A result of NULL is not a failure.
+// Evaluates a keyword. The arguments start at a position. The functions are strict: no argument is
+// NULL, but elements of VARIADIC array[...] may be.
 host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool null_on_error,
                  Failure& failure) {
   CallSite* const site = site_of(fcinfo, first);
   const bool is_array = get_fn_expr_variadic(fcinfo->flinfo);
   SqlValues elements{};
-  if (is_array && !PG_ARGISNULL(first)) elements = elements_of(PG_GETARG_DATUM(first));
+  if (is_array) elements = elements_of(PG_GETARG_DATUM(first));
   const std::size_t count =
       is_array ? elements.count : static_cast<std::size_t>(PG_NARGS() - first);
   if (!prepare(*site, word, count, failure)) return {};
@@ -220,8 +221,6 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
     const int argument = first + static_cast<int>(i) - 1;
     if (is_array) {
       set_argument(prepared, i, elements.values[i - 1]);
-    } else if (PG_ARGISNULL(argument)) {
-      prepared.set_missing(i);
     } else {
       set_argument(prepared, i, PG_GETARG_DATUM(argument), site->types[i - 1]);
     }
@@ -230,9 +229,7 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
   if (!result.ok() && (!null_on_error || result.status == host::Status::kOutOfMemory)) {
     for (std::size_t i = 0; i < count && !is_array; ++i) {
       const int argument = first + static_cast<int>(i);
-      site->values[i] = PG_ARGISNULL(argument)
-                            ? SqlValue{}
-                            : plain_value(PG_GETARG_DATUM(argument), site->types[i]);
+      site->values[i] = plain_value(PG_GETARG_DATUM(argument), site->types[i]);
     }
     explain(prepared, result, is_array ? elements.values : site->values, failure);
   }
@@ -245,16 +242,9 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
 Datum evaluate_any(FunctionCallInfo fcinfo, bool null_on_error) {
   CHECK_FOR_INTERRUPTS();
   Failure failure;
-  host::Value value;
-  if (PG_ARGISNULL(0)) {
-    guarded(failure, [&] {
-      fail(failure, ERRCODE_INVALID_PARAMETER_VALUE, "finance: the keyword is missing",
-           detail_of_no_keyword());
-    });
-  } else {
-    const text* const word = PG_GETARG_TEXT_PP(0);
-    value = call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, null_on_error, failure);
-  }
+  const text* const word = PG_GETARG_TEXT_PP(0);
+  const host::Value value =
+      call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, null_on_error, failure);
   if (is_error(failure, null_on_error)) report(failure);
   if (std::isnan(value.number)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(value.number);

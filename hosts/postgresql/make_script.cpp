@@ -35,13 +35,13 @@ CREATE FUNCTION finance_keyword(bpchar) RETURNS finance_keyword
 CREATE CAST (bpchar AS finance_keyword) WITH FUNCTION finance_keyword(bpchar) AS IMPLICIT;
 
 CREATE FUNCTION finance(keyword finance_keyword, VARIADIC arguments "any") RETURNS float8
-  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;
 CREATE FUNCTION finance(keyword finance_keyword) RETURNS float8
-  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;
 CREATE FUNCTION finance_try(keyword finance_keyword, VARIADIC arguments "any") RETURNS float8
-  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;
 CREATE FUNCTION finance_try(keyword finance_keyword) RETURNS float8
-  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE COST 10;
+  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;
 CREATE FUNCTION finance_version() RETURNS text
   AS 'MODULE_PATHNAME' LANGUAGE C STABLE PARALLEL SAFE;
 
@@ -96,8 +96,7 @@ void write_function(const catalog::Keyword& keyword, std::size_t count, const ch
   }
   std::cout << "\nCREATE FUNCTION " << keyword.function_name() << '(' << parameters << ") RETURNS "
             << (keyword.result == catalog::ResultKind::kDate ? "date" : "float8")
-            << "\n  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE CALLED ON NULL INPUT PARALLEL SAFE "
-               "COST 10;\n";
+            << "\n  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 10;\n";
 }
 
 // One function for each number of arguments, because a default argument could not be distinguished

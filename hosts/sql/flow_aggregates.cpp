@@ -36,7 +36,7 @@ std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Valu
                                  is_date ? "date (YYYY-MM-DD)" : "number"));
     return std::nullopt;
   }
-  if (arguments[amount].is_missing() && arguments[key].is_missing()) return std::nullopt;
+  if (arguments[amount].is_missing()) return std::nullopt;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     if (!arguments[i].is_missing()) continue;
     error = error_of(aggregate, Status::kInvalidArgument, i, "is missing");

@@ -48,9 +48,8 @@ struct FlowError {
   [[nodiscard]] bool ok() const noexcept { return status == Status::kOk; }
 };
 
-// The flow of a row, from its arguments in order. A row has no flow if both amount and date (or
-// period) are missing, as in the rows that an outer join adds. The error is kWrongType, or
-// kInvalidArgument for a missing value.
+// The flow of a row, from its arguments in order. A row without an amount has no flow. The error is
+// kWrongType, or kInvalidArgument for an amount without its date, period or rate.
 std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments,
                             FlowError& error);
 

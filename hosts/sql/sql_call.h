@@ -27,14 +27,16 @@ class SqlCall {
   [[nodiscard]] std::size_t size() const noexcept { return call_.size(); }
 
   // For each row: begin, set all arguments, run. Numbers are not accepted as dates, nor dates as
-  // numbers.
-  void begin() noexcept { call_.begin(); }
-  void set_missing(std::size_t position) noexcept {
-    call_.set_number(position, std::numeric_limits<double>::quiet_NaN());
+  // numbers. If an argument is missing, as NULL and NaN are, the result is missing.
+  void begin() noexcept {
+    call_.begin();
+    is_missing_ = false;
   }
+  void set_missing() noexcept { is_missing_ = true; }
   void set_number(std::size_t position, double number) noexcept {
     call_.set_number(position, number);
-    if (takes_date_[position - 1] && !std::isnan(number)) call_.set_wrong_type(position);
+    if (takes_date_[position - 1]) call_.set_wrong_type(position);
+    if (std::isnan(number)) set_missing();
   }
   void set_date(std::size_t position, double days) noexcept {
     call_.set_number(position, days);
@@ -44,7 +46,7 @@ class SqlCall {
     call_.set(position, value_of_sql_text(text, parameter(position).kind));
   }
   void set_wrong_type(std::size_t position) noexcept { call_.set_wrong_type(position); }
-  CallResult run() noexcept { return call_.run(); }
+  CallResult run() noexcept { return is_missing_ ? CallResult{} : call_.run(); }
 
   // The error message: "finance(PRICE): argument 3 (rate) is -0.05: must be greater than 0". The
   // function returns the row's value at a position, for a kind of argument.
@@ -62,6 +64,7 @@ class SqlCall {
 
   CheckedCall call_;
   std::vector<char> takes_date_;
+  bool is_missing_ = false;
 };
 
 }  // namespace host

@@ -83,7 +83,7 @@ void fail(sqlite3_context* context, auto&& make_message) {
 void set_argument(SqlCall& call, std::size_t position, sqlite3_value* value) noexcept {
   switch (sqlite3_value_type(value)) {
     case SQLITE_NULL:
-      return call.set_missing(position);
+      return call.set_missing();
     case SQLITE_INTEGER:
     case SQLITE_FLOAT:
       return call.set_number(position, sqlite3_value_double(value));
@@ -109,7 +109,8 @@ void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** argv) {
 
 void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    if (argc == 0 || sqlite3_value_type(argv[0]) == SQLITE_NULL) {
+    if (argc > 0 && sqlite3_value_type(argv[0]) == SQLITE_NULL) return;  // NULL
+    if (argc == 0) {
       return fail(context, [] { return "finance: the keyword is missing"; });
     }
     // SQLite keeps the auxiliary data of the keyword only if the keyword is a constant.
