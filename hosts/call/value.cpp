@@ -123,8 +123,12 @@ void append_digits(std::string& text, double value, int decimals) {
   char digits[400];  // the largest double has 309 digits before the point
   const auto append = [&](std::to_chars_result result) { text.append(digits, result.ptr); };
   if (decimals != kAllDigits && std::isfinite(value)) {
+    const std::size_t start = text.size();
     append(std::to_chars(std::begin(digits), std::end(digits), value, std::chars_format::fixed,
                          decimals));
+    // A number that is rounded to 0 has no sign.
+    if (text.find_first_not_of("-0.", start) == text.npos && text[start] == '-')
+      text.erase(start, 1);
     return;
   }
   // Amounts, days and rates are written without an exponent.

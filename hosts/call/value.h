@@ -50,7 +50,7 @@ std::string_view trim(std::string_view cell) noexcept;
 Value value_of_cell(std::string_view cell) noexcept;
 
 // Appends the shortest digits that read back to the same double, or digits rounded to a number of
-// decimals. Appends nothing for NaN.
+// decimals, in which 0 has no sign. Appends nothing for NaN.
 void append_digits(std::string& text, double value, int decimals = kAllDigits);
 
 // Appends YYYY-MM-DD. Returns false, and appends nothing, when the year is not in 0 to 9999.
