@@ -32,6 +32,7 @@ class Parser {
     result.root = value();
     if (token().kind != kEnd) {
       if (tokens_[at_ - 1].kind == kName) refuse_unquoted(tokens_[at_ - 1]);
+      refuse_word_operator();
       refuse("expected an operator");
     }
     if (!is_named) result.name = source_from(from);
@@ -110,6 +111,8 @@ class Parser {
     NodePointer left = sum();
     if (const auto comparison = comparison_of(token())) {
       ++at_;
+      if (token().is("=")) refuse("write = instead of ==");
+      if (token().is(">")) refuse("write != instead of <>");
       NodePointer right = sum();
       if (comparison_of(token())) refuse("a comparison cannot be compared: use parentheses");
       left = cli::comparison(source_from(from), *comparison, std::move(left), std::move(right));
@@ -300,6 +303,12 @@ class Parser {
     std::vector<std::string> names;
     for (const catalog::Keyword& each : catalog::keywords()) names.emplace_back(each.word);
     for (const FunctionInfo& each : functions()) names.emplace_back(each.name);
+    // Names that other programs have for the same functions.
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kOtherNames = {
+        {{"avg", "mean"}, {"average", "mean"}, {"coalesce", "ifmissing"}, {"ifnull", "ifmissing"}}};
+    for (const auto& [other, name] : kOtherNames) {
+      if (word == other) return fmt::format("unknown function {}; did you mean {}?", word, name);
+    }
     return fmt::format("unknown function {}{}", word, did_you_mean(word, names));
   }
 
@@ -394,6 +403,12 @@ class Parser {
       refuse_unquoted(token());
       refuse(error.what());
     }
+  }
+
+  // Reports the words that other languages have for operators.
+  void refuse_word_operator() const {
+    if (token().text == "and") refuse("write a * b instead of a and b");
+    if (token().text == "or") refuse("write a + b > 0 instead of a or b");
   }
 
   // Reports a name of a column, or of a basis, whose quotes are missing.
