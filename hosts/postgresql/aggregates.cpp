@@ -22,8 +22,9 @@ using host::FlowAggregate;
 void fail(Failure& failure, const host::FlowError& error) noexcept {
   int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
   if (error.status == host::Status::kWrongType) sql_state = ERRCODE_DATATYPE_MISMATCH;
-  if (error.status == host::Status::kInvalidArgument)
-    sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+  const bool is_out_of_range =
+      error.status == host::Status::kInvalidArgument || error.status == host::Status::kNotFinite;
+  if (is_out_of_range) sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
   finance_pg::fail(failure, sql_state, error.message,
                    "Each row is one cash flow: an amount, and its date or period. The rate is the "
                    "same in all rows "

@@ -76,10 +76,12 @@ void explain(const SqlCall& call, const host::CallResult& result, const SqlValue
         });
     const catalog::Argument* const parameter =
         result.position == 0 ? nullptr : &call.parameter(result.position);
-    fail(failure,
-         parameter == nullptr ? ERRCODE_INVALID_PARAMETER_VALUE
-                              : sql_state_of(arguments[result.position - 1], parameter->kind),
-         message, detail_of(call.keyword(), parameter));
+    int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
+    if (result.status == host::Status::kNotFinite) sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+    if (parameter != nullptr) {
+      sql_state = sql_state_of(arguments[result.position - 1], parameter->kind);
+    }
+    fail(failure, sql_state, message, detail_of(call.keyword(), parameter));
   });
 }
 
