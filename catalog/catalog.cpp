@@ -87,9 +87,7 @@ const Argument* Keyword::argument_at(std::size_t position, std::size_t count) co
   const std::size_t list_length = lists == 0 || count < required ? 0 : (count - required) / lists;
   std::size_t passed = 0;
   for (const Argument& argument : arguments()) {
-    const bool is_list =
-        argument.presence == Presence::kRepeated || argument.presence == Presence::kAnyNumber;
-    passed += is_list ? list_length : 1;
+    passed += argument.is_list() ? list_length : 1;
     if (position <= passed && position <= count) return &argument;
   }
   return nullptr;

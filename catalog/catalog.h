@@ -26,6 +26,10 @@ enum class ArgumentKind : std::uint8_t {
   kFrequency,  // coupons per year: 1, 2, 4, 6 or 12. Hosts reject other values; the module does not
 };
 
+constexpr bool is_date(ArgumentKind kind) noexcept {
+  return kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime;
+}
+
 enum class ResultKind : std::uint8_t {
   kAmount,  // money, in the currency of the arguments or per 100 of face value
   kRate,    // a fraction: 0.05 is 5 %
@@ -80,8 +84,9 @@ struct Argument {
   std::array<Bound, 3> bound_list{};
   std::size_t bound_count = 0;
 
-  [[nodiscard]] constexpr bool is_date() const noexcept {
-    return kind == ArgumentKind::kDate || kind == ArgumentKind::kDateTime;
+  [[nodiscard]] constexpr bool is_date() const noexcept { return catalog::is_date(kind); }
+  [[nodiscard]] constexpr bool is_list() const noexcept {
+    return presence == Presence::kRepeated || presence == Presence::kAnyNumber;
   }
   // In the order in which the module checks them.
   [[nodiscard]] constexpr std::span<const Bound> bounds() const noexcept {
@@ -169,7 +174,7 @@ struct Description {
   std::string_view value;    // the example's result, rounded to ten digits or exact, or a date
   std::string_view related;  // the keywords of "See also", separated by blanks
   std::span<const Cause> causes = {};  // of a failed calculation; the test of the last one is null
-  bool searches = false;               // for a rate: the search does not go below kLowestRate
+  bool searches = false;               // for a rate: the search does not go below -0.9999999
 };
 
 class Keyword {
@@ -184,6 +189,12 @@ class Keyword {
   Task task;
   ResultKind result;
   Description description;
+
+  // Whether a result is the lowest point of a search, which found no rate.
+  [[nodiscard]] constexpr bool is_lowest_rate(double value) const noexcept {
+    constexpr double kLowestRate = -0.9999999;
+    return description.searches && value == kLowestRate;
+  }
 
   // The values of a list are adjacent; all lists have the same length; optional arguments are last.
   [[nodiscard]] constexpr std::span<const Argument> arguments() const noexcept {
@@ -207,9 +218,6 @@ class Keyword {
   std::array<Argument, 9> arguments_{};
   std::size_t size_;
 };
-
-// The rate at which a search ends if it finds no rate.
-inline constexpr double kLowestRate = -0.9999999;
 
 inline constexpr std::size_t kNoBound = SIZE_MAX;
 

@@ -5,10 +5,6 @@ namespace {
 
 constexpr std::size_t kColumns = 96;
 
-bool is_list(const Argument& argument) noexcept {
-  return argument.presence == Presence::kRepeated || argument.presence == Presence::kAnyNumber;
-}
-
 // The text, broken at blanks into lines. Lines after the first are indented.
 std::string wrapped(std::string_view text, std::string_view indent = "") {
   std::string lines;
@@ -28,7 +24,7 @@ std::string sentence(std::string_view phrase) {
 }
 
 std::string item(const Argument& argument) {
-  std::string text = "- `" + std::string(argument.name) + (is_list(argument) ? " ..." : "") +
+  std::string text = "- `" + std::string(argument.name) + (argument.is_list() ? " ..." : "") +
                      "`: " + std::string(argument.meaning) + "; " + range_of(argument);
   if (argument.presence == Presence::kAnyNumber) text += "; the list may be empty";
   if (argument.presence == Presence::kOptional) {
@@ -84,7 +80,7 @@ std::string signature_of(const Keyword& keyword) {
       text.append(text.empty() ? "[" : " [");
       closing += ']';
     }
-    text.append(comma).append(argument.name).append(is_list(argument) ? " ..." : "");
+    text.append(comma).append(argument.name).append(argument.is_list() ? " ..." : "");
   }
   return std::string(keyword.word) + '(' + text + closing + ')';
 }

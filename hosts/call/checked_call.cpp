@@ -116,7 +116,7 @@ CallResult CheckedCall::run() noexcept {
   const vxkernel::Result result = call_.run();
   if (result.ok()) {
     if (std::isfinite(result.value)) {
-      if (is_lowest_rate(result.value)) return {Status::kNoRate};
+      if (keyword_->is_lowest_rate(result.value)) return {Status::kNoRate};
       return {Status::kOk, 0, value_of(result.value)};
     }
     const std::span<const double> numbers(&call_[1], size());

@@ -70,10 +70,6 @@ class CheckedCall {
 
   // The bound call, for columns. It does not check types, dates and frequencies.
   [[nodiscard]] vxkernel::Call& bound() noexcept { return call_; }
-  // Whether a result of the bound call is no rate, but the lowest point of the search.
-  [[nodiscard]] bool is_lowest_rate(double result) const noexcept {
-    return keyword_->description.searches && result == catalog::kLowestRate;
-  }
   // A result of the module as a value: a number, a count or a date.
   [[nodiscard]] Value value_of(double number) const noexcept {
     return {.number = number, .kind = result_kind_};

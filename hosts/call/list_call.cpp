@@ -6,14 +6,6 @@
 #include <numeric>
 
 namespace host {
-namespace {
-
-bool is_list(const catalog::Argument& argument) noexcept {
-  return argument.presence == catalog::Presence::kRepeated ||
-         argument.presence == catalog::Presence::kAnyNumber;
-}
-
-}  // namespace
 
 bool ListCall::fits(const catalog::Keyword& keyword, std::span<const ListArgument> arguments) {
   const auto parameters = keyword.arguments();
@@ -21,7 +13,7 @@ bool ListCall::fits(const catalog::Keyword& keyword, std::span<const ListArgumen
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     if (i >= arguments.size()) {
       if (parameters[i].presence != catalog::Presence::kOptional) return false;
-    } else if (arguments[i].is_list != is_list(parameters[i])) {
+    } else if (arguments[i].is_list != parameters[i].is_list()) {
       return false;
     }
   }
@@ -71,8 +63,8 @@ void ListCall::run(std::span<const std::int64_t> offsets, std::span<double> resu
       kernel_.evaluate_lists(std::string(keyword_.word), columns, offsets, to, &options);
   if (status == VXK_OUT_OF_MEMORY) throw std::bad_alloc();
   for (std::size_t group = 0; group < results.size(); ++group) {
-    const bool is_rate = keyword_.description.searches && results[group] == catalog::kLowestRate;
-    if (status != VXK_OK || is_rate || !is_valid(offsets, group)) results[group] = std::nan("");
+    const bool is_lowest = keyword_.is_lowest_rate(results[group]);
+    if (status != VXK_OK || is_lowest || !is_valid(offsets, group)) results[group] = std::nan("");
   }
 }
 

@@ -20,8 +20,7 @@ std::optional<std::string> SqlCall::keyword_error(std::string_view word, std::si
 SqlCall::SqlCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword, std::size_t count)
     : call_(kernel, keyword, count) {
   takes_date_.reserve(count);
-  for (std::size_t i = 1; i <= count; ++i)
-    takes_date_.push_back(is_date(parameter(i).kind) ? 1 : 0);
+  for (std::size_t i = 1; i <= count; ++i) takes_date_.push_back(parameter(i).is_date() ? 1 : 0);
 }
 
 std::string SqlCall::error_message(const CallResult& result, std::span<const Value> values) const {

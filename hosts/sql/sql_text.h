@@ -13,11 +13,6 @@ namespace host {
 // valid only as a basis. The value points into the text.
 Value value_of_sql_text(std::string_view text, catalog::ArgumentKind kind) noexcept;
 
-// Whether an argument of this kind is a date.
-constexpr bool is_date(catalog::ArgumentKind kind) noexcept {
-  return kind == catalog::ArgumentKind::kDate || kind == catalog::ArgumentKind::kDateTime;
-}
-
 // Whether a value has the type of an argument of this kind. Numbers are not dates. The missing
 // value has every type; the module decides whether it is valid.
 bool has_type(const Value& value, catalog::ArgumentKind kind) noexcept;

@@ -13,9 +13,7 @@ std::string type_of(const catalog::Argument& argument) {
   if (argument.kind == kDate) type = "Date32";
   if (argument.kind == kBasis) type = "String";
   if (argument.kind == kWhole || argument.kind == kFrequency) type = "Int32";
-  const bool is_list = argument.presence == catalog::Presence::kRepeated ||
-                       argument.presence == catalog::Presence::kAnyNumber;
-  return (is_list ? "Array(" : "Nullable(") + type + ')';
+  return (argument.is_list() ? "Array(" : "Nullable(") + type + ')';
 }
 
 // The engine passes every argument: the default of an optional argument must be given.

@@ -365,11 +365,7 @@ class Applied : public Node {
     if (in.failed) return {};
     const double result = evaluate_function(function_, numbers);
     if (std::isinf(result)) in.fail([this] { return not_finite(*this); });
-    const Kind kind = kind_of_result(are_dates);
-    return {.number = result,
-            .kind = kind == Kind::kDate    ? Value::Kind::kDate
-                    : kind == Kind::kCount ? Value::Kind::kCount
-                                           : Value::Kind::kNumber};
+    return {.number = result, .kind = kind_of(kind_of_result(are_dates))};
   }
 
   const BlockColumn* evaluate(BlockEvaluator& in) const override {
@@ -519,7 +515,7 @@ class Call : public Node {
     if (status != VXK_OK) return nullptr;
     // A row that is missing a value or fails is evaluated again by itself.
     for (std::size_t i = 0; i < in.rows; ++i) {
-      if (std::isnan(to.numbers[i]) || call.is_lowest_rate(to.numbers[i])) in.is_special[i] = 1;
+      if (std::isnan(to.numbers[i]) || keyword_.is_lowest_rate(to.numbers[i])) in.is_special[i] = 1;
     }
     return &to;
   }
@@ -637,6 +633,7 @@ class Call : public Node {
 };
 
 }  // namespace
+
 CheckedCall& BoundCalls::get(std::size_t number, const catalog::Keyword& keyword,
                              std::size_t count) {
   if (number >= calls_.size()) calls_.resize(number + 1);

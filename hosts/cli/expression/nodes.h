@@ -98,6 +98,17 @@ inline BlockColumn::Kind kind_of(const Value& value) noexcept {
   }
 }
 
+inline Value::Kind kind_of(BlockColumn::Kind kind) noexcept {
+  switch (kind) {
+    case BlockColumn::Kind::kDate:
+      return Value::Kind::kDate;
+    case BlockColumn::Kind::kCount:
+      return Value::Kind::kCount;
+    default:
+      return Value::Kind::kNumber;
+  }
+}
+
 // A column of a block of groups, as lists.
 struct BlockList {
   std::vector<double> values;  // of all groups

@@ -43,10 +43,7 @@ bool Work::evaluate_block() {
 
 Value Work::block_value(std::size_t index, std::size_t row) const {
   const BlockColumn& column = columns.columns[index];
-  auto kind = Value::Kind::kNumber;
-  if (column.kind == Kind::kDate) kind = Value::Kind::kDate;
-  if (column.kind == Kind::kCount) kind = Value::Kind::kCount;
-  return {.number = column.at(row), .kind = kind};
+  return {.number = column.at(row), .kind = kind_of(column.kind)};
 }
 
 // Messages name the form of dates that the user has chosen.
