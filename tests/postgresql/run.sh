@@ -1,41 +1,8 @@
 #!/usr/bin/env bash
-# Tests the extension in separate servers: copies of the installed server, with the extension, on
-# sockets in a temporary folder. Changes nothing else. If run by root, the servers run as the user
-# postgres.
+# Tests the extension in separate servers.
 # usage: run.sh BUILD-FOLDER
 set -euo pipefail
-tests=$(cd "$(dirname "$0")" && pwd)
-build=$(cd "$1" && pwd)
-home=$(mktemp -d /tmp/finance-pg.XXXXXX)
-bin=$home$(pg_config --bindir)
-
-as_user() {
-  if [ "$(id -u)" = 0 ]; then runuser -u postgres -- "$@"; else "$@"; fi
-}
-finish() {
-  for data in "$home"/*/PG_VERSION "$home"/*/*/PG_VERSION; do
-    [ ! -f "$data" ] || as_user "$bin/pg_ctl" -D "${data%/*}" -m immediate stop >>"$home/stop.log" 2>&1 || true
-  done
-  rm -rf "$home"
-}
-trap finish EXIT
-
-for folder in --bindir --pkglibdir --sharedir; do
-  folder=$(pg_config $folder)
-  mkdir -p "$home$folder"
-  cp -rL "$folder/." "$home$folder"
-done
-rm -f "$home$(pg_config --pkglibdir)"/{finance_postgresql,vxfnc}.so \
-  "$home$(pg_config --sharedir)"/extension/finance*  # files of an earlier installation
-DESTDIR=$home cmake --install "$build" --component postgresql >"$home/install.log"
-[ "$(id -u)" != 0 ] || chown -R postgres "$home"
-
-cd "$home"
-as_user "$bin/initdb" -D "$home/data" -U postgres -A trust --locale=C.UTF-8 -N >"$home/init.log"
-as_user "$bin/pg_ctl" -w -D "$home/data" -l "$home/server.log" \
-  -o "-k $home -c listen_addresses= -c fsync=off" start >"$home/start.log"
-
-psql() { as_user "$bin/psql" -XqAt -h "$home" -U postgres "$@"; }
+. "$(dirname "$0")/server.sh" "$1"
 
 # The transcript: psql executes each line that begins with "> ", and must print the lines that
 # follow. Errors are printed with their SQLSTATE.
