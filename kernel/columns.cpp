@@ -10,6 +10,7 @@
 #include <span>
 #include <thread>
 
+#include "kernel/compensated_sum.h"
 #include "kernel/internal.h"
 
 namespace vxkernel {
@@ -445,8 +446,7 @@ class ListWorker {
     return kept;
   }
 
-  // Sorts the flows by date and adds up flows of the same date in their original order. Returns how
-  // many flows remain.
+  // Sorts the flows by date and adds up the flows of each date. Returns how many flows remain.
   std::size_t sort_and_add(std::size_t count) {
     const auto by = static_cast<std::size_t>(options_->date_list) - 1;
     std::vector<double>& dates = values_[by];
@@ -456,30 +456,28 @@ class ListWorker {
     if (first >= count) return count;
 
     sort_by(dates, count);
-    std::size_t last = 0;
+    const auto is_last_of_date = [&](std::size_t i) {
+      return i + 1 == count || dates[order_[i]] != dates[order_[i + 1]];
+    };
     sorted_.resize(count);
     for (const std::size_t k : lists_) {
-      std::vector<double>& values = values_[k];
       if (k == by) continue;
-      last = 0;
-      sorted_[0] = values[order_[0]];
-      for (std::size_t i = 1; i < count; ++i) {
-        const double value = values[order_[i]];
-        if (dates[order_[i]] == dates[order_[i - 1]]) {
-          sorted_[last] += value;
-        } else {
-          sorted_[++last] = value;
-        }
+      std::size_t sums = 0;
+      CompensatedSum sum;
+      for (std::size_t i = 0; i < count; ++i) {
+        sum.add(values_[k][order_[i]]);
+        if (!is_last_of_date(i)) continue;
+        sorted_[sums++] = sum.value();
+        sum = {};
       }
-      std::copy_n(sorted_.data(), last + 1, values.data());
+      std::copy_n(sorted_.data(), sums, values_[k].data());
     }
-    last = 0;
-    sorted_[0] = dates[order_[0]];
-    for (std::size_t i = 1; i < count; ++i) {
-      if (dates[order_[i]] != sorted_[last]) sorted_[++last] = dates[order_[i]];
+    std::size_t days = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      if (is_last_of_date(i)) sorted_[days++] = dates[order_[i]];
     }
-    std::copy_n(sorted_.data(), last + 1, dates.data());
-    return last + 1;
+    std::copy_n(sorted_.data(), days, dates.data());
+    return days;
   }
 
   // Fills order_ with the indices of the flows, sorted by date; flows of the same date keep their

@@ -274,9 +274,10 @@ VXK_API int vxk_evaluate_columns(vxk_call* call, const vxk_column* columns, int6
  * present but a value of the flow in another list is missing, the group fails. If a value per group
  * is missing, the result of the group is missing.
  *
- * If date_list is set, the flows of a group are sorted by the dates in that column. The amounts of
- * equal dates are added up in their original order, so the last digit may differ from that of a
- * call that passes each flow separately.
+ * If date_list is set, the flows of a group are sorted by the dates in that column, and the amounts
+ * of each date are added up. The rounding errors of these additions are added up as well, and the
+ * sum is corrected by them. In practice the result therefore does not depend on the order of the
+ * flows. Its last digit may differ from that of a call that passes each flow separately.
  *
  * In all other respects the function works as vxk_evaluate_columns does, with groups in place of
  * rows. The argument in an error is the number of a column. */

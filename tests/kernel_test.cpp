@@ -132,6 +132,47 @@ TEST(Kernel, EvaluatesWithoutAllocating) {
   EXPECT_EQ(allocations, before);
 }
 
+struct Lists {  // groups of flows, and the results of the groups
+  const Kernel kernel{VXFNC_MODULE};
+  std::vector<double> amounts, dates, values;
+  std::vector<std::int64_t> offsets = {0};
+  vxk_report report{sizeof report, 0, 0, 0, {}};
+
+  void add_group(const std::vector<double>& group) {
+    amounts.insert(amounts.end(), group.begin(), group.end());
+    offsets.push_back(std::ssize(amounts));
+  }
+  int evaluate(const char* keyword) {
+    values.resize(offsets.size() - 1);
+    dates.resize(amounts.size());
+    const double rate = 0.0;
+    std::vector<vxk_column> columns = {vxkernel::column(amounts.data(), true),
+                                       vxkernel::column(dates.data(), true)};
+    if (keyword == std::string("XNPV")) columns.insert(columns.begin(), vxkernel::constant(&rate));
+    const vxk_results results{sizeof results, 0, values.data(), nullptr, nullptr};
+    const auto date_list = static_cast<std::int32_t>(columns.size());
+    const vxk_options options{sizeof options, 1, 0, date_list, 0, 0, nullptr};
+    return kernel.evaluate_lists(keyword, columns, offsets, results, &options, &report);
+  }
+};
+
+TEST(Kernel, AddsUpTheFlowsOfADateInAnyOrder) {
+  // At a rate of 0, XNPV of one date is the sum of the amounts.
+  for (const auto& [amounts, sum] : std::vector<std::pair<std::vector<double>, double>>{
+           {{0.1, 0.2, 0.3}, 0.6}, {{-1e16, 1, 1e16}, 1}}) {
+    Lists lists;
+    auto order = amounts;
+    do lists.add_group(order);
+    while (std::ranges::next_permutation(order).found);
+    lists.evaluate("XNPV");
+    EXPECT_EQ(lists.values, std::vector<double>(lists.values.size(), sum));
+  }
+  Lists infinite;
+  infinite.add_group({1e308, 1e308, 1});
+  infinite.evaluate("XNPV");
+  EXPECT_EQ(infinite.report.first.status, VXK_NOT_FINITE);  // NaN would be an invalid argument
+}
+
 #ifndef VXFNC_SANITIZED
 TEST(Kernel, ReportsOutOfMemoryOnlyForTheCallThatRanOut) {
   const Kernel kernel(VXFNC_MODULE);
