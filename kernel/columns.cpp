@@ -1,11 +1,16 @@
 // Evaluates a call for each row of columns or for each group of lists, with any number of threads.
+#include <pthread.h>
+#include <signal.h>
+
 #include <atomic>
 #include <bit>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <numeric>
 #include <span>
 #include <thread>
@@ -24,6 +29,8 @@ constexpr std::int64_t kGroupsPerChunk = 64;
 constexpr double kDayZeroOfDate32 = 3653;   // 1 January 1970
 constexpr double kDaysOfCalendar = 700000;  // dates this close to 1960 have years of four digits
 constexpr std::int64_t kMaxThreads = 256;
+// Calls with fewer flows than this end soon, even if they search for a rate.
+constexpr std::size_t kFlowsToWatch = 20'000;
 constexpr std::int64_t kMaxSlots = std::numeric_limits<std::int32_t>::max() - 1;
 
 bool is_missing(double value) noexcept { return value != value; }
@@ -158,6 +165,15 @@ class Bitmap {
   int bit_;
 };
 
+struct CallResult {
+  int status = VXK_OK;
+  double value = 0.0;
+  std::int32_t argument = 0;
+
+  // Fills the result in place: a copy would add a tenth to the time of a short call.
+  void run(vxk_call& call) noexcept { status = call.run(&value, &argument); }
+};
+
 // Stores the results of one chunk of rows and counts its missing and failed rows.
 class Output {
  public:
@@ -182,11 +198,9 @@ class Output {
     tally_.fail(failure);
     if (has_bits_) add_bits(false, true);
   }
-  // Evaluates the call and stores the result or the failure. Returns false if the call fails.
-  bool run(vxk_call& call, std::int64_t row, auto&& column_of) noexcept {
-    double value = 0.0;
-    std::int32_t argument = 0;
-    const int status = call.run(&value, &argument);
+  // Stores the result or the failure of a call. Returns false if the call failed.
+  bool store(std::int64_t row, const CallResult& result, auto&& column_of) noexcept {
+    const auto& [status, value, argument] = result;
     if (status == VXK_OK && std::isfinite(value)) [[likely]] {
       store(row, value);
       return true;
@@ -217,6 +231,57 @@ class Output {
 
 bool is_set(const volatile std::int32_t* flag) noexcept {
   return flag != nullptr && __atomic_load_n(flag, __ATOMIC_RELAXED) != 0;
+}
+
+// Blocks all signals of the calling thread. A thread that is created meanwhile starts with all
+// signals blocked, so that the signals of a program, for example a database server, go to its own
+// threads.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() noexcept {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+// Evaluates a call on a thread of its own, and reads the flag until the call ends. When the flag is
+// set, the memory of the call is overwritten, which ends a search at its next step. This is
+// repeated, because a call may still be filling its memory. Returns false if the flag was set; the
+// result then has no meaning.
+bool run_until_cancelled(vxk_call& call, const volatile std::int32_t* cancel, CallResult& result) {
+  constexpr std::chrono::milliseconds kInterval{10};
+  CallMemory memory;
+  std::mutex mutex;
+  std::condition_variable end;
+  bool has_ended = false;
+  std::jthread thread;
+  try {
+    const SignalsBlocked blocked;
+    thread = std::jthread([&] {
+      call_memory = &memory;
+      result.run(call);
+      const std::lock_guard lock(mutex);
+      has_ended = true;
+      end.notify_one();
+    });
+  } catch (const std::exception&) {  // continue without a thread
+    result.run(call);
+    return true;
+  }
+  bool is_cancelled = false;
+  std::unique_lock lock(mutex);
+  while (!end.wait_for(lock, kInterval, [&has_ended] { return has_ended; })) {
+    is_cancelled = is_cancelled || is_set(cancel);
+    if (is_cancelled) memory.overwrite();
+  }
+  return !is_cancelled;
 }
 
 // Distributes chunks of rows to the workers, each of which runs in its own thread.
@@ -250,6 +315,7 @@ int run(std::vector<Worker>& workers, std::int64_t rows, std::int64_t chunk,
   {
     std::vector<std::jthread> threads;
     try {
+      const SignalsBlocked blocked;
       for (std::size_t i = 1; i < workers.size(); ++i) threads.emplace_back(work, i);
     } catch (const std::exception&) {  // continue with the threads that exist
     }
@@ -334,7 +400,9 @@ class ColumnWorker {
         output.miss(first + i);
         continue;
       }
-      const bool is_good = output.run(*call_, first + i, [](std::int32_t at) { return at; });
+      CallResult result;
+      result.run(*call_);
+      const bool is_good = output.store(first + i, result, [](std::int32_t at) { return at; });
       if (!is_good && options_->stop_at_failure != 0) break;
     }
     return true;
@@ -373,10 +441,11 @@ class ListWorker {
       is_done = !is_set(options_->cancel);
       if (!is_done) break;
       try {
-        evaluate_group(group, output);
+        is_done = evaluate_group(group, output);
       } catch (const std::bad_alloc&) {
         output.fail({group, VXK_OUT_OF_MEMORY, 0});
       }
+      if (!is_done) break;
       if (options_->stop_at_failure != 0 && tally.failed > 0) break;
     }
     output.finish();
@@ -384,13 +453,39 @@ class ListWorker {
   }
 
  private:
-  void evaluate_group(std::int64_t group, Output& output) {
+  // Returns false if the evaluation was cancelled.
+  bool evaluate_group(std::int64_t group, Output& output) {
+    const std::size_t count = prepare(group, output);
+    if (count == 0) return true;
+    CallResult result;
+    if (count < kFlowsToWatch || options_->cancel == nullptr) {
+      result.run(*call_);
+    } else if (!run_until_cancelled(*call_, options_->cancel, result)) {
+      return false;
+    }
+    output.store(group, result, [&](std::int32_t argument) -> std::int32_t {
+      auto at = static_cast<std::size_t>(argument);
+      for (std::size_t k = 0; k < columns_->size() && at > 0; ++k) {
+        const std::size_t width = (*columns_)[k].is_list != 0 ? count : 1;
+        if (at <= width) return static_cast<std::int32_t>(k + 1);
+        at -= width;
+      }
+      return 0;
+    });
+    return true;
+  }
+
+  // Fills the call with the arguments of a group. Returns how many flows it has, or 0 if the group
+  // is missing or fails without a call.
+  std::size_t prepare(std::int64_t group, Output& output) {
+    const auto miss = [&] { return output.miss(group), std::size_t{0}; };
+    const auto fail = [&](int status, std::int32_t column) {
+      return output.fail({group, status, column}), std::size_t{0};
+    };
     const std::vector<vxk_column>& columns = *columns_;
     const std::int64_t first = offsets_[group];
     const auto flows = static_cast<std::size_t>(offsets_[group + 1] - first);
-    if (flows > static_cast<std::size_t>(kMaxSlots)) {
-      return output.fail({group, VXK_OUT_OF_MEMORY, 0});
-    }
+    if (flows > static_cast<std::size_t>(kMaxSlots)) return fail(VXK_OUT_OF_MEMORY, 0);
     for (std::size_t k = 0; k < columns.size(); ++k) {
       const bool is_list = columns[k].is_list != 0;
       values_[k].resize(is_list ? flows : 1);
@@ -398,34 +493,24 @@ class ListWorker {
       const double* const from =
           read(columns[k], is_list ? first : group, count, values_[k].data());
       if (from != values_[k].data()) std::copy_n(from, count, values_[k].data());
-      if (!is_list && is_missing(values_[k][0])) return output.miss(group);
+      if (!is_list && is_missing(values_[k][0])) return miss();
     }
     std::int32_t incomplete = 0;
     const std::size_t present = drop_missing(flows, incomplete);
-    if (incomplete > 0) return output.fail({group, VXK_FAILED, incomplete});
+    if (incomplete > 0) return fail(VXK_FAILED, incomplete);
     const auto least = static_cast<std::size_t>(std::max(options_->min_flows, 1));
-    if (present < (lists_.empty() ? 0 : least)) return output.miss(group);
+    if (present < least) return miss();
     const std::size_t count = options_->date_list > 0 ? sort_and_add(present) : present;
 
     const std::size_t arguments = lists_.size() * count + columns.size() - lists_.size();
-    if (arguments > static_cast<std::size_t>(kMaxSlots)) {
-      return output.fail({group, VXK_OUT_OF_MEMORY, 0});
-    }
+    if (arguments > static_cast<std::size_t>(kMaxSlots)) return fail(VXK_OUT_OF_MEMORY, 0);
     if (arguments > call_->size()) call_->resize(std::max(arguments, 2 * call_->size()));
     call_->record()->count = static_cast<std::int32_t>(arguments + 1);
     double* to = call_->numbers.data();
     for (std::size_t k = 0; k < columns.size(); ++k) {
       to = std::copy_n(values_[k].data(), columns[k].is_list != 0 ? count : 1, to);
     }
-    output.run(*call_, group, [&](std::int32_t argument) -> std::int32_t {
-      auto at = static_cast<std::size_t>(argument);
-      for (std::size_t k = 0; k < columns.size() && at > 0; ++k) {
-        const std::size_t width = columns[k].is_list != 0 ? count : 1;
-        if (at <= width) return static_cast<std::int32_t>(k + 1);
-        at -= width;
-      }
-      return 0;
-    });
+    return count;
   }
 
   // Removes the flows whose value in the first list is missing. Returns how many flows remain. If a

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <memory>
 #include <new>
 #include <string>
@@ -16,6 +17,24 @@
 namespace vxkernel {
 
 constinit thread_local bool ran_out_of_memory = false;
+constinit thread_local CallMemory* call_memory = nullptr;
+
+void CallMemory::set(void* block, std::size_t bytes) noexcept {
+  const std::lock_guard lock(mutex_);
+  block_ = block;
+  bytes_ = bytes;
+}
+
+// The call reads the memory at the same time, without a lock: this is a data race by intention. On
+// x86-64 an aligned word is stored at once, so the call reads a number of its own or a NaN. The
+// attribute keeps these writes out of ThreadSanitizer.
+[[gnu::no_sanitize("thread"), gnu::noinline]] void CallMemory::overwrite() noexcept {
+  const std::lock_guard lock(mutex_);
+  auto* const words = static_cast<std::uint64_t*>(block_);
+  for (std::size_t i = 0; i < bytes_ / sizeof *words; ++i) {
+    __atomic_store_n(&words[i], std::bit_cast<std::uint64_t>(vxfnc::MISSING), __ATOMIC_RELAXED);
+  }
+}
 
 namespace {
 
@@ -33,6 +52,7 @@ struct Pool : vxfnc::MemoryPool {
 
   Block* blocks = nullptr;
   std::size_t used = 0;
+  bool is_call_memory = false;
   alignas(kAlignment) std::byte storage[kInlineBytes];  // not initialised
 };
 
@@ -44,6 +64,7 @@ void* allocate_or_flag(std::size_t bytes) noexcept {
 
 std::int32_t destroy_pool(vxfnc::MemoryPool* object) {
   auto* const pool = static_cast<Pool*>(object);
+  if (pool->is_call_memory) call_memory->forget();
   for (Pool::Block* block = pool->blocks; block != nullptr;) {
     std::free(std::exchange(block, block->next));
   }
@@ -67,11 +88,12 @@ void* allocate(vxfnc::MemoryPool* object, std::uint64_t bytes, std::uint64_t fla
     storage = static_cast<std::byte*>(block) + kHeader;
   }
   if ((flags & vxfnc::kZeroFilled) != 0) std::memset(storage, 0, bytes);
+  if (pool->is_call_memory) call_memory->set(storage, bytes);
   return storage;
 }
 
 vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxfnc::Journal*,
-                               const char*, std::uint64_t, std::uint64_t, std::uint64_t,
+                               const char* name, std::uint64_t, std::uint64_t, std::uint64_t,
                                std::uint64_t) {
   void* const storage = allocate_or_flag(sizeof(Pool));
   if (storage == nullptr) return nullptr;
@@ -79,6 +101,7 @@ vxfnc::MemoryPool* create_pool(vxfnc::KernelServices*, const std::uint64_t*, vxf
   std::ranges::fill(pool->reserved_0, nullptr);
   pool->destroy = destroy_pool;
   pool->allocate = allocate;
+  pool->is_call_memory = call_memory != nullptr && std::strcmp(name, "WORKPOOL") == 0;
   return pool;
 }
 

@@ -2,11 +2,14 @@
 #include "kernel/vxkernel.hpp"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <span>
 #include <thread>
 #include <vector>
@@ -142,7 +145,7 @@ struct Lists {  // groups of flows, and the results of the groups
     amounts.insert(amounts.end(), group.begin(), group.end());
     offsets.push_back(std::ssize(amounts));
   }
-  int evaluate(const char* keyword) {
+  int evaluate(const char* keyword, const volatile std::int32_t* cancel = nullptr) {
     values.resize(offsets.size() - 1);
     dates.resize(amounts.size());
     const double rate = 0.0;
@@ -151,7 +154,7 @@ struct Lists {  // groups of flows, and the results of the groups
     if (keyword == std::string("XNPV")) columns.insert(columns.begin(), vxkernel::constant(&rate));
     const vxk_results results{sizeof results, 0, values.data(), nullptr, nullptr};
     const auto date_list = static_cast<std::int32_t>(columns.size());
-    const vxk_options options{sizeof options, 1, 0, date_list, 0, 0, nullptr};
+    const vxk_options options{sizeof options, 1, 0, date_list, 0, 0, cancel};
     return kernel.evaluate_lists(keyword, columns, offsets, results, &options, &report);
   }
 };
@@ -171,6 +174,51 @@ TEST(Kernel, AddsUpTheFlowsOfADateInAnyOrder) {
   infinite.add_group({1e308, 1e308, 1});
   infinite.evaluate("XNPV");
   EXPECT_EQ(infinite.report.first.status, VXK_NOT_FINITE);  // NaN would be an invalid argument
+}
+
+// What happens to the memory of a call, whose pool is wrapped.
+std::atomic<double*> memory{nullptr};
+std::atomic<bool> is_overwritten{false}, has_signals{false};
+decltype(vxfnc::KernelServices::create_pool) create_pool;
+decltype(vxfnc::MemoryPool::allocate) allocate;
+decltype(vxfnc::MemoryPool::destroy) destroy;
+
+TEST(Kernel, CancelEndsASearch) {
+  // XIRR uses up all steps of its search for these amounts.
+  Lists lists;
+  std::vector<double> amounts(300'000);
+  amounts.front() = amounts.back() = 50;
+  amounts[amounts.size() / 2] = -88;
+  lists.add_group(amounts);
+  lists.dates.resize(amounts.size());
+  std::iota(lists.dates.begin(), lists.dates.end(), 0.0);
+  vxfnc::KernelServices* const handle = vxkernel::kernel_handle();
+  create_pool = std::exchange(handle->create_pool, [](auto... words) {
+    vxfnc::MemoryPool* const pool = create_pool(words...);
+    allocate = std::exchange(pool->allocate, [](auto... bytes) {
+      void* const storage = allocate(bytes...);
+      memory = static_cast<double*>(storage);
+      memory.notify_one();
+      return storage;
+    });
+    destroy = std::exchange(pool->destroy, [](vxfnc::MemoryPool* object) {
+      is_overwritten = std::isnan(*memory);
+      sigset_t blocked;
+      pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+      has_signals = sigismember(&blocked, SIGINT) == 0;
+      return destroy(object);
+    });
+    return pool;
+  });
+  std::int32_t cancel = 0;
+  std::jthread user([&cancel] {
+    memory.wait(nullptr);  // the call has begun
+    __atomic_store_n(&cancel, 1, __ATOMIC_RELAXED);
+  });
+  const int status = lists.evaluate("XIRR", &cancel);
+  handle->create_pool = create_pool;
+  EXPECT_EQ(status, VXK_CANCELLED);
+  EXPECT_TRUE(is_overwritten && !has_signals);
 }
 
 #ifndef VXFNC_SANITIZED

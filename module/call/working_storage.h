@@ -1,6 +1,9 @@
 // Memory for the duration of one call. It comes from a kernel pool that the constructor creates and
 // the destructor destroys. If there is no kernel handle, or if the handle cannot create pools, it
 // comes from the heap.
+//
+// The memory may contain only numbers from which no index or address is computed: to end a long
+// call, a kernel fills it with NaN while the call runs.
 #pragma once
 
 #include <cstdint>
