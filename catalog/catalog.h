@@ -207,6 +207,9 @@ class Keyword {
   [[nodiscard]] std::size_t max_args() const noexcept;  // kNoBound: no upper limit
   // False if this number of arguments gives lists of different lengths.
   [[nodiscard]] bool pairs_up(std::size_t count) const noexcept;
+  [[nodiscard]] bool accepts(std::size_t count) const noexcept {
+    return count >= min_args() && count <= max_args() && pairs_up(count);
+  }
   // The argument at a position, counted from 1, of a call with `count` arguments; null after the
   // last position.
   [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;

@@ -150,17 +150,17 @@ std::string CheckedCall::unpaired_error(std::span<const Value> values) const {
                      amounts == 1 ? "" : "s", dates, dates == 1 ? "" : "s");
 }
 
-// The error message of an argument: its name, its value and the reason.
-std::string CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
-                                        std::string_view reason) const {
+// Why an argument is invalid: its value and what is allowed.
+CheckedCall::Reason CheckedCall::argument_error(std::size_t position, std::span<const Value> values,
+                                                std::string_view allowed) const {
   const Value& value = values[position - 1];
   const bool is_basis = parameter(position).kind == ArgumentKind::kBasis;
   const std::string what =
       value.is_missing() && !is_basis
           ? "missing"
           : fmt::format("{}: {}", value.is_missing() ? "missing" : format_for_message(value),
-                        reason);
-  return fmt::format("argument {} ({}) is {}", position, parameter(position).name, what);
+                        allowed);
+  return {position, "is " + what};
 }
 
 // The bound that the argument at a position breaks; null when it breaks none. value_at returns the
@@ -205,7 +205,10 @@ std::string CheckedCall::range_error(std::size_t position, std::span<const Value
   const double value = values[position - 1].number;
   if (kind == kBasis) return type_error(kind);
   const bool needs_whole = kind == kWhole || kind == kDate;
-  if (needs_whole && value != std::trunc(value)) return type_error(kind);
+  if (needs_whole && value != std::trunc(value)) {
+    const bool has_time = values[position - 1].is_date() && kind == kDate;
+    return has_time ? "must be a date without a time of day" : type_error(kind);
+  }
   const auto value_at = [&values](std::size_t i) { return values[i - 1].number; };
   const catalog::Bound* const bound = broken_bound(position, value_at);
   if (bound != nullptr) return words_of(*bound, kind);
@@ -215,20 +218,27 @@ std::string CheckedCall::range_error(std::size_t position, std::span<const Value
 
 std::string CheckedCall::error_message(const CallResult& result,
                                        std::span<const Value> values) const {
+  const Reason why = reason(result, values);
+  if (why.position == 0) return why.text;
+  return fmt::format("argument {} ({}) {}", why.position, parameter(why.position).name, why.text);
+}
+
+CheckedCall::Reason CheckedCall::reason(const CallResult& result,
+                                        std::span<const Value> values) const {
   switch (result.status) {
     case Status::kWrongType:
       if (!values[result.position - 1].is_text()) {
-        if (auto error = unpaired_error(values); !error.empty()) return error;
+        if (auto error = unpaired_error(values); !error.empty()) return {0, error};
       }
       return argument_error(result.position, values, type_error(parameter(result.position).kind));
     case Status::kInvalidArgument:
       return argument_error(result.position, values, range_error(result.position, values));
     case Status::kOutOfMemory:
-      return "out of memory";
+      return {0, "out of memory"};
     case Status::kNotFinite:
-      return "the result is infinite or not a number";
+      return {0, "the result is infinite or not a number"};
     case Status::kNoRate:
-      return "no rate found: the search ended at -0.9999999, its lowest rate";
+      return {0, "no rate found: the search ended at -0.9999999, its lowest rate"};
     default:
       break;
   }
@@ -244,7 +254,7 @@ std::string CheckedCall::error_message(const CallResult& result,
   std::vector<double> numbers;
   for (const Value& value : values) numbers.push_back(value.number);
   const std::string_view cause = cause_of(*keyword_, numbers);
-  return fmt::format("the calculation failed{}{}", cause.empty() ? "" : ": ", cause);
+  return {0, fmt::format("the calculation failed{}{}", cause.empty() ? "" : ": ", cause)};
 }
 
 std::string unknown_keyword(std::string_view word) {

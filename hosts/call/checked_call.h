@@ -24,6 +24,7 @@ enum class Status : std::uint8_t {
   kNotFinite,        // the result is infinite or not a number
   kNoRate,           // the search for a rate ended at its lowest point
   kOutOfMemory,
+  kCancelled,
 };
 
 struct CallResult {
@@ -78,11 +79,19 @@ class CheckedCall {
   // The message of a failed call: "argument 3 (rate) is -0.05: must be greater than 0".
   [[nodiscard]] std::string error_message(const CallResult& result,
                                           std::span<const Value> values) const;
+  // The same message in two parts, for hosts that number arguments in their own way: the position
+  // of the invalid argument and "is -0.05: must be greater than 0". Position 0: no argument is
+  // named.
+  struct Reason {
+    std::size_t position = 0;
+    std::string text;
+  };
+  [[nodiscard]] Reason reason(const CallResult& result, std::span<const Value> values) const;
 
  private:
   [[nodiscard]] std::string unpaired_error(std::span<const Value> values) const;
-  [[nodiscard]] std::string argument_error(std::size_t position, std::span<const Value> values,
-                                           std::string_view reason) const;
+  [[nodiscard]] Reason argument_error(std::size_t position, std::span<const Value> values,
+                                      std::string_view allowed) const;
   [[nodiscard]] const catalog::Bound* broken_bound(std::size_t position, auto&& value_at) const;
   [[nodiscard]] std::size_t invalid_before(std::size_t position) noexcept;
   [[nodiscard]] std::size_t invalid_instead_of(std::size_t position) noexcept;

@@ -156,6 +156,22 @@ bool append_date(std::string& text, double value) {
   return true;
 }
 
+// Appends YYYY-MM-DD HH:MM:SS. Returns false, and appends nothing, as append_date does.
+bool append_date_time(std::string& text, double value) {
+  constexpr double kSecondsPerDay = 86400.0;
+  const double seconds = std::round((value - std::floor(value)) * kSecondsPerDay);
+  const bool is_next_day = seconds >= kSecondsPerDay;
+  if (!append_date(text, std::floor(value) + (is_next_day ? 1.0 : 0.0))) return false;
+  const auto second = is_next_day ? 0U : static_cast<unsigned>(seconds);
+  text += ' ';
+  append_two_digits(text, second / 3600);
+  text += ':';
+  append_two_digits(text, second / 60 % 60);
+  text += ':';
+  append_two_digits(text, second % 60);
+  return true;
+}
+
 void append_value(std::string& text, const Value& value, int decimals) {
   if (value.is_text()) {
     text += value.word;
@@ -168,6 +184,9 @@ void append_value(std::string& text, const Value& value, int decimals) {
 
 std::string format_for_message(const Value& value) {
   std::string text(value.word);
+  if (text.empty() && value.is_date() && value.number != std::trunc(value.number)) {
+    append_date_time(text, value.number);
+  }
   if (text.empty()) append_value(text, value);
   if (text.empty()) text = value.is_text() ? "''" : kMissingWord;
   // Control characters are masked, and long texts are cut.

@@ -583,7 +583,7 @@ class Call : public Node {
   }
 
   Value evaluate_lists(const std::vector<ListArgument>& arguments, Evaluator& in) const {
-    const ListCall call(in.calls.kernel(), keyword_, arguments);
+    ListCall call(in.calls.kernel(), keyword_, arguments);
     std::size_t size = 0;
     for (const auto& operand : arguments_) {
       if (const auto list = operand->list_column()) size = in.lists[*list].values.size();
