@@ -33,7 +33,7 @@ psql <<SQL
 CREATE FUNCTION plain_sln(float8, float8, float8) RETURNS float8 AS '$home/plain' LANGUAGE C IMMUTABLE;
 CREATE FUNCTION plain_price(date, date, float8, float8, float8, int) RETURNS float8 AS '$home/plain' LANGUAGE C IMMUTABLE;
 CREATE TABLE rows AS SELECT i::float8 AS cost, i / 10.0::float8 AS salvage, (5 + i % 7)::float8 AS life,
-  DATE '2024-03-11' AS settlement, DATE '2033-11-15' AS maturity, 0.0725::float8 AS rate, 0.05::float8 AS yld,
+  CASE WHEN i > 0 THEN 0 END::float8 AS bad_life, NULL::float8 AS no_life, DATE '2024-03-11' AS settlement, DATE '2033-11-15' AS maturity, 0.0725::float8 AS rate, 0.05::float8 AS yld,
   100::float8 AS redemption, 2 AS frequency FROM generate_series(1, 1000000) AS i;
 VACUUM ANALYZE rows;
 SQL
@@ -49,6 +49,9 @@ for _ in 1 2 3 4 5; do
   time_of plain_sln 'plain_sln(cost, salvage, life)'
   time_of sln "finance('SLN', cost, salvage, life)"
   time_of named_sln 'finance_sln(cost, salvage, life)'
+  time_of try_sln "finance_try('SLN', cost, salvage, life)"
+  time_of bad_sln "finance_try('SLN', cost, salvage, bad_life)"
+  time_of null_sln "finance_try('SLN', cost, salvage, no_life)"
   time_of plain_price "plain_price($bond)"
   time_of price "finance('PRICE', $bond)"
   time_of named_price "finance_price($bond)"
@@ -61,6 +64,9 @@ row() { # TITLE NAME PLAIN
 row 'a C function of three arguments' plain_sln plain_sln
 row "\`finance('SLN', ...)\`" sln plain_sln
 row '`finance_sln(...)`' named_sln plain_sln
+row "\`finance_try('SLN', ...)\`" try_sln plain_sln
+row "\`finance_try('SLN', ...)\` that fails" bad_sln plain_sln
+row "\`finance_try('SLN', ...)\` of NULL" null_sln plain_sln
 row 'a C function of six arguments' plain_price plain_price
 row "\`finance('PRICE', ...)\`, 10 years" price plain_price
 row '`finance_price(...)`' named_price plain_price

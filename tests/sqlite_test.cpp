@@ -60,6 +60,8 @@ class Database {
     return value;
   }
 
+  [[nodiscard]] sqlite3* handle() const { return handle_; }
+
   static constexpr const char* kNone = "";
 
  private:
@@ -81,14 +83,14 @@ TEST(Sqlite, MatchesTheTranscript) {
   if (got != expected.str()) std::ofstream("sqlite.got") << got;
 }
 
-// Returns "SELECT finance('PRICE', '2008-02-15', ...)".
-std::string call_of(const catalog::Keyword& keyword, const std::vector<std::string>& words) {
-  std::string sql = "SELECT finance('" + std::string(keyword.word) + '\'';
+// Returns "SELECT finance('PRICE', '2008-02-15', ...)" for the first part "finance('PRICE', ".
+std::string call_of(const std::string& first, const std::vector<std::string>& words) {
+  std::string sql = "SELECT " + first;
   for (const std::string& word : words) {
     const cli::Value value = cli::value_of(word);
-    sql += value.is_text() || value.is_date() ? ", '" + word + '\'' : ", " + word;
+    sql += (value.is_text() || value.is_date() ? '\'' + word + '\'' : word) + ", ";
   }
-  return sql + ')';
+  return sql.replace(sql.size() - 2, 2, ")");
 }
 
 TEST(Sqlite, EveryKeywordReturnsTheResultOfTheKernel) {
@@ -101,7 +103,10 @@ TEST(Sqlite, EveryKeywordReturnsTheResultOfTheKernel) {
       std::vector<vxkernel::Argument> arguments;
       for (const std::string& word : words) arguments.push_back(argument_of(word));
       const double wanted = kernel.evaluate("FINANCE", keyword.word, arguments).value;
-      const std::string call = call_of(keyword, words);
+      const std::string call = call_of("finance('" + std::string(keyword.word) + "', ", words);
+      if (std::ranges::none_of(keyword.arguments(), &catalog::Argument::is_list)) {
+        EXPECT_EQ(database.run(call_of(keyword.function_name() + '(', words)), database.run(call));
+      }
       if (keyword.result == catalog::ResultKind::kDate) {
         EXPECT_EQ(database.run(call), std::string(keyword.description.value) + '\n');
       } else {
@@ -113,6 +118,23 @@ TEST(Sqlite, EveryKeywordReturnsTheResultOfTheKernel) {
   };
   std::vector<std::jthread> threads(4);
   for (std::jthread& thread : threads) thread = std::jthread(compare);
+}
+
+TEST(Sqlite, InterruptsTheSearchOfALargeGroup) {
+  Database database;
+  database.run(
+      "CREATE TABLE flows AS WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT "
+      "200000) SELECT date('1960-01-01', i || ' days') AS day, iif(i BETWEEN 30000 AND 70000, 250, "
+      "-100) AS amount FROM n");
+  const auto end_second_run = [](void* handle) {  // of the statement that looks for interrupts
+    static int runs = 0;
+    sqlite3_stmt* const newest = sqlite3_next_stmt(static_cast<sqlite3*>(handle), nullptr);
+    if (std::string_view(sqlite3_sql(newest)) == "SELECT 1") ++runs;
+    return runs == 2 ? 1 : 0;
+  };
+  sqlite3_progress_handler(database.handle(), 1000, end_second_run, database.handle());
+  EXPECT_EQ(database.run("SELECT finance_try_xirr(amount, day) FROM flows"),
+            "Error: interrupted\n");
 }
 
 TEST(Sqlite, LoadsForAllConnectionsOfTheProcess) {

@@ -1,3 +1,6 @@
+-- All servers must have the same release of the extension.
+SELECT server, is_same, error FROM finance_check_shards('bonds');
+
 SET enable_partitionwise_aggregate = on;
 SET max_parallel_workers_per_gather = 0;  -- for the comparison: one process per machine,
 SET jit = off;                            -- and the same code on each

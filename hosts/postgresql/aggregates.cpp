@@ -16,29 +16,26 @@ using namespace finance_pg;
 
 namespace {
 
+using host::Flow;
 using host::FlowAggregate;
+using host::FlowGroup;
+using host::FlowSum;
+
+// An aggregate as an SQL function.
+struct FlowFunction {
+  const char* name;
+  const FlowAggregate& aggregate;
+  bool null_on_error;
+};
 
 // Fills the failure of a row or of a group.
-void fail(Failure& failure, const host::FlowError& error) noexcept {
-  int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
-  if (error.status == host::Status::kWrongType) sql_state = ERRCODE_DATATYPE_MISMATCH;
-  const bool is_out_of_range =
-      error.status == host::Status::kInvalidArgument || error.status == host::Status::kNotFinite;
-  if (is_out_of_range) sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
-  finance_pg::fail(failure, sql_state, error.message,
-                   "Each row is one cash flow: an amount, and its date or period. The rate is the "
-                   "same in all rows "
-                   "of a group.");
+void fail(Failure& failure, const FlowFunction& function, const host::FlowError& error) {
+  finance_pg::fail(failure,
+                   error.is_missing ? ERRCODE_NULL_VALUE_NOT_ALLOWED : sql_state_of(error.status),
+                   std::string(function.name) + ": " + error.message,
+                   "Each row is one cash flow: an amount, and its date or period. Rates are the "
+                   "same in all rows of a group.");
 }
-
-// The flows of a group so far, in the server's memory. The bytes in use are serialized without
-// conversion, because all workers run on one machine.
-struct Group {
-  std::size_t count;
-  std::size_t room;
-  host::Flow* flows;
-  bool is_bad;  // a row was invalid and the aggregate returns NULL instead of an error
-};
 
 MemoryContext group_storage(FunctionCallInfo fcinfo) {
   MemoryContext storage = nullptr;
@@ -48,119 +45,180 @@ MemoryContext group_storage(FunctionCallInfo fcinfo) {
   pg_unreachable();
 }
 
-Group* group_of(FunctionCallInfo fcinfo, int argument) {
-  return PG_ARGISNULL(argument) ? nullptr : reinterpret_cast<Group*>(PG_GETARG_POINTER(argument));
+FlowGroup* group_of(FunctionCallInfo fcinfo, int argument) {
+  return PG_ARGISNULL(argument) ? nullptr
+                                : reinterpret_cast<FlowGroup*>(PG_GETARG_POINTER(argument));
 }
 
-// The group with room for more flows; a new group if there is none.
-Group* with_room(Group* group, MemoryContext storage, std::size_t more) {
+// The group with room for more sums; a new group if there is none. The groups are in the memory of
+// the server.
+FlowGroup* with_room(FlowGroup* group, MemoryContext storage, std::uint64_t more) {
   if (group == nullptr) {
-    group = static_cast<Group*>(MemoryContextAllocZero(storage, sizeof(Group)));
+    group = static_cast<FlowGroup*>(MemoryContextAllocZero(storage, sizeof(FlowGroup)));
   }
-  if (group->flows != nullptr && group->count + more <= group->room) return group;
-  const std::size_t room = std::max({2 * group->room, group->count + more, std::size_t{16}});
-  const std::size_t bytes = room * sizeof(host::Flow);
-  group->flows =
-      static_cast<host::Flow*>(group->flows == nullptr ? MemoryContextAllocHuge(storage, bytes)
-                                                       : repalloc_huge(group->flows, bytes));
-  group->room = room;
+  if (host::has_room(*group, more)) return group;
+  FlowSum* const old = group->sums;
+  const std::uint64_t room = host::room_for(*group, more);
+  host::move_to(
+      *group, static_cast<FlowSum*>(MemoryContextAllocHuge(storage, room * sizeof(FlowSum))), room);
+  if (old != nullptr) pfree(old);
   return group;
 }
 
-Datum add_flow(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
-  MemoryContext storage = group_storage(fcinfo);
-  const int count = PG_NARGS() - 1;
-  host::Value values[3];
-  for (int i = 0; i < count; ++i) {
-    if (PG_ARGISNULL(i + 1)) continue;
-    const bool is_date = aggregate.is_dated && i + 1 == count;
-    const SqlValue plain = plain_value(PG_GETARG_DATUM(i + 1), is_date ? DATEOID : FLOAT8OID);
-    values[i] =
-        value_of(plain, is_date ? catalog::ArgumentKind::kDate : catalog::ArgumentKind::kNumber);
+// The type of an argument, which the function keeps from row to row. The dates of an aggregate that
+// release 0.1 defined have the type date.
+Oid date_type(FunctionCallInfo fcinfo, int argument) {
+  FmgrInfo& function = *fcinfo->flinfo;
+  if (function.fn_extra == nullptr) {
+    auto* const type = static_cast<Oid*>(MemoryContextAlloc(function.fn_mcxt, sizeof(Oid)));
+    *type = get_fn_expr_argtype(&function, argument);
+    if (!OidIsValid(*type)) *type = TIMESTAMPOID;
+    function.fn_extra = type;
   }
-  Failure failure;
-  host::Flow flow{};
+  return *static_cast<Oid*>(function.fn_extra);
+}
+
+enum class Row : int { kFlow, kNoFlow, kInvalid };
+
+// The flow of a row. An invalid row fills the failure.
+Row read_row(FunctionCallInfo fcinfo, const FlowFunction& function, Flow& flow, Failure& failure) {
+  const auto parameters = function.aggregate.parameters();
+  host::Value values[4];
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    const int argument = static_cast<int>(i) + 1;
+    if (PG_ARGISNULL(argument)) continue;
+    const bool is_date = parameters[i].role == host::FlowParameter::Role::kDate;
+    const Oid type = is_date ? date_type(fcinfo, argument) : FLOAT8OID;
+    values[i] = value_of(plain_value(PG_GETARG_DATUM(argument), type),
+                         is_date ? catalog::ArgumentKind::kDate : catalog::ArgumentKind::kNumber);
+  }
   bool has_flow = false;
-  const bool is_good = guarded(failure, [&] {
+  const bool is_valid = guarded(failure, [&] {
     host::FlowError error;
-    const auto made = host::flow_of(aggregate, {values, static_cast<std::size_t>(count)}, error);
-    has_flow = made.has_value();
-    flow = made.value_or(flow);
-    if (!error.ok()) fail(failure, error);
+    has_flow = host::read_flow(function.aggregate, {values, parameters.size()}, flow, error);
+    if (!error.ok()) fail(failure, function, error);
   });
-  if (is_error(failure, aggregate.null_on_error)) report(failure);
-  Group* const group = with_room(group_of(fcinfo, 0), storage, 1);
-  if (has_flow) group->flows[group->count++] = flow;
-  group->is_bad |= !is_good;
+  if (!is_valid) return Row::kInvalid;
+  return has_flow ? Row::kFlow : Row::kNoFlow;
+}
+
+Datum add_row(FunctionCallInfo fcinfo, const FlowFunction& function) {
+  MemoryContext storage = group_storage(fcinfo);
+  Failure failure;
+  Flow flow;
+  const Row row = read_row(fcinfo, function, flow, failure);
+  if (is_error(failure, function.null_on_error)) report(failure);
+  FlowGroup* const group = with_room(group_of(fcinfo, 0), storage, 1);
+  if (row == Row::kFlow) host::add(*group, flow);
+  if (row == Row::kInvalid) ++group->invalid;
   PG_RETURN_POINTER(group);
 }
 
-Datum value_of_group(FunctionCallInfo fcinfo, const FlowAggregate& aggregate) {
-  const Group* const group = group_of(fcinfo, 0);
-  if (group == nullptr || group->is_bad) PG_RETURN_NULL();
-  CHECK_FOR_INTERRUPTS();
+// Removes the row that leaves the frame of a window.
+Datum remove_row(FunctionCallInfo fcinfo, const FlowFunction& function) {
+  group_storage(fcinfo);
+  Failure failure;
+  Flow flow;
+  const Row row = read_row(fcinfo, function, flow, failure);
+  FlowGroup* const group = group_of(fcinfo, 0);
+  if (row == Row::kFlow) host::remove(*group, flow);
+  if (row == Row::kInvalid) --group->invalid;
+  PG_RETURN_POINTER(group);
+}
+
+Datum value_of_group(FunctionCallInfo fcinfo, const FlowFunction& function) {
+  const FlowGroup* const group = group_of(fcinfo, 0);
+  if (group == nullptr || group->invalid > 0) PG_RETURN_NULL();
   Failure failure;
   double value = 0.0;
-  guarded(failure, [&] {
-    host::FlowError error;
-    value =
-        host::value_of_flows(aggregate, host::loaded_module(), {group->flows, group->count}, error)
-            .number;
-    if (!error.ok()) fail(failure, error);
+  run_with_interrupts([&](const volatile std::int32_t* stop) {
+    bool is_stopped = false;
+    guarded(failure, [&] {
+      host::FlowError error;
+      value = host::value_of_flows(function.aggregate, host::loaded_module(), *group, stop, error)
+                  .number;
+      is_stopped = error.status == host::Status::kCancelled;
+      if (!error.ok() && !is_stopped) fail(failure, function, error);
+    });
+    return !is_stopped;
   });
-  CHECK_FOR_INTERRUPTS();  // a large group can take seconds
-  if (is_error(failure, aggregate.null_on_error)) report(failure);
+  if (is_error(failure, function.null_on_error)) report(failure);
   if (!failure.is_none() || std::isnan(value)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(value);
 }
 
+// What parallel workers send to each other: this header and the sums with flows. The format has a
+// number, so that a release never reads the bytes of another one.
+struct GroupHeader {
+  std::uint64_t format;
+  std::uint64_t live;
+  std::uint64_t invalid;
+};
+constexpr std::uint64_t kFormat = 2;
+
 }  // namespace
 
 // The functions of each aggregate; the number is its index in host::kFlowAggregates.
-#define FLOW_AGGREGATE(name, number)                                                   \
-  SQL_FUNCTION(name##_add) { return add_flow(fcinfo, host::kFlowAggregates[number]); } \
-  SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, host::kFlowAggregates[number]); }
+#define FLOW_AGGREGATE(name, number, null_on_error)                                            \
+  namespace {                                                                                  \
+  constexpr FlowFunction name##_function{#name, host::kFlowAggregates[number], null_on_error}; \
+  }                                                                                            \
+  SQL_FUNCTION(name##_add) { return add_row(fcinfo, name##_function); }                        \
+  SQL_FUNCTION(name##_remove) { return remove_row(fcinfo, name##_function); }                  \
+  SQL_FUNCTION(name##_value) { return value_of_group(fcinfo, name##_function); }
 
 #include "symbols.inc"
 
 SQL_FUNCTION(finance_flows_combine) {
   MemoryContext storage = group_storage(fcinfo);
-  const Group* const other = group_of(fcinfo, 1);
+  const FlowGroup* const other = group_of(fcinfo, 1);
   if (other == nullptr) {
     if (PG_ARGISNULL(0)) PG_RETURN_NULL();
     PG_RETURN_POINTER(group_of(fcinfo, 0));
   }
-  Group* const both = with_room(group_of(fcinfo, 0), storage, other->count);
-  std::copy_n(other->flows, other->count, both->flows + both->count);
-  both->count += other->count;
-  both->is_bad |= other->is_bad;
+  FlowGroup* const both = with_room(group_of(fcinfo, 0), storage, other->live);
+  host::add_all(*both, *other);
   PG_RETURN_POINTER(both);
 }
 
 SQL_FUNCTION(finance_flows_serialize) {
   group_storage(fcinfo);
-  const Group* const group = group_of(fcinfo, 0);
-  const std::size_t size = VARHDRSZ + sizeof(Group) + group->count * sizeof(host::Flow);
+  const FlowGroup& group = *group_of(fcinfo, 0);
+  const std::size_t size = VARHDRSZ + sizeof(GroupHeader) + group.live * sizeof(FlowSum);
   if (size > MaxAllocSize) {
     ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED),
-                    errmsg("finance: a group has too many cash flows for parallel workers"),
+                    errmsg("finance: a group has too many dates or periods for parallel workers"),
                     errhint("Set max_parallel_workers_per_gather to 0.")));
   }
   auto* const bytes = static_cast<bytea*>(palloc(size));
   SET_VARSIZE(bytes, size);
-  std::memcpy(VARDATA(bytes), group, sizeof(Group));
-  std::memcpy(VARDATA(bytes) + sizeof(Group), group->flows, group->count * sizeof(host::Flow));
+  const GroupHeader header{kFormat, group.live, group.invalid};
+  char* to = VARDATA(bytes);
+  std::memcpy(to, &header, sizeof header);
+  to += sizeof header;
+  host::for_each_sum(group, [&to](const FlowSum& sum) {
+    std::memcpy(to, &sum, sizeof sum);
+    to += sizeof sum;
+  });
   PG_RETURN_BYTEA_P(bytes);
 }
 
 SQL_FUNCTION(finance_flows_deserialize) {
   group_storage(fcinfo);
   const bytea* const bytes = PG_GETARG_BYTEA_PP(0);
-  auto* const group = static_cast<Group*>(palloc(sizeof(Group)));
-  std::memcpy(group, VARDATA_ANY(bytes), sizeof(Group));
-  const std::size_t size = group->count * sizeof(host::Flow);
-  group->room = group->count;
-  group->flows = static_cast<host::Flow*>(palloc_extended(size, MCXT_ALLOC_HUGE));
-  std::memcpy(group->flows, VARDATA_ANY(bytes) + sizeof(Group), size);
+  const std::size_t size = VARSIZE_ANY_EXHDR(bytes);
+  GroupHeader header{};
+  std::memcpy(&header, VARDATA_ANY(bytes), std::min(size, sizeof header));
+  if (header.format != kFormat || size != sizeof header + header.live * sizeof(FlowSum)) {
+    ereport(ERROR, (errcode(ERRCODE_INVALID_BINARY_REPRESENTATION),
+                    errmsg("finance: another release wrote the state of this aggregate")));
+  }
+  FlowGroup* const group = with_room(nullptr, CurrentMemoryContext, header.live);
+  FlowSum sum;
+  for (std::uint64_t i = 0; i < header.live; ++i) {
+    std::memcpy(&sum, VARDATA_ANY(bytes) + sizeof header + i * sizeof sum, sizeof sum);
+    host::add_sum(*group, sum);
+  }
+  group->invalid = header.invalid;
   PG_RETURN_POINTER(group);
 }

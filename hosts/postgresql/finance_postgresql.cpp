@@ -1,5 +1,5 @@
-// The functions of the PostgreSQL extension: finance, finance_try, one function per keyword, and
-// the type finance_keyword.
+// The functions of the PostgreSQL extension: finance, finance_try, finance_error, the functions of
+// keywords without lists, and the type finance_keyword.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -17,6 +17,7 @@ extern "C" {
 #include <utils/builtins.h>
 #include <utils/date.h>
 #include <utils/lsyscache.h>
+#include <utils/timestamp.h>
 
 #pragma GCC visibility push(default)
 PG_MODULE_MAGIC;
@@ -30,15 +31,6 @@ namespace {
 using host::SqlCall;
 using host::Value;
 
-// The detail of an error message: the arguments of the keyword, or the meaning of one argument.
-std::string detail_of(const catalog::Keyword& keyword, const catalog::Argument* argument) {
-  if (argument == nullptr) {
-    return signature_of(keyword) + ": " + std::string(keyword.description.title) + '.';
-  }
-  return std::string(argument->name) + ": " + std::string(argument->meaning) + "; " +
-         catalog::range_of(*argument) + '.';
-}
-
 std::string detail_of_no_keyword() {
   std::string detail = "Keywords are";
   for (const catalog::Keyword& keyword : catalog::keywords()) {
@@ -47,12 +39,19 @@ std::string detail_of_no_keyword() {
   return detail + '.';
 }
 
+// What a function does when a call fails: it raises an error, returns NULL, or returns the error
+// message.
+enum class OnError : int { kRaise, kNull, kMessage };
+
 // False, and fills the failure, if the keyword is unknown or the number of arguments is wrong.
-bool is_callable(std::string_view word, std::size_t count, Failure& failure) {
-  const auto error = SqlCall::keyword_error(word, count);
-  if (!error) return true;
+bool is_callable(std::string_view word, std::size_t count, OnError on_error, Failure& failure) {
   const catalog::Keyword* const keyword = catalog::find(word);
-  fail(failure, ERRCODE_UNDEFINED_FUNCTION, *error,
+  if (keyword != nullptr && keyword->accepts(count)) return true;
+  if (on_error == OnError::kNull) {
+    failure.kind = Failure::kOfCall;
+    return false;
+  }
+  fail(failure, ERRCODE_UNDEFINED_FUNCTION, *SqlCall::keyword_error(word, count),
        keyword == nullptr ? detail_of_no_keyword() : detail_of(*keyword, nullptr));
   return false;
 }
@@ -76,8 +75,7 @@ void explain(const SqlCall& call, const host::CallResult& result, const SqlValue
         });
     const catalog::Argument* const parameter =
         result.position == 0 ? nullptr : &call.parameter(result.position);
-    int sql_state = ERRCODE_INVALID_PARAMETER_VALUE;
-    if (result.status == host::Status::kNotFinite) sql_state = ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+    int sql_state = finance_pg::sql_state_of(result.status);
     if (parameter != nullptr) {
       sql_state = sql_state_of(arguments[result.position - 1], parameter->kind);
     }
@@ -99,13 +97,14 @@ void forget_call(void* site) noexcept {
 }
 
 // Prepares the site's call for this keyword and number of arguments, unless it already is.
-bool prepare(CallSite& site, std::string_view word, std::size_t count, Failure& failure) noexcept {
+bool prepare(CallSite& site, std::string_view word, std::size_t count, OnError on_error,
+             Failure& failure) noexcept {
   if (site.call != nullptr && site.call->keyword().word == word && site.call->size() == count) {
     return true;
   }
   forget_call(&site);
   guarded(failure, [&] {
-    if (!is_callable(word, count, failure)) return;
+    if (!is_callable(word, count, on_error, failure)) return;
     site.call =
         std::make_unique<SqlCall>(host::loaded_module(), *catalog::find(word), count).release();
   });
@@ -194,11 +193,14 @@ void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
       return call.set_number(position, static_cast<double>(DatumGetInt64(datum)));
     case FLOAT4OID:
       return call.set_number(position, static_cast<double>(DatumGetFloat4(datum)));
-    case FLOAT8OID:
-      return call.set_number(position, DatumGetFloat8(datum));
+    case FLOAT8OID:  // for a date, the day number that finance('COUPPCD', ...) returns
+      return call.set_number_or_day(position, DatumGetFloat8(datum));
     case DATEOID:
       if (DATE_NOT_FINITE(DatumGetDateADT(datum))) break;
       return call.set_date(position, DatumGetDateADT(datum) + kDateZero);
+    case TIMESTAMPOID:
+      if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
+      return call.set_date(position, days_of(DatumGetTimestamp(datum)));
     default:
       break;
   }
@@ -207,7 +209,7 @@ void set_argument(SqlCall& call, std::size_t position, Datum datum, Oid type) {
 
 // Evaluates a keyword. The arguments start at a position. The functions are strict: no argument is
 // NULL, but elements of VARIADIC array[...] may be.
-host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool null_on_error,
+host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, OnError on_error,
                  Failure& failure) {
   CallSite* const site = site_of(fcinfo, first);
   const bool is_array = get_fn_expr_variadic(fcinfo->flinfo);
@@ -215,7 +217,7 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
   if (is_array) elements = elements_of(PG_GETARG_DATUM(first));
   const std::size_t count =
       is_array ? elements.count : static_cast<std::size_t>(PG_NARGS() - first);
-  if (!prepare(*site, word, count, failure)) return {};
+  if (!prepare(*site, word, count, on_error, failure)) return {};
 
   SqlCall& prepared = *site->call;
   prepared.begin();
@@ -228,7 +230,9 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
     }
   }
   const host::CallResult result = prepared.run();
-  if (!result.ok() && (!null_on_error || result.status == host::Status::kOutOfMemory)) {
+  if (!result.ok() && on_error == OnError::kNull && result.status != host::Status::kOutOfMemory) {
+    failure.kind = Failure::kOfCall;
+  } else if (!result.ok()) {
     for (std::size_t i = 0; i < count && !is_array; ++i) {
       const int argument = first + static_cast<int>(i);
       site->values[i] = plain_value(PG_GETARG_DATUM(argument), site->types[i]);
@@ -241,25 +245,30 @@ host::Value call(FunctionCallInfo fcinfo, std::string_view word, int first, bool
   return result.value;
 }
 
-Datum evaluate_any(FunctionCallInfo fcinfo, bool null_on_error) {
+// finance, finance_try and finance_error: the keyword is the first argument.
+Datum evaluate_any(FunctionCallInfo fcinfo, OnError on_error) {
   CHECK_FOR_INTERRUPTS();
   Failure failure;
   const text* const word = PG_GETARG_TEXT_PP(0);
   const host::Value value =
-      call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, null_on_error, failure);
-  if (is_error(failure, null_on_error)) report(failure);
-  if (std::isnan(value.number)) PG_RETURN_NULL();
+      call(fcinfo, {VARDATA_ANY(word), VARSIZE_ANY_EXHDR(word)}, 1, on_error, failure);
+  if (is_error(failure, on_error != OnError::kRaise)) report(failure);
+  if (on_error == OnError::kMessage) {
+    if (failure.is_none()) PG_RETURN_NULL();
+    PG_RETURN_TEXT_P(cstring_to_text(failure.message));
+  }
+  if (!failure.is_none() || std::isnan(value.number)) PG_RETURN_NULL();
   PG_RETURN_FLOAT8(value.number);
 }
 
 // The function of one keyword. It finds the keyword without a lookup by name in the database, so
 // that functions in other schemas cannot change what it calls.
-Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word) {
+Datum evaluate_keyword(FunctionCallInfo fcinfo, std::string_view word, OnError on_error) {
   CHECK_FOR_INTERRUPTS();
   Failure failure;
-  const host::Value value = call(fcinfo, word, 0, false, failure);
-  if (is_error(failure, false)) report(failure);
-  if (std::isnan(value.number)) PG_RETURN_NULL();
+  const host::Value value = call(fcinfo, word, 0, on_error, failure);
+  if (is_error(failure, on_error != OnError::kRaise)) report(failure);
+  if (!failure.is_none() || std::isnan(value.number)) PG_RETURN_NULL();
   if (value.is_date()) PG_RETURN_DATEADT(static_cast<DateADT>(value.number - kDateZero));
   PG_RETURN_FLOAT8(value.number);
 }
@@ -281,13 +290,15 @@ Datum keyword_of(std::string_view word) {
 
 }  // namespace
 
-SQL_FUNCTION(finance) { return evaluate_any(fcinfo, false); }
+SQL_FUNCTION(finance) { return evaluate_any(fcinfo, OnError::kRaise); }
 
-SQL_FUNCTION(finance_try) { return evaluate_any(fcinfo, true); }
+SQL_FUNCTION(finance_try) { return evaluate_any(fcinfo, OnError::kNull); }
 
-// One function per keyword without lists, from the catalogue.
-#define KEYWORD_FUNCTION(name, word) \
-  SQL_FUNCTION(name) { return evaluate_keyword(fcinfo, word); }
+SQL_FUNCTION(finance_error) { return evaluate_any(fcinfo, OnError::kMessage); }
+
+// The functions of each keyword without lists.
+#define KEYWORD_FUNCTION(name, word, on_error) \
+  SQL_FUNCTION(name) { return evaluate_keyword(fcinfo, word, OnError::on_error); }
 #include "symbols.inc"
 
 SQL_FUNCTION(finance_keyword_in) { return keyword_of(PG_GETARG_CSTRING(0)); }

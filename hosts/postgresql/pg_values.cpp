@@ -4,6 +4,7 @@
 #include <new>
 #include <string>
 
+#include "catalog/page.h"
 #include "hosts/sql/sql_text.h"
 
 extern "C" {
@@ -59,6 +60,27 @@ void report(const Failure& failure) {
   pg_unreachable();
 }
 
+int sql_state_of(host::Status status) noexcept {
+  switch (status) {
+    case host::Status::kWrongType:
+      return ERRCODE_DATATYPE_MISMATCH;
+    case host::Status::kInvalidArgument:
+    case host::Status::kNotFinite:
+      return ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+    default:
+      return ERRCODE_INVALID_PARAMETER_VALUE;
+  }
+}
+
+// The detail of an error message: the arguments of the keyword, or the meaning of one argument.
+std::string detail_of(const catalog::Keyword& keyword, const catalog::Argument* argument) {
+  if (argument == nullptr) {
+    return signature_of(keyword) + ": " + std::string(keyword.description.title) + '.';
+  }
+  return std::string(argument->name) + ": " + std::string(argument->meaning) + "; " +
+         catalog::range_of(*argument) + '.';
+}
+
 SqlValue plain_value(Datum datum, Oid type) {
   const auto number = [](double value) { return SqlValue{SqlValue::kNumber, value, nullptr, 0}; };
   const auto date = [](double days) {
@@ -82,7 +104,7 @@ SqlValue plain_value(Datum datum, Oid type) {
       return date(DatumGetDateADT(datum));
     case TIMESTAMPOID:
       if (TIMESTAMP_NOT_FINITE(DatumGetTimestamp(datum))) break;
-      return date(static_cast<double>(DatumGetTimestamp(datum)) / USECS_PER_DAY);
+      return {SqlValue::kDate, days_of(DatumGetTimestamp(datum)), nullptr, 0};
     case UNKNOWNOID:
       return text_value(SqlValue::kText, DatumGetCString(datum));
     case TEXTOID:

@@ -3,6 +3,8 @@
 // plain data. Code that uses C++ objects does not call the server and catches all exceptions.
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "catalog/catalog.h"
@@ -30,6 +32,11 @@ namespace finance_pg {
 
 constexpr double kDateZero =
     14610;  // days from 1 January 1960 to 1 January 2000, the server's day 0
+
+// Days from 1 January 1960.
+inline double days_of(Timestamp time) noexcept {
+  return static_cast<double>(time) / USECS_PER_DAY + kDateZero;
+}
 
 // An argument as plain data.
 struct SqlValue {
@@ -78,6 +85,27 @@ inline bool is_error(const Failure& failure, bool null_on_error) noexcept {
 
 // Raises the failure as an error of the server.
 [[noreturn]] void report(const Failure& failure);
+
+// The SQLSTATE of a failed call.
+int sql_state_of(host::Status status) noexcept;
+
+// The detail of an error message: the arguments of the keyword, or the meaning of one argument.
+std::string detail_of(const catalog::Keyword& keyword, const catalog::Argument* argument);
+
+// Calls body(stop), which returns false if it stopped because the flag at `stop` was set, until it
+// returns true. The flag is set while an interrupt of the server is pending. If the interrupt is a
+// cancellation, this function raises the error.
+template <class Body>
+void run_with_interrupts(Body&& body) {
+  static_assert(sizeof InterruptPending == sizeof(std::int32_t));
+  constexpr int kMostRestarts = 10;  // after interrupts of another kind
+  for (int restarts = 0;; ++restarts) {
+    CHECK_FOR_INTERRUPTS();
+    const bool can_stop = INTERRUPTS_CAN_BE_PROCESSED() && restarts < kMostRestarts;
+    const auto* const pending = reinterpret_cast<const volatile std::int32_t*>(&InterruptPending);
+    if (body(can_stop ? pending : nullptr)) return;
+  }
+}
 
 // The value of a datum whose type is not a domain. The value may point into the datum.
 SqlValue plain_value(Datum datum, Oid type);

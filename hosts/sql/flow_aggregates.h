@@ -2,60 +2,92 @@
 #pragma once
 
 #include <array>
-#include <compare>
-#include <optional>
+#include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "hosts/call/checked_call.h"
+#include "hosts/sql/flow_group.h"
 
 namespace host {
 
-// Plain data: a host may copy the bytes.
-struct Flow {
-  double order_key;  // date (days from 1 January 1960) or period; flows are sorted by it
-  double amount;
-  double rate;  // 0 if the aggregate has no rate
-  friend auto operator<=>(const Flow&, const Flow&) = default;
+struct FlowParameter {
+  enum class Role : std::uint8_t { kAmount, kDate, kPeriod, kRate };
+
+  std::string_view name;
+  Role role;
 };
 
-// An aggregate. Its arguments are the rate, if it has one, the amount, and the date or period.
+// An aggregate. The names of its rates are those of the keyword's arguments, in the same order.
 struct FlowAggregate {
   std::string_view name;
   std::string_view keyword;
-  bool has_rate;
-  bool is_dated;               // the keyword takes the dates; periods only sort the flows
-  std::size_t min_rows;        // with fewer flows the result is NULL
-  bool null_on_error = false;  // an error makes the result NULL
+  std::array<FlowParameter, 4> parameter_list;
+  std::size_t parameter_count;
+  std::size_t min_flows;  // with fewer flows the result is NULL
+  std::int32_t first_period =
+      INT32_MIN;                 // INT32_MIN: the earliest period of the group is the first
+  std::int32_t max_periods = 0;  // 0: the flows have dates
+
+  [[nodiscard]] constexpr std::span<const FlowParameter> parameters() const noexcept {
+    return std::span(parameter_list).first(parameter_count);
+  }
+  [[nodiscard]] constexpr bool is_dated() const noexcept { return max_periods == 0; }
 };
 
-inline constexpr std::array<FlowAggregate, 8> kFlowAggregates = {{
-    {"finance_irr", "IRR", false, false, 2},
-    {"finance_npv", "NPV", true, false, 1},
-    {"finance_xirr", "XIRR", false, true, 2},
-    {"finance_xnpv", "XNPV", true, true, 1},
-    {"finance_try_irr", "IRR", false, false, 2, true},
-    {"finance_try_npv", "NPV", true, false, 1, true},
-    {"finance_try_xirr", "XIRR", false, true, 2, true},
-    {"finance_try_xnpv", "XNPV", true, true, 1, true},
-}};
+namespace flow_parameters {
+using enum FlowParameter::Role;
+inline constexpr FlowParameter amount{"amount", kAmount};
+inline constexpr FlowParameter date{"date", kDate};
+inline constexpr FlowParameter period{"period", kPeriod};
+inline constexpr FlowParameter rate{"rate", kRate};
+}  // namespace flow_parameters
+
+inline constexpr std::int32_t kMostPeriods = 1'000'000;  // of a keyword that has no limit
+
+inline constexpr std::array<FlowAggregate, 5> kFlowAggregates = [] {
+  using namespace flow_parameters;
+  return std::array<FlowAggregate, 5>{{
+      {"finance_irr", "IRR", {amount, period}, 2, 2, INT32_MIN, 32767},
+      {"finance_mirr",
+       "MIRR",
+       {amount, period, {"finance_rate", kRate}, {"reinvest_rate", kRate}},
+       4,
+       2,
+       INT32_MIN,
+       kMostPeriods},
+      {"finance_npv", "NPV", {rate, amount, period}, 3, 1, 1, kMostPeriods},
+      {"finance_xirr", "XIRR", {amount, date}, 2, 2},
+      {"finance_xnpv", "XNPV", {rate, amount, date}, 3, 1},
+  }};
+}();
+
+// The name of the function that returns NULL instead of an error: "finance_try_irr".
+inline std::string try_name(std::string_view name) {
+  constexpr std::string_view kPrefix = "finance_";
+  return "finance_try_" + std::string(name.substr(kPrefix.size()));
+}
 
 // The error of a row or a group.
 struct FlowError {
   Status status = Status::kOk;
+  bool is_missing = false;  // an argument is NULL
   std::string message{};
 
   [[nodiscard]] bool ok() const noexcept { return status == Status::kOk; }
 };
 
-// The flow of a row, from its arguments in order. A row without an amount has no flow. The error is
-// kWrongType, or kInvalidArgument for an amount without its date, period or rate.
-std::optional<Flow> flow_of(const FlowAggregate& aggregate, std::span<const Value> arguments,
-                            FlowError& error);
+// Reads the flow of a row from its arguments, in order. Returns false without an error for a row
+// that has no amount. Rates, dates and periods must not be missing.
+bool read_flow(const FlowAggregate& aggregate, std::span<const Value> arguments, Flow& flow,
+               FlowError& error);
 
-// The value of a group. It does not depend on the order of the flows, to the last bit. Throws
-// std::bad_alloc. The error has a message only if the aggregate reports errors.
+// The value of a group. Dated flows are sorted, and those of one date are added up. Amounts of
+// periods are placed on their periods, with 0 between them. A missing value means that the group
+// has too few flows. When the flag is set during a search, the status is kCancelled. Throws
+// std::bad_alloc.
 Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& kernel,
-                     std::span<const Flow> flows, FlowError& error);
+                     const FlowGroup& group, const volatile std::int32_t* cancel, FlowError& error);
 
 }  // namespace host

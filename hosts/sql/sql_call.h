@@ -26,8 +26,9 @@ class SqlCall {
   }
   [[nodiscard]] std::size_t size() const noexcept { return call_.size(); }
 
-  // For each row: begin, set all arguments, run. Numbers are not accepted as dates, nor dates as
-  // numbers. If an argument is missing, as NULL and NaN are, the result is missing.
+  // For each row: begin, set all arguments, run. set_number does not accept a number as a date, and
+  // set_date does not accept a date as a number. If an argument is missing, as NULL and NaN are,
+  // the result is missing.
   void begin() noexcept {
     call_.begin();
     is_missing_ = false;
@@ -36,6 +37,10 @@ class SqlCall {
   void set_number(std::size_t position, double number) noexcept {
     call_.set_number(position, number);
     if (takes_date_[position - 1]) call_.set_wrong_type(position);
+    if (std::isnan(number)) set_missing();
+  }
+  void set_number_or_day(std::size_t position, double number) noexcept {
+    call_.set_number(position, number);
     if (std::isnan(number)) set_missing();
   }
   void set_date(std::size_t position, double days) noexcept {

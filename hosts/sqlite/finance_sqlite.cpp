@@ -1,5 +1,6 @@
-// The SQLite extension: the functions finance and finance_try, the aggregates of cash flows, and
-// the table of keywords. Error messages are part of the interface.
+// The SQLite extension: the functions finance, finance_try and finance_error, the functions of
+// single keywords, the aggregates of cash flows, and the table of keywords. Error messages are part
+// of the interface.
 //
 //   .load finance_sqlite
 //   SELECT finance('PRICE', settle, maturity, coupon, yld, 100, 2, 'ACTUAL') FROM bonds;
@@ -8,76 +9,36 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
-#include <new>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "hosts/call/module_loader.h"
 #include "hosts/sql/flow_aggregates.h"
 #include "hosts/sql/sql_call.h"
+#include "hosts/sqlite/aggregates.h"
 #include "hosts/sqlite/keywords_table.h"
+#include "hosts/sqlite/sqlite_values.h"
 
 SQLITE_EXTENSION_INIT1
+
+using namespace finance_sqlite;
 
 namespace {
 
 constexpr int kOldestSqlite = 3031000;  // the first version with innocuous functions
 
-using host::Flow;
-using host::FlowAggregate;
 using host::SqlCall;
-using host::Value;
 
-// Calls a body that may throw: no exception leaves the extension.
-void guarded(sqlite3_context* context, auto&& body) noexcept {
-  try {
-    body();
-  } catch (const std::bad_alloc&) {
-    sqlite3_result_error_nomem(context);
-  } catch (const std::exception& error) {
-    sqlite3_result_error(context, error.what(), -1);
-  }
-}
+// What a function does when a call fails: it raises an error, returns NULL, or returns the error
+// message.
+enum class OnError : std::uint8_t { kRaise, kNull, kMessage };
 
-std::string_view text_of(sqlite3_value* value) noexcept {
-  const auto* const text = reinterpret_cast<const char*>(sqlite3_value_text(value));
-  return text == nullptr
-             ? std::string_view()
-             : std::string_view(text, static_cast<std::size_t>(sqlite3_value_bytes(value)));
-}
-
-Value value_of(sqlite3_value* value, catalog::ArgumentKind kind) noexcept {
-  switch (sqlite3_value_type(value)) {
-    case SQLITE_NULL:
-      return {};
-    case SQLITE_INTEGER:
-    case SQLITE_FLOAT:
-      return {.number = sqlite3_value_double(value)};
-    case SQLITE_TEXT:
-      return host::value_of_sql_text(text_of(value), kind);
-    default:
-      return {.word = "a blob", .kind = Value::Kind::kText};
-  }
-}
-
-void set_result(sqlite3_context* context, const Value& result) {
-  std::string date;
-  if (result.is_date() && host::append_date(date, result.number)) {
-    return sqlite3_result_text(context, date.data(), static_cast<int>(date.size()),
-                               SQLITE_TRANSIENT);
-  }
-  sqlite3_result_double(context, result.number);  // NaN is NULL
-}
-
-// ---- finance, finance_try ----------------------------------------------------------------------
-
-// The message is made only if it is reported.
-void fail(sqlite3_context* context, auto&& make_message) {
-  const bool null_on_error = sqlite3_user_data(context) != nullptr;
-  if (null_on_error) return sqlite3_result_null(context);
+// The message is made only if it is read.
+void fail(sqlite3_context* context, OnError on_error, auto&& make_message) {
+  if (on_error == OnError::kNull) return;
   const std::string message = make_message();
-  sqlite3_result_error(context, message.data(), static_cast<int>(message.size()));
+  if (on_error == OnError::kMessage) return set_text(context, message);
+  set_error(context, message);
 }
 
 void set_argument(SqlCall& call, std::size_t position, sqlite3_value* value) noexcept {
@@ -94,126 +55,88 @@ void set_argument(SqlCall& call, std::size_t position, sqlite3_value* value) noe
   }
 }
 
-void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** argv) {
+void evaluate(sqlite3_context* context, SqlCall& call, sqlite3_value** arguments,
+              OnError on_error) {
   call.begin();
-  for (std::size_t i = 1; i <= call.size(); ++i) set_argument(call, i, argv[i]);
+  for (std::size_t i = 1; i <= call.size(); ++i) set_argument(call, i, arguments[i - 1]);
   const host::CallResult result = call.run();
-  if (result.ok()) return set_result(context, result.value);
+  if (result.ok()) {
+    if (on_error != OnError::kMessage) set_result(context, result.value);
+    return;
+  }
   if (result.status == host::Status::kOutOfMemory) return sqlite3_result_error_nomem(context);
-  fail(context, [&] {
-    return call.error_message(result, [argv](std::size_t i, catalog::ArgumentKind kind) {
-      return value_of(argv[i], kind);
+  fail(context, on_error, [&] {
+    return call.error_message(result, [arguments](std::size_t i, catalog::ArgumentKind kind) {
+      return value_of(arguments[i - 1], kind);
     });
   });
 }
 
-void finance(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
+// ---- finance, finance_try, finance_error -------------------------------------------------------
+
+struct AnyFunction {
+  const char* name;
+  OnError on_error;
+};
+
+constexpr AnyFunction kAnyFunctions[] = {{"finance", OnError::kRaise},
+                                         {"finance_try", OnError::kNull},
+                                         {"finance_error", OnError::kMessage}};
+
+void evaluate_any(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    if (argc > 0 && sqlite3_value_type(argv[0]) == SQLITE_NULL) return;  // NULL
-    if (argc == 0) {
-      return fail(context, [] { return "finance: the keyword is missing"; });
-    }
+    const OnError on_error = static_cast<const AnyFunction*>(sqlite3_user_data(context))->on_error;
     // SQLite keeps the auxiliary data of the keyword only if the keyword is a constant.
     if (auto* const known = static_cast<SqlCall*>(sqlite3_get_auxdata(context, 0))) {
-      return evaluate(context, *known, argv);
+      return evaluate(context, *known, argv + 1, on_error);
     }
+    if (argc == 0) {
+      return fail(context, on_error, [] { return "finance: the keyword is missing"; });
+    }
+    if (sqlite3_value_type(argv[0]) == SQLITE_NULL) return;  // NULL
     const auto count = static_cast<std::size_t>(argc) - 1;
     const std::string_view word = text_of(argv[0]);
-    if (const auto error = SqlCall::keyword_error(word, count)) {
-      return fail(context, [&error] { return *error; });
+    const catalog::Keyword* const keyword = catalog::find(word);
+    if (keyword == nullptr || !keyword->accepts(count)) {
+      return fail(context, on_error, [&] { return *SqlCall::keyword_error(word, count); });
     }
-    auto call = std::make_unique<SqlCall>(host::loaded_module(), *catalog::find(word), count);
-    evaluate(context, *call, argv);
+    auto call = std::make_unique<SqlCall>(host::loaded_module(), *keyword, count);
+    evaluate(context, *call, argv + 1, on_error);
     sqlite3_set_auxdata(context, 0, call.release(),
                         [](void* old) { delete static_cast<SqlCall*>(old); });
   });
 }
 
-// ---- Aggregates --------------------------------------------------------------------------------
+// ---- Functions of one keyword ------------------------------------------------------------------
 
-struct Group {
-  std::vector<Flow> flows;
-  std::size_t bad = 0;  // number of invalid rows
+// A function of a connection. One thread at a time uses it, and a call that is an argument of
+// another call ends before the other call begins.
+struct KeywordFunction {
+  const catalog::Keyword* keyword;
+  OnError on_error;
+  std::vector<std::unique_ptr<SqlCall>> calls{};  // by number of arguments; null until used
 };
 
-const FlowAggregate& aggregate_of(sqlite3_context* context) noexcept {
-  return *static_cast<const FlowAggregate*>(sqlite3_user_data(context));
-}
-
-// SQLite provides zeroed memory for a pointer; the group is created at the first row.
-Group* group_of(sqlite3_context* context, bool make) {
-  auto** const place =
-      static_cast<Group**>(sqlite3_aggregate_context(context, make ? sizeof(void*) : 0));
-  if (place == nullptr) {
-    if (make) throw std::bad_alloc();
-    return nullptr;
-  }
-  if (*place == nullptr && make) *place = new Group;
-  return *place;
-}
-
-// The flow of a row, if it has one. An invalid row is counted and has no flow.
-std::optional<Flow> flow_of(sqlite3_context* context, sqlite3_value** argv, std::size_t& bad) {
-  using enum catalog::ArgumentKind;
-  const FlowAggregate& aggregate = aggregate_of(context);
-  const std::size_t count = aggregate.has_rate ? 3 : 2;
-  Value values[3];
-  for (std::size_t i = 0; i < count; ++i) {
-    values[i] = value_of(argv[i], aggregate.is_dated && i + 1 == count ? kDate : kNumber);
-  }
-  host::FlowError error;
-  const auto flow = host::flow_of(aggregate, {values, count}, error);
-  if (!error.ok()) {
-    ++bad;
-    if (!aggregate.null_on_error) sqlite3_result_error(context, error.message.c_str(), -1);
-  }
-  return flow;
-}
-
-void step(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
+void evaluate_keyword(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    Group& group = *group_of(context, true);
-    if (const auto flow = flow_of(context, argv, group.bad)) group.flows.push_back(*flow);
-  });
-}
-
-void inverse(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
-  guarded(context, [&] {
-    Group& group = *group_of(context, true);
-    std::size_t bad = 0;
-    if (const auto flow = flow_of(context, argv, bad)) {
-      const auto gone = std::ranges::find(group.flows, *flow);
-      if (gone != group.flows.end()) group.flows.erase(gone);
+    auto& [keyword, on_error, calls] = *static_cast<KeywordFunction*>(sqlite3_user_data(context));
+    const auto count = static_cast<std::size_t>(argc);
+    if (count >= calls.size() || calls[count] == nullptr) {
+      if (!keyword->accepts(count)) {
+        return fail(context, on_error,
+                    [&] { return *SqlCall::keyword_error(keyword->word, count); });
+      }
+      calls.resize(keyword->max_args() + 1);
+      calls[count] = std::make_unique<SqlCall>(host::loaded_module(), *keyword, count);
     }
-    group.bad -= std::min(bad, group.bad);
+    evaluate(context, *calls[count], argv, on_error);
   });
-}
-
-void value(sqlite3_context* context) noexcept {
-  guarded(context, [&] {
-    const FlowAggregate& aggregate = aggregate_of(context);
-    const Group* const group = group_of(context, false);
-    if (group == nullptr || group->bad > 0) return;  // NULL
-    host::FlowError error;
-    const Value result = value_of_flows(aggregate, host::loaded_module(), group->flows, error);
-    if (error.ok()) return set_result(context, result);
-    if (!aggregate.null_on_error) sqlite3_result_error(context, error.message.c_str(), -1);
-  });
-}
-
-void finalize(sqlite3_context* context) noexcept {
-  value(context);
-  auto** const place = static_cast<Group**>(sqlite3_aggregate_context(context, 0));
-  if (place != nullptr) delete *place;
 }
 
 // ---- Registration ------------------------------------------------------------------------------
 
 void version(sqlite3_context* context, int, sqlite3_value**) noexcept {
-  guarded(context, [&] {
-    const std::string text = host::versions(VXFNC_VERSION);
-    sqlite3_result_text(context, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
-  });
+  guarded(context, [&] { set_text(context, host::versions(VXFNC_VERSION)); });
 }
 
 // Whether the connection already has these functions. SQLite does not replace functions while a
@@ -228,21 +151,33 @@ bool is_registered(sqlite3* database) {
   return same;
 }
 
-int register_all(sqlite3* database) {
+int register_functions(sqlite3* database) {
   constexpr int kPure = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-  static char gives_null;  // fail() returns NULL if the user data is not null
-  const auto scalar = [&](const char* name, int arguments, void* data, auto* function) {
-    return sqlite3_create_function_v2(database, name, arguments, kPure, data, function, nullptr,
-                                      nullptr, nullptr);
-  };
-  int status = scalar("finance", -1, nullptr, finance);
-  if (status == SQLITE_OK) status = scalar("finance_try", -1, &gives_null, finance);
-  for (const FlowAggregate& aggregate : host::kFlowAggregates) {
-    if (status != SQLITE_OK) break;
-    status = sqlite3_create_window_function(
-        database, aggregate.name.data(), aggregate.has_rate ? 3 : 2, kPure,
-        const_cast<FlowAggregate*>(&aggregate), step, finalize, value, inverse, nullptr);
+  for (const AnyFunction& function : kAnyFunctions) {
+    const int status = sqlite3_create_function_v2(database, function.name, -1, kPure,
+                                                  const_cast<AnyFunction*>(&function), evaluate_any,
+                                                  nullptr, nullptr, nullptr);
+    if (status != SQLITE_OK) return status;
   }
+  for (const catalog::Keyword& keyword : catalog::keywords()) {
+    if (std::ranges::any_of(keyword.arguments(), &catalog::Argument::is_list)) continue;
+    const std::string name = keyword.function_name();
+    for (const OnError on_error : {OnError::kRaise, OnError::kNull}) {
+      auto function = std::make_unique<KeywordFunction>(&keyword, on_error);
+      // SQLite calls the last function also if the registration fails.
+      const int status = sqlite3_create_function_v2(
+          database, (on_error == OnError::kNull ? host::try_name(name) : name).c_str(), -1, kPure,
+          function.release(), evaluate_keyword, nullptr, nullptr,
+          [](void* old) { delete static_cast<KeywordFunction*>(old); });
+      if (status != SQLITE_OK) return status;
+    }
+  }
+  return SQLITE_OK;
+}
+
+int register_all(sqlite3* database) {
+  int status = register_functions(database);
+  if (status == SQLITE_OK) status = register_aggregates(database);
   if (status == SQLITE_OK) status = register_keywords_table(database);
   if (status != SQLITE_OK) return status;
   // Registered last: a connection that has it has all functions. It is not deterministic, so that

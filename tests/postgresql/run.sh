@@ -34,4 +34,4 @@ awk '/^## /{on = /PostgreSQL on many machines/} /^```/{inside = on && $0 == "```
   "$tests/../../docs/engines.md" >walk.sh
 as_user env -u PGUSER -u PGPORT -u PGOPTIONS PATH="$bin:$PATH" TMPDIR="$home" bash -e walk.sh >walk.out
 grep ^Time: walk.out
-grep -oE 'Async Foreign Scan|Remote SQL.*|^ +[0-9]+ [|].*' walk.out | diff "$tests/shards.out" -
+grep -oE 'Async Foreign Scan|Remote SQL.*|^ +([0-9]+|shard[0-9]) +[|].*' walk.out | diff "$tests/shards.out" -

@@ -26,6 +26,7 @@ done
 rm -f "$home$(pg_config --pkglibdir)"/{finance_postgresql,vxfnc}.so \
   "$home$(pg_config --sharedir)"/extension/finance*  # files of an earlier installation
 DESTDIR=$home cmake --install "$build" --component postgresql >"$home/install.log"
+cp "$tests/finance--0.1.sql" "$home$(pg_config --sharedir)/extension"
 [ "$(id -u)" != 0 ] || chown -R postgres "$home"
 
 cd "$home"
@@ -33,4 +34,5 @@ as_user "$bin/initdb" -D "$home/data" -U postgres -A trust --locale=C.UTF-8 -N >
 as_user "$bin/pg_ctl" -w -D "$home/data" -l "$home/server.log" \
   -o "-k $home -c listen_addresses= ${server_options:-} -c fsync=off" start >"$home/start.log"
 
-psql() { as_user "$bin/psql" -XqAt -h "$home" -U postgres "$@"; }
+export PGHOST=$home PGUSER=postgres PATH=$bin:$PATH
+psql() { as_user psql -XqAt "$@"; }

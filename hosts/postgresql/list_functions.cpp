@@ -1,0 +1,170 @@
+// The functions of the PostgreSQL extension whose arguments are arrays, such as
+// finance_xirr(amounts, dates).
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "hosts/call/list_call.h"
+#include "hosts/call/module_loader.h"
+#include "hosts/postgresql/pg_values.h"
+
+extern "C" {
+#include <catalog/pg_type.h>
+#include <utils/array.h>
+}
+
+using namespace finance_pg;
+
+namespace {
+
+constexpr int kMostArguments = 4;
+
+// The elements of an array as numbers or days; NULL becomes NaN. infinite_date is the first
+// element, from 1, that is an infinite date; 0: none.
+struct Elements {
+  double* values;
+  int count;
+  int infinite_date;
+  int nulls;
+};
+
+Elements elements_of(Datum datum) {
+  ArrayType* const array = DatumGetArrayTypeP(datum);
+  const bool is_date = ARR_ELEMTYPE(array) == TIMESTAMPOID;
+  const int count = ArrayGetNItems(ARR_NDIM(array), ARR_DIMS(array));
+  auto* const values =
+      static_cast<double*>(palloc((static_cast<std::size_t>(count) + 1) * sizeof(double)));
+  Elements elements{values, count, 0, 0};
+  const bits8* const present = ARR_NULLBITMAP(array);
+  const char* from = ARR_DATA_PTR(array);
+  for (int i = 0; i < count; ++i) {
+    if (present != nullptr && (present[i / 8] >> (i % 8) & 1) == 0) {
+      values[i] = std::nan("");
+      ++elements.nulls;
+      continue;
+    }
+    if (is_date) {
+      Timestamp time = 0;
+      std::memcpy(&time, from, sizeof time);
+      values[i] = days_of(time);
+      if (TIMESTAMP_NOT_FINITE(time) && elements.infinite_date == 0) elements.infinite_date = i + 1;
+    } else {
+      std::memcpy(&values[i], from, sizeof(double));
+      if (std::isnan(values[i])) ++elements.nulls;
+    }
+    from += sizeof(double);
+  }
+  return elements;
+}
+
+// The arguments of a call, as plain data.
+struct Arguments {
+  Elements lists[kMostArguments];
+  double scalars[kMostArguments];
+  int count;
+};
+
+// Whether the result is NULL because values are. In lists with dates, flows without an amount are
+// left out. In other lists the order counts, so that no element can be left out. A rate needs two
+// flows, and any other result needs one.
+bool is_null(const catalog::Keyword& keyword, const Arguments& arguments) {
+  const auto parameters = keyword.arguments();
+  const bool is_dated = std::ranges::any_of(parameters, [](const catalog::Argument& parameter) {
+    return parameter.is_list() && parameter.is_date();
+  });
+  for (int i = 0; i < arguments.count; ++i) {
+    const catalog::Argument& parameter = parameters[static_cast<std::size_t>(i)];
+    if (!parameter.is_list()) {
+      if (std::isnan(arguments.scalars[i])) return true;
+    } else if (!parameter.is_date()) {
+      const Elements& amounts = arguments.lists[i];
+      const int least = keyword.result == catalog::ResultKind::kRate ? 2 : 1;
+      if (amounts.count - amounts.nulls < least || (amounts.nulls > 0 && !is_dated)) return true;
+    }
+  }
+  return false;
+}
+
+// The result, or NaN, which means NULL.
+double evaluate(const catalog::Keyword& keyword, const Arguments& arguments,
+                const volatile std::int32_t* stop, bool& is_stopped, Failure& failure) {
+  const auto parameters = keyword.arguments();
+  const auto fail_at = [&](std::size_t argument, std::size_t element, bool is_missing,
+                           int sql_state, std::string_view reason) {
+    const catalog::Argument& parameter = parameters[argument - 1];
+    const std::string where = element == 0 ? "" : fmt::format(", element {},", element);
+    fail(failure, is_missing ? ERRCODE_NULL_VALUE_NOT_ALLOWED : sql_state,
+         fmt::format("finance({}): argument {} ({}){} {}", keyword.word, argument, parameter.name,
+                     where, reason),
+         detail_of(keyword, &parameter));
+    return std::nan("");
+  };
+  if (is_null(keyword, arguments)) return std::nan("");
+  std::vector<host::ListArgument> list_arguments;
+  int count = -1;
+  for (int i = 0; i < arguments.count; ++i) {
+    const auto argument = static_cast<std::size_t>(i) + 1;
+    const catalog::Argument& parameter = parameters[argument - 1];
+    if (!parameter.is_list()) {
+      list_arguments.push_back({.values = &arguments.scalars[i], .is_constant = true});
+      continue;
+    }
+    const Elements& elements = arguments.lists[i];
+    if (count >= 0 && elements.count != count) {
+      return fail_at(argument, 0, false, ERRCODE_INVALID_PARAMETER_VALUE,
+                     fmt::format("has the length {}: must have the length of the amounts, {}",
+                                 elements.count, count));
+    }
+    if (elements.infinite_date != 0) {
+      return fail_at(argument, static_cast<std::size_t>(elements.infinite_date), false,
+                     ERRCODE_DATATYPE_MISMATCH, "is infinite: must be a date (YYYY-MM-DD)");
+    }
+    count = elements.count;
+    list_arguments.push_back(
+        {.values = elements.values, .is_list = true, .is_date = parameter.is_date()});
+  }
+  host::ListCall call(host::loaded_module(), keyword, list_arguments);
+  const std::int64_t offsets[] = {0, count};
+  double result = 0.0;
+  is_stopped = !call.run(offsets, std::span(&result, 1), stop);
+  if (is_stopped || !std::isnan(result)) return result;
+  const host::ListError error = call.error(offsets, 0);
+  const int sql_state = sql_state_of(error.status);
+  if (error.argument != 0) {
+    return fail_at(error.argument, error.element, error.is_missing, sql_state, error.reason);
+  }
+  fail(failure, sql_state, fmt::format("finance({}): {}", keyword.word, error.reason),
+       detail_of(keyword, nullptr));
+  return result;
+}
+
+Datum evaluate_lists(FunctionCallInfo fcinfo, std::string_view word, bool null_on_error) {
+  const catalog::Keyword& keyword = *catalog::find(word);
+  Arguments arguments{};
+  arguments.count = PG_NARGS();
+  for (int i = 0; i < arguments.count; ++i) {
+    if (keyword.arguments()[static_cast<std::size_t>(i)].is_list()) {
+      arguments.lists[i] = elements_of(PG_GETARG_DATUM(i));
+    } else {
+      arguments.scalars[i] = PG_GETARG_FLOAT8(i);
+    }
+  }
+  Failure failure;
+  double result = std::nan("");
+  run_with_interrupts([&](const volatile std::int32_t* stop) {
+    bool is_stopped = false;
+    guarded(failure, [&] { result = evaluate(keyword, arguments, stop, is_stopped, failure); });
+    return !is_stopped;
+  });
+  if (is_error(failure, null_on_error)) report(failure);
+  if (!failure.is_none() || std::isnan(result)) PG_RETURN_NULL();
+  PG_RETURN_FLOAT8(result);
+}
+
+}  // namespace
+
+#define LIST_FUNCTION(name, word, null_on_error) \
+  SQL_FUNCTION(name) { return evaluate_lists(fcinfo, word, null_on_error); }
+#include "symbols.inc"
