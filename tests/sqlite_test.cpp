@@ -126,13 +126,13 @@ TEST(Sqlite, InterruptsTheSearchOfALargeGroup) {
       "CREATE TABLE flows AS WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT "
       "200000) SELECT date('1960-01-01', i || ' days') AS day, iif(i BETWEEN 30000 AND 70000, 250, "
       "-100) AS amount FROM n");
-  const auto end_second_run = [](void* handle) {  // of the statement that looks for interrupts
-    static int runs = 0;
+  const auto end_second_call = [](void* handle) {  // during the statement that looks for interrupts
+    static int calls = 0;
     sqlite3_stmt* const newest = sqlite3_next_stmt(static_cast<sqlite3*>(handle), nullptr);
-    if (std::string_view(sqlite3_sql(newest)) == "SELECT 1") ++runs;
-    return runs == 2 ? 1 : 0;
+    if (std::string_view(sqlite3_sql(newest)).starts_with("WITH")) ++calls;
+    return calls == 2 ? 1 : 0;
   };
-  sqlite3_progress_handler(database.handle(), 1000, end_second_run, database.handle());
+  sqlite3_progress_handler(database.handle(), 1000, end_second_call, database.handle());
   EXPECT_EQ(database.run("SELECT finance_try_xirr(amount, day) FROM flows"),
             "Error: interrupted\n");
 }

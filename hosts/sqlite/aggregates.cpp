@@ -115,12 +115,14 @@ void inverse(sqlite3_context* context, int, sqlite3_value** argv) noexcept {
 // ---- Interrupts --------------------------------------------------------------------------------
 
 // Finds out whether the running statement of a connection was interrupted, by sqlite3_interrupt or
-// by a progress handler: both also end another statement, which this class runs. If the connection
-// does not allow this statement, no interrupt is found.
+// by a progress handler: both also end another statement, which this class runs in steps. If the
+// connection does not allow this statement, no interrupt is found.
 class InterruptProbe {
  public:
-  explicit InterruptProbe(sqlite3* database)
-      : status_(sqlite3_prepare_v2(database, "SELECT 1", -1, &statement_, nullptr)) {
+  explicit InterruptProbe(sqlite3* database) {
+    constexpr const char* kEndless =
+        "WITH RECURSIVE probe(i) AS (SELECT 1 UNION ALL SELECT 1 FROM probe) SELECT i FROM probe";
+    status_ = sqlite3_prepare_v2(database, kEndless, -1, &statement_, nullptr);
     if (status_ == SQLITE_NOMEM) throw std::bad_alloc();
   }
   ~InterruptProbe() { sqlite3_finalize(statement_); }
@@ -128,10 +130,10 @@ class InterruptProbe {
   InterruptProbe& operator=(const InterruptProbe&) = delete;
 
   bool is_interrupted() noexcept {
-    constexpr int kRuns = 250;  // progress handlers are called after some thousands of instructions
-    for (int i = 0; i < kRuns && statement_ != nullptr && status_ != SQLITE_INTERRUPT; ++i) {
+    constexpr int kSteps =
+        100;  // some thousand instructions, after which progress handlers are called
+    for (int i = 0; i < kSteps && (status_ == SQLITE_OK || status_ == SQLITE_ROW); ++i) {
       status_ = sqlite3_step(statement_);
-      sqlite3_reset(statement_);
     }
     return status_ == SQLITE_INTERRUPT;
   }
