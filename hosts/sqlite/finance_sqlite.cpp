@@ -119,17 +119,19 @@ struct KeywordFunction {
 
 void evaluate_keyword(sqlite3_context* context, int argc, sqlite3_value** argv) noexcept {
   guarded(context, [&] {
-    auto& [keyword, on_error, calls] = *static_cast<KeywordFunction*>(sqlite3_user_data(context));
+    auto& function = *static_cast<KeywordFunction*>(sqlite3_user_data(context));
+    const catalog::Keyword& keyword = *function.keyword;
+    auto& calls = function.calls;
     const auto count = static_cast<std::size_t>(argc);
     if (count >= calls.size() || calls[count] == nullptr) {
-      if (!keyword->accepts(count)) {
-        return fail(context, on_error,
-                    [&] { return *SqlCall::keyword_error(keyword->word, count); });
+      if (!keyword.accepts(count)) {
+        return fail(context, function.on_error,
+                    [&] { return *SqlCall::keyword_error(keyword.word, count); });
       }
-      calls.resize(keyword->max_args() + 1);
-      calls[count] = std::make_unique<SqlCall>(host::loaded_module(), *keyword, count);
+      calls.resize(keyword.max_args() + 1);
+      calls[count] = std::make_unique<SqlCall>(host::loaded_module(), keyword, count);
     }
-    evaluate(context, *calls[count], argv, on_error);
+    evaluate(context, *calls[count], argv, function.on_error);
   });
 }
 
@@ -161,14 +163,14 @@ int register_functions(sqlite3* database) {
   }
   for (const catalog::Keyword& keyword : catalog::keywords()) {
     if (std::ranges::any_of(keyword.arguments(), &catalog::Argument::is_list)) continue;
-    const std::string name = keyword.function_name();
     for (const OnError on_error : {OnError::kRaise, OnError::kNull}) {
-      auto function = std::make_unique<KeywordFunction>(&keyword, on_error);
-      // SQLite calls the last function also if the registration fails.
+      std::string name = keyword.function_name();
+      if (on_error == OnError::kNull) name = host::try_name(name);
+      // SQLite frees the function also if the registration fails.
       const int status = sqlite3_create_function_v2(
-          database, (on_error == OnError::kNull ? host::try_name(name) : name).c_str(), -1, kPure,
-          function.release(), evaluate_keyword, nullptr, nullptr,
-          [](void* old) { delete static_cast<KeywordFunction*>(old); });
+          database, name.c_str(), -1, kPure, new KeywordFunction{&keyword, on_error},
+          evaluate_keyword, nullptr, nullptr,
+          [](void* function) { delete static_cast<KeywordFunction*>(function); });
       if (status != SQLITE_OK) return status;
     }
   }
