@@ -130,8 +130,9 @@ class InterruptProbe {
   InterruptProbe& operator=(const InterruptProbe&) = delete;
 
   bool is_interrupted() noexcept {
-    constexpr int kSteps =
-        100;  // some thousand instructions, after which progress handlers are called
+    // A step is 15 instructions of SQLite. Progress handlers are called after a number of
+    // instructions.
+    constexpr int kSteps = 100;
     for (int i = 0; i < kSteps && (status_ == SQLITE_OK || status_ == SQLITE_ROW); ++i) {
       status_ = sqlite3_step(statement_);
     }

@@ -7,6 +7,7 @@
 #include <sqlite3ext.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
