@@ -69,6 +69,13 @@ class CheckedCall {
   // result is missing only if an argument is.
   CallResult run() noexcept;
 
+  // The same for all values of a row.
+  CallResult run(std::span<const Value> values) noexcept {
+    begin();
+    for (std::size_t i = 0; i < values.size(); ++i) set(i + 1, values[i]);
+    return run();
+  }
+
   // The bound call, for columns. It does not check types, dates and frequencies.
   [[nodiscard]] vxkernel::Call& bound() noexcept { return call_; }
   // A result of the module as a value: a number, a count or a date.

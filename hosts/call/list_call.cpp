@@ -92,9 +92,7 @@ CallResult ListCall::result_of(CheckedCall& call, std::size_t group,
   for (const Failed& known : {without_result_, without_rate_}) {
     if (known.group == group) return {known.status};
   }
-  call.begin();
-  for (std::size_t i = 0; i < values.size(); ++i) call.set(i + 1, values[i]);
-  const CallResult result = call.run();
+  const CallResult result = call.run(values);
   // Flows of one date, added up, may have no rate where the single flows have one.
   return result.ok() ? CallResult{Status::kNoResult} : result;
 }

@@ -44,7 +44,9 @@ FlowError error_of_value(const FlowAggregate& aggregate, std::size_t index, cons
     allowed = value.number == std::trunc(value.number) ? "must be a date (YYYY-MM-DD)"
                                                        : "must be a date without a time of day";
   } else if (role == Role::kPeriod) {
-    allowed = "must be a whole number";
+    allowed = value.number == std::trunc(value.number)
+                  ? "must be between -2147483647 and 2147483647"
+                  : "must be a whole number";
   }
   return error_of(aggregate, has_type(value, kind) ? Status::kInvalidArgument : Status::kWrongType,
                   index, fmt::format("is {}: {}", format_for_message(value), allowed));

@@ -9,6 +9,7 @@
 
 #include "hosts/call/checked_call.h"
 #include "hosts/sql/flow_group.h"
+#include "hosts/sql/sql_text.h"
 
 namespace host {
 
@@ -62,12 +63,6 @@ inline constexpr std::array<FlowAggregate, 5> kFlowAggregates = [] {
       {"finance_xnpv", "XNPV", {rate, amount, date}, 3, 1},
   }};
 }();
-
-// The name of the function that returns NULL instead of an error: "finance_try_irr".
-inline std::string try_name(std::string_view name) {
-  constexpr std::string_view kPrefix = "finance_";
-  return "finance_try_" + std::string(name.substr(kPrefix.size()));
-}
 
 // The error of a row or a group.
 struct FlowError {

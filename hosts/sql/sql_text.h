@@ -1,6 +1,8 @@
-// The values of texts in SQL databases, which depend on the kind of the argument.
+// The values of texts in SQL databases, which depend on the kind of the argument, and the names of
+// SQL functions.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "catalog/catalog.h"
@@ -16,5 +18,11 @@ Value value_of_sql_text(std::string_view text, catalog::ArgumentKind kind) noexc
 // Whether a value has the type of an argument of this kind. Numbers are not dates. The missing
 // value has every type; the module decides whether it is valid.
 bool has_type(const Value& value, catalog::ArgumentKind kind) noexcept;
+
+// The name of the function that returns NULL instead of an error: "finance_try_irr".
+inline std::string try_name(std::string_view name) {
+  constexpr std::string_view kPrefix = "finance_";
+  return "finance_try_" + std::string(name.substr(kPrefix.size()));
+}
 
 }  // namespace host

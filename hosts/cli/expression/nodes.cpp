@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hosts/call/columns.h"
 #include "hosts/call/list_call.h"
 
 namespace cli {
@@ -482,7 +483,7 @@ class Call : public Node {
       if (!argument->add_columns(in, arguments)) return nullptr;
     }
     CheckedCall& call = in.calls.get(number_, keyword_, arguments.size());
-    std::vector<vxk_column> columns;
+    std::vector<ColumnArgument> columns;
     bool has_dates = false;  // in a list of dates
     bool has_numbers = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -495,27 +496,18 @@ class Call : public Node {
         (from.kind == Kind::kDate ? has_dates : has_numbers) = true;
         if (has_dates && has_numbers) return nullptr;
       }
-      columns.push_back(from.is_constant ? vxkernel::constant(from.numbers.data())
-                                         : vxkernel::column(from.numbers.data()));
-      const bool is_frequency = parameter.kind == catalog::ArgumentKind::kFrequency;
-      for (std::size_t row = 0; row < in.rows && (is_frequency || parameter.is_date()); ++row) {
-        const double number = from.at(row);
-        const bool is_valid =
-            is_frequency ? catalog::is_frequency(number) : !is_beyond_calendar(number);
-        if (!is_valid) in.is_special[row] = 1;
-      }
+      columns.push_back({from.is_constant ? vxkernel::constant(from.numbers.data())
+                                          : vxkernel::column(from.numbers.data())});
     }
     BlockColumn& to = in.temporary();
     to.kind = kind_of(call.value_of(0.0));
     to.numbers.resize(in.rows);
-    vxk_results results{};
-    results.size = sizeof results;
-    results.values = to.numbers.data();
-    const int status = call.bound().run(columns, static_cast<std::int64_t>(in.rows), results);
-    if (status != VXK_OK) return nullptr;
+    std::vector<std::uint8_t> failures((in.rows + 7) / 8);
+    host::evaluate_columns(call, columns, static_cast<std::int64_t>(in.rows), to.numbers.data(),
+                           failures.data());
     // A row that is missing a value or fails is evaluated again by itself.
     for (std::size_t i = 0; i < in.rows; ++i) {
-      if (std::isnan(to.numbers[i]) || keyword_.is_lowest_rate(to.numbers[i])) in.is_special[i] = 1;
+      if (std::isnan(to.numbers[i])) in.is_special[i] = 1;
     }
     return &to;
   }
