@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Tests the extension of DuckDB: a transcript, and calls of every keyword, whose results must have the
-# same bits as those of the command.
+# Tests the extension of DuckDB: a transcript, the statements of docs/duckdb.md, and random calls of every
+# keyword, whose results must have the same bits as those of the command.
 # usage: run.sh BUILD-FOLDER CALLS-PER-KEYWORD
 set -euo pipefail
 tests=$(cd "$(dirname "$0")" && pwd)
@@ -12,6 +12,13 @@ shell() { "$build/bin/duckdb_shell" "$build/lib/finance.duckdb_extension"; }
 # The shell executes each line that begins with "> ".
 cd "$tests/../.."
 sed -n 's/^> //p' "$tests/transcript.txt" | shell | diff "$tests/transcript.txt" -
+
+# The statements of the document must not fail.
+awk '/^```/ {inside = $0 == "```sql"; next} inside {statement = statement " " $0}
+  inside && /;$/ {print statement; statement = ""}' docs/duckdb.md >"$folder/document.sql"
+cp -r examples "$folder"
+(cd "$folder" && shell <document.sql) >"$folder/document.out"
+if [ ! -s "$folder/document.sql" ] || grep 'Error: ' "$folder/document.out"; then exit 1; fi
 
 "$tests/../random_calls.py" "$tests/../published.csv" "$folder" "$2"
 for file in "$folder"/*.tsv; do
