@@ -109,7 +109,7 @@ double list_time(const vxkernel::Kernel& kernel, std::size_t groups) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   if (argc < 2) return 2;
   const std::size_t rows = argc > 2 ? std::strtoul(argv[2], nullptr, 10) : 4'000'000;
   const std::size_t groups = rows / 20;
@@ -170,4 +170,7 @@ int main(int argc, char** argv) {
       (database.seconds("finance_price" + bond, "assets")) / static_cast<double>(rows) * 1e9;
   std::printf("\nTwo threads evaluate `finance_price` %.2f times as fast as one.\n",
               (alone + scan / static_cast<double>(rows) * 1e9) / both);
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "duckdb_bench: %s\n", error.what());
+  return 1;
 }

@@ -39,10 +39,12 @@ class Output {
         on_error_(on_error),
         is_date_(is_date) {}
 
-  // Where the results of rows from `first` on are stored; null if they are not numbers.
+  [[nodiscard]] bool has_numbers() const noexcept {
+    return !is_date_ && on_error_ != OnError::kMessage;
+  }
+  // Where the results of rows from `first` on are stored, if they are numbers.
   [[nodiscard]] double* numbers(std::int64_t first) const noexcept {
-    const bool has_numbers = !is_date_ && on_error_ != OnError::kMessage;
-    return has_numbers ? static_cast<double*>(data_) + first : nullptr;
+    return static_cast<double*>(data_) + first;
   }
 
   void set(std::int64_t row, double value) {
@@ -120,9 +122,8 @@ void evaluate(const catalog::Keyword& keyword, duckdb_data_chunk chunk, std::siz
   }
   const auto rows = static_cast<std::size_t>(last - first);
   std::vector<std::uint8_t> failures((rows + 7) / 8);
-  std::vector<double> own;  // the results, if the vector does not hold numbers
-  double* results = output.numbers(first);
-  if (results == nullptr) results = (own.resize(rows), own.data());
+  std::vector<double> own(output.has_numbers() ? 0 : rows);
+  double* const results = output.has_numbers() ? output.numbers(first) : own.data();
   const host::ColumnReport report =
       host::evaluate_columns(call, arguments, last - first, results, failures.data());
   if (own.empty() && report.failed == 0 && report.missing == 0 && !has_wrong) return;

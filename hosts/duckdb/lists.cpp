@@ -76,22 +76,22 @@ Rows read(const catalog::Keyword& keyword, duckdb_data_chunk chunk, std::uint64_
   }
   // A rate needs two flows, and any other result needs one.
   const std::uint64_t least = keyword.result == catalog::ResultKind::kRate ? 2 : 1;
+  const Argument& amounts = *std::ranges::find_if(
+      read.arguments, [](const Argument& argument) { return argument.lists != nullptr; });
   for (std::uint64_t row = 0; row < rows; ++row) {
     bool is_null = false;
-    const Argument* amounts = nullptr;
     for (const Argument& argument : read.arguments) {
       if (argument.lists == nullptr) {
         is_null |= std::isnan(argument.values[row]);
       } else {
         is_null |= !argument.has_list(row);
-        if (amounts == nullptr) amounts = &argument;
       }
     }
-    const duckdb_list_entry& flows = amounts->lists[row];
+    const duckdb_list_entry& flows = amounts.lists[row];
     std::string error;
     std::uint64_t present = 0;
     for (std::uint64_t i = 0; i < flows.length && !is_null; ++i) {
-      present += std::isnan(amounts->values[flows.offset + i]) ? 0 : 1;
+      present += std::isnan(amounts.values[flows.offset + i]) ? 0 : 1;
     }
     // In lists with dates, flows without an amount are left out. In other lists the order counts.
     is_null = is_null || present < least || (!is_dated && present < flows.length);
