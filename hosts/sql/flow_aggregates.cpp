@@ -133,14 +133,13 @@ bool read_flow(const FlowAggregate& aggregate, std::span<const Value> arguments,
   error = {};
   flow = {};
   const auto parameters = aggregate.parameters();
+  if (arguments[index_of(aggregate, Role::kAmount)].is_missing()) return false;
   std::size_t rate = 0;
-  bool has_amount = true;
   std::size_t missing = parameters.size();
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     const Value& value = arguments[i];
     const Role role = parameters[i].role;
     if (value.is_missing()) {
-      if (role == Role::kAmount) has_amount = false;
       missing = std::min(missing, i);
       continue;
     }
@@ -156,7 +155,6 @@ bool read_flow(const FlowAggregate& aggregate, std::span<const Value> arguments,
       flow.key = static_cast<std::int32_t>(value.number);
     }
   }
-  if (!has_amount) return false;
   if (missing < parameters.size()) {
     error = error_of(aggregate, Status::kInvalidArgument, missing, "is missing");
     error.is_missing = true;

@@ -74,7 +74,8 @@ struct FlowError {
 };
 
 // Reads the flow of a row from its arguments, in order. Returns false without an error for a row
-// that has no amount. Rates, dates and periods must not be missing.
+// that has no amount, whatever its other arguments are. In other rows, rates, dates and periods
+// must not be missing.
 bool read_flow(const FlowAggregate& aggregate, std::span<const Value> arguments, Flow& flow,
                FlowError& error);
 
