@@ -114,14 +114,16 @@ Datum add_row(FunctionCallInfo fcinfo, const FlowFunction& function) {
   PG_RETURN_POINTER(group);
 }
 
-// Removes the row that leaves the frame of a window.
+// Removes the row that leaves the frame of a window. If the result is NULL, the server collects the
+// frame again.
 Datum remove_row(FunctionCallInfo fcinfo, const FlowFunction& function) {
   group_storage(fcinfo);
   Failure failure;
   Flow flow;
   const Row row = read_row(fcinfo, function, flow, failure);
+  if (is_error(failure, true)) report(failure);
   FlowGroup* const group = group_of(fcinfo, 0);
-  if (row == Row::kFlow) host::remove(*group, flow);
+  if (row == Row::kFlow && !host::remove(*group, flow)) PG_RETURN_NULL();
   if (row == Row::kInvalid) --group->invalid;
   PG_RETURN_POINTER(group);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <limits>
 
 namespace host {
@@ -83,14 +84,16 @@ void add(FlowGroup& group, const Flow& flow) noexcept {
   ++group.flows;
 }
 
-void remove(FlowGroup& group, const Flow& flow) noexcept {
-  if (group.room == 0) return;
+bool remove(FlowGroup& group, const Flow& flow) noexcept {
+  constexpr double kMostRemoved = 1e15;
+  if (group.room == 0) return true;
   FlowSum& sum = find(group, flow.key, flow.rates);
-  if (sum.flows == 0) return;
+  if (sum.flows == 0) return true;
   sum.amount.add(-flow.amount);
   --sum.flows;
   --group.flows;
   if (sum.flows == 0) --group.live;
+  return sum.flows == 0 || std::fabs(flow.amount) <= kMostRemoved;
 }
 
 void add_sum(FlowGroup& group, const FlowSum& other) noexcept {

@@ -42,9 +42,9 @@ void move_to(FlowGroup& group, FlowSum* sums, std::uint64_t room) noexcept;
 // Adds a flow. The group must have room for it.
 void add(FlowGroup& group, const Flow& flow) noexcept;
 
-// Removes a flow that was added. The sums are then those of a group that never had the flow, in
-// practice to the last digit, unless a sum was infinite or more than 1e15 times as large before.
-void remove(FlowGroup& group, const Flow& flow) noexcept;
+// Removes a flow that was added. In practice the sum of the other flows is that of a group which
+// never had it. Returns false if the flow was so large that the sum may have lost the others.
+bool remove(FlowGroup& group, const Flow& flow) noexcept;
 
 // Adds the flows of a sum. The group must have room for it.
 void add_sum(FlowGroup& group, const FlowSum& other) noexcept;
