@@ -131,7 +131,10 @@ double evaluate(const catalog::Keyword& keyword, const Arguments& arguments,
   is_stopped = !call.run(offsets, std::span(&result, 1), stop);
   if (is_stopped || !std::isnan(result)) return result;
   const host::ListError error = call.error(offsets, 0);
-  const int sql_state = sql_state_of(error.status);
+  // The elements of an array have the type of the parameter: a date is at most out of range.
+  const int sql_state = error.status == host::Status::kWrongType
+                            ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE
+                            : sql_state_of(error.status);
   if (error.argument != 0) {
     return fail_at(error.argument, error.element, error.is_missing, sql_state, error.reason);
   }
