@@ -51,7 +51,8 @@ DECLARE
   old record;
 BEGIN
   FOR old IN
-    SELECT p.oid::regprocedure AS name, CASE p.prokind WHEN 'a' THEN 'AGGREGATE' ELSE 'FUNCTION' END AS kind
+    SELECT p.pronamespace::regnamespace || '.' || p.oid::regprocedure AS name,
+           CASE p.prokind WHEN 'a' THEN 'AGGREGATE' ELSE 'FUNCTION' END AS kind
       FROM pg_depend AS d JOIN pg_proc AS p ON d.classid = 'pg_proc'::regclass AND d.objid = p.oid
      WHERE d.refclassid = 'pg_extension'::regclass AND d.deptype = 'e'
        AND d.refobjid = (SELECT oid FROM pg_extension WHERE extname = 'finance')
@@ -61,10 +62,10 @@ BEGIN
     BEGIN
       EXECUTE format('DROP %s %s', old.kind, old.name);
     EXCEPTION WHEN dependent_objects_still_exist THEN
-      IF old.name::text !~ '^([^(]*\.)?finance_[a-z_]*_add\(' THEN
+      IF old.name !~ '^[^(]*\.finance_[a-z_]*_add\(' THEN
         RAISE WARNING '% stays, because objects of the database use it', old.name
           USING DETAIL = 'Its calls need an argument with a type, such as DATE ''2026-11-23''.',
-                HINT = format('To remove it, drop these objects, execute ALTER EXTENSION finance DROP %1$s %2$s '
+                HINT = format('To remove it, drop these objects, execute as a superuser ALTER EXTENSION finance DROP %1$s %2$s '
                               'and DROP %1$s %2$s, and create the objects again.', old.kind, old.name);
       END IF;
     END;
@@ -90,18 +91,19 @@ DECLARE
   home name := (SELECT n.nspname FROM pg_extension AS e
                   JOIN pg_namespace AS n ON n.oid = e.extnamespace WHERE e.extname = 'finance');
   here text;
+  build_time CONSTANT text := ' \(.*?\)';  -- servers that were built at different times can be the same
 BEGIN
   EXECUTE format('SELECT version FROM %I.finance_release', home) INTO here;
   FOR server IN
+    WITH RECURSIVE part(oid) AS (
+      SELECT "table"::oid
+      UNION SELECT i.inhrelid FROM part JOIN pg_inherits AS i ON i.inhparent = part.oid)
     SELECT s.srvname
       FROM pg_foreign_server AS s
       JOIN pg_foreign_data_wrapper AS w ON w.oid = s.srvfdw
      WHERE w.fdwname = 'postgres_fdw'
        AND ("table" IS NULL OR s.oid IN
-            (SELECT f.ftserver FROM pg_foreign_table AS f
-              WHERE f.ftrelid = "table"
-                 OR f.ftrelid IN (SELECT relid FROM pg_partition_tree("table"))
-                 OR f.ftrelid IN (SELECT inhrelid FROM pg_inherits WHERE inhparent = "table")))
+            (SELECT f.ftserver FROM pg_foreign_table AS f JOIN part ON part.oid = f.ftrelid))
      ORDER BY s.srvname
   LOOP
     version := NULL;
@@ -115,7 +117,7 @@ BEGIN
     EXCEPTION WHEN OTHERS THEN
       error := SQLERRM;
     END;
-    is_same := version IS NOT DISTINCT FROM here;
+    is_same := regexp_replace(version, build_time, '') IS NOT DISTINCT FROM regexp_replace(here, build_time, '');
     RETURN NEXT;
   END LOOP;
 END
