@@ -5,9 +5,9 @@
 
 namespace cli {
 
-// The XML configuration of executable functions for ClickHouse: finance_price, finance_yield, ...
-// Each function takes all arguments of its keyword, lists as arrays, and runs the command as a
-// filter.
+// The XML configuration of executable functions for ClickHouse, which run the command as a filter.
+// finance_price takes all arguments of its keyword. ClickHouse has no overloads: finance_price_6
+// takes the first 6 arguments. A list is one argument, an array.
 std::string clickhouse_config();
 
 }  // namespace cli
