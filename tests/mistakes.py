@@ -13,7 +13,7 @@ import tempfile
 
 LIST = pathlib.Path(__file__).resolve().with_suffix(".txt")
 TARGETS = ("vxfnc vxkernel vxkernel_shared finance manual unit_tests module_tests sqlite_tests "
-           "finance_postgresql postgresql_script")
+           "finance_postgresql postgresql_script duckdb_extension duckdb_shell duckdb_tests")
 
 
 def mistakes():
@@ -47,7 +47,7 @@ def run(*command):
 def fate():
     if not run("cmake", "--build", "build", "--target", *TARGETS.split()):
         return "does not build"
-    for tests in ("-E", "mistakes|postgresql"), ("-R", "postgresql"):  # the long test last
+    for tests in ("-E", "mistakes|postgresql|drivers"), ("-R", "postgresql"):  # the long test last
         if not run("ctest", "--test-dir", "build", *tests, "-j", str(os.cpu_count()),
                    "--stop-on-failure", "--timeout", "180"):
             log = pathlib.Path("log").read_text()
@@ -67,7 +67,8 @@ def main():
             shutil.copytree(LIST.parent.parent, tree, ignore=shutil.ignore_patterns("build", ".git"))
             os.chdir(tree)
             run("cmake", "-G", "Ninja", "-B", "build", "-DCMAKE_BUILD_TYPE=Release",
-                "-DCMAKE_CXX_FLAGS_RELEASE=-O1")
+                "-DCMAKE_CXX_FLAGS_RELEASE=-O1",
+                f"-DVXFNC_DUCKDB={LIST.parent.parent}/build/npm/duckdb")
             if fate() != "survives":
                 sys.exit(pathlib.Path("log").read_text())
         tried = bad = 0
