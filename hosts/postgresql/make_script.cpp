@@ -194,6 +194,10 @@ class Script {
     write_function("finance_version", {},
                    "text\n  AS 'MODULE_PATHNAME' LANGUAGE C STABLE PARALLEL SAFE",
                    "the versions of the module, of its interface and of the extension");
+    for (const char* type : {"text", "bpchar"}) {
+      std::cout << fmt::format(
+          "\nCOMMENT ON FUNCTION finance_keyword({}) IS 'the keyword of a text';\n", type);
+    }
     const auto write_internal = [this](std::string_view signature, std::string_view strict) {
       std::cout << fmt::format(
           "\n{} FUNCTION {}\n  AS 'MODULE_PATHNAME' LANGUAGE C IMMUTABLE{} PARALLEL SAFE;\n",
