@@ -115,9 +115,9 @@ void evaluate(const catalog::Keyword& keyword, duckdb_data_chunk chunk, std::siz
   inputs.reserve(count);
   bool has_wrong = false;
   for (std::size_t i = 0; i < count; ++i) {
-    inputs.emplace_back(duckdb_data_chunk_get_vector(chunk, first_argument + i), last,
+    inputs.emplace_back(duckdb_data_chunk_get_vector(chunk, first_argument + i), first, last,
                         call.parameter(i + 1).kind);
-    arguments.push_back(inputs.back().argument(first));
+    arguments.push_back(inputs.back().argument());
     has_wrong |= inputs.back().has_wrong();
   }
   const auto rows = static_cast<std::size_t>(last - first);

@@ -12,16 +12,16 @@ namespace finance_duckdb {
 // One argument. Vectors whose values the kernel reads in place are not copied.
 class Input {
  public:
-  // Reads the rows of a vector for an argument of a kind.
-  Input(duckdb_vector vector, std::int64_t rows, catalog::ArgumentKind kind);
+  // Reads the rows of a vector from `first` to `last` for an argument of a kind.
+  Input(duckdb_vector vector, std::int64_t first, std::int64_t last, catalog::ArgumentKind kind);
 
-  // The argument for rows that begin at `first`.
-  [[nodiscard]] host::ColumnArgument argument(std::int64_t first) const noexcept;
+  // The argument for these rows. It is valid as long as the input.
+  [[nodiscard]] host::ColumnArgument argument() const noexcept;
 
   // Whether a value has the wrong type, such as a text that is not a number. Its row fails, unless
   // it is missing a value.
   [[nodiscard]] bool is_wrong(std::int64_t row) const noexcept {
-    return !wrong_.empty() && wrong_[static_cast<std::size_t>(row)] != 0;
+    return !wrong_.empty() && wrong_[static_cast<std::size_t>(row - first_)] != 0;
   }
   [[nodiscard]] bool has_wrong() const noexcept { return !wrong_.empty(); }
 
@@ -29,11 +29,13 @@ class Input {
   [[nodiscard]] host::Value value(std::int64_t row, std::string& shown) const;
 
  private:
-  void read(duckdb_logical_type type, std::int64_t rows);
-  void read_texts(std::int64_t rows);
-  void convert(std::int64_t rows, auto&& number_of);
+  void read(duckdb_logical_type type);
+  void read_texts();
+  void convert(auto&& number_of);
   void use(int type, std::size_t size) noexcept;
 
+  std::int64_t first_;
+  std::size_t rows_;
   catalog::ArgumentKind kind_;
   duckdb_type type_;
   void* data_;
