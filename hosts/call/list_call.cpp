@@ -32,19 +32,23 @@ ListCall::ListCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keywo
   }
 }
 
-// Whether the group has only values that a checked call accepts before it calls the module.
+// Whether the group has only values that a checked call accepts before it calls the module. A flow
+// without an amount is skipped, whatever its date is.
 bool ListCall::is_valid(std::span<const std::int64_t> offsets, std::size_t group) const {
+  const double* const amounts = std::ranges::find_if(arguments_, &ListArgument::is_list)->values;
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     const ListArgument& argument = arguments_[i];
     if (!parameter(i).is_date()) {
       if (argument.is_date) return false;
       continue;
     }
-    const bool is_valid_day =
-        argument.is_list ? std::none_of(argument.values + offsets[group],
-                                        argument.values + offsets[group + 1], is_beyond_calendar)
-                         : !is_beyond_calendar(argument.values[argument.is_constant ? 0 : group]);
-    if (!is_valid_day) return false;
+    if (!argument.is_list) {
+      if (is_beyond_calendar(argument.values[argument.is_constant ? 0 : group])) return false;
+      continue;
+    }
+    for (std::int64_t flow = offsets[group]; flow < offsets[group + 1]; ++flow) {
+      if (is_beyond_calendar(argument.values[flow]) && !std::isnan(amounts[flow])) return false;
+    }
   }
   return true;
 }
