@@ -1,8 +1,9 @@
 // The functions whose arguments are lists, such as finance_xirr(amounts, dates).
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
+#include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,103 +53,129 @@ struct Argument {
 
 // The lists of a chunk for the kernel. A row that is NULL, and a row whose lists have different
 // lengths, has empty lists there.
-struct Rows {
-  std::vector<Argument> arguments;
-  std::vector<std::int64_t> offsets{0};
-  std::vector<std::string> errors;  // by row, if any row has one
+class Rows {
+ public:
+  Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk);
+
+  [[nodiscard]] const std::vector<Argument>& arguments() const noexcept { return arguments_; }
+  [[nodiscard]] const std::vector<std::int64_t>& offsets() const noexcept { return offsets_; }
+  [[nodiscard]] bool is_evaluated(std::uint64_t row) const noexcept {
+    return offsets_[row] != offsets_[row + 1];
+  }
+  // The error of a row that is not evaluated; empty if the row is NULL.
+  [[nodiscard]] std::string error(std::uint64_t row) const {
+    return errors_.empty() ? std::string() : errors_[row];
+  }
+
+ private:
+  [[nodiscard]] const duckdb_list_entry& flows(std::uint64_t row) const noexcept {
+    return arguments_[amounts_].lists[row];
+  }
+  [[nodiscard]] bool is_null(std::uint64_t row) const noexcept;
+  [[nodiscard]] std::string length_error(std::uint64_t row) const;
+  void append(std::uint64_t row, bool has_flows);
+
+  const catalog::Keyword& keyword_;
+  std::vector<Argument> arguments_;
+  std::size_t amounts_ = 0;  // the index of the list of amounts
+  bool is_dated_ = false;
+  std::vector<std::int64_t> offsets_{0};
+  std::vector<std::string> errors_;  // by row, if any row has one
 };
 
-Rows read(const catalog::Keyword& keyword, duckdb_data_chunk chunk, std::uint64_t rows) {
-  Rows read;
-  const std::size_t count = duckdb_data_chunk_get_column_count(chunk);
-  bool is_dated = false;
-  for (std::size_t i = 0; i < count; ++i) {
+Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) : keyword_(keyword) {
+  for (idx_t i = 0; i < duckdb_data_chunk_get_column_count(chunk); ++i) {
     duckdb_vector vector = duckdb_data_chunk_get_vector(chunk, i);
     const catalog::Argument& parameter = keyword.arguments()[i];
     if (!parameter.is_list()) {
-      read.arguments.push_back({Values(vector)});
+      arguments_.push_back({Values(vector)});
       continue;
     }
-    is_dated |= parameter.is_date();
-    read.arguments.push_back({Values(duckdb_list_vector_get_child(vector)),
-                              static_cast<const duckdb_list_entry*>(duckdb_vector_get_data(vector)),
-                              duckdb_vector_get_validity(vector)});
+    if (parameter.is_date()) is_dated_ = true;
+    arguments_.push_back({Values(duckdb_list_vector_get_child(vector)),
+                          static_cast<const duckdb_list_entry*>(duckdb_vector_get_data(vector)),
+                          duckdb_vector_get_validity(vector)});
   }
-  // A rate needs two flows, and any other result needs one.
-  const std::uint64_t least = keyword.result == catalog::ResultKind::kRate ? 2 : 1;
-  const Argument& amounts = *std::ranges::find_if(
-      read.arguments, [](const Argument& argument) { return argument.lists != nullptr; });
+  while (arguments_[amounts_].lists == nullptr) ++amounts_;
+  const std::uint64_t rows = duckdb_data_chunk_get_size(chunk);
   for (std::uint64_t row = 0; row < rows; ++row) {
-    bool is_null = false;
-    for (const Argument& argument : read.arguments) {
-      if (argument.lists == nullptr) {
-        is_null |= std::isnan(argument.values[row]);
-      } else {
-        is_null |= !argument.has_list(row);
-      }
-    }
-    const duckdb_list_entry& flows = amounts.lists[row];
-    std::string error;
-    std::uint64_t present = 0;
-    for (std::uint64_t i = 0; i < flows.length && !is_null; ++i) {
-      present += std::isnan(amounts.values[flows.offset + i]) ? 0 : 1;
-    }
-    // In lists with dates, flows without an amount are left out. In other lists the order counts.
-    is_null = is_null || present < least || (!is_dated && present < flows.length);
-    for (std::size_t i = 0; i < count && !is_null; ++i) {
-      const Argument& argument = read.arguments[i];
-      if (argument.lists == nullptr || argument.lists[row].length == flows.length) continue;
-      error =
-          fmt::format("argument {} ({}) has the length {}: must have the length of the amounts, {}",
-                      i + 1, keyword.arguments()[i].name, argument.lists[row].length, flows.length);
-    }
-    const bool is_evaluated = !is_null && error.empty();
-    if (!error.empty()) {
-      read.errors.resize(rows);
-      read.errors[row] = std::move(error);
-    }
-    for (Argument& argument : read.arguments) {
-      if (argument.lists == nullptr) {
-        argument.gathered.push_back(argument.values[row]);
-        continue;
-      }
-      const duckdb_list_entry& list = argument.lists[row];
-      for (std::uint64_t i = 0; i < list.length && is_evaluated; ++i) {
-        argument.gathered.push_back(argument.values[list.offset + i]);
-      }
-    }
-    read.offsets.push_back(read.offsets.back() +
-                           (is_evaluated ? static_cast<std::int64_t>(flows.length) : 0));
+    const bool is_missing = is_null(row);
+    std::string error = is_missing ? std::string() : length_error(row);
+    append(row, !is_missing && error.empty());
+    if (error.empty()) continue;
+    errors_.resize(rows);
+    errors_[row] = std::move(error);
   }
-  return read;
+}
+
+// In lists with dates, flows without an amount are left out. In other lists the order counts, so a
+// NULL makes the result NULL. A rate needs two flows, and any other result needs one.
+bool Rows::is_null(std::uint64_t row) const noexcept {
+  for (const Argument& argument : arguments_) {
+    const bool is_present =
+        argument.lists == nullptr ? !std::isnan(argument.values[row]) : argument.has_list(row);
+    if (!is_present) return true;
+  }
+  const duckdb_list_entry& list = flows(row);
+  std::uint64_t present = 0;
+  for (std::uint64_t i = 0; i < list.length; ++i) {
+    present += std::isnan(arguments_[amounts_].values[list.offset + i]) ? 0 : 1;
+  }
+  const std::uint64_t least = keyword_.result == catalog::ResultKind::kRate ? 2 : 1;
+  return present < least || (!is_dated_ && present < list.length);
+}
+
+std::string Rows::length_error(std::uint64_t row) const {
+  const std::uint64_t length = flows(row).length;
+  for (std::size_t i = 0; i < arguments_.size(); ++i) {
+    const Argument& argument = arguments_[i];
+    if (argument.lists == nullptr || argument.lists[row].length == length) continue;
+    return fmt::format(
+        "argument {} ({}) has the length {}: must have the length of the amounts, {}", i + 1,
+        keyword_.arguments()[i].name, argument.lists[row].length, length);
+  }
+  return {};
+}
+
+// Appends the values of a row to the lists for the kernel.
+void Rows::append(std::uint64_t row, bool has_flows) {
+  for (Argument& argument : arguments_) {
+    if (argument.lists == nullptr) argument.gathered.push_back(argument.values[row]);
+    if (argument.lists == nullptr || !has_flows) continue;
+    const duckdb_list_entry& list = argument.lists[row];
+    for (std::uint64_t i = 0; i < list.length; ++i) {
+      argument.gathered.push_back(argument.values[list.offset + i]);
+    }
+  }
+  offsets_.push_back(offsets_.back() +
+                     (has_flows ? static_cast<std::int64_t>(flows(row).length) : 0));
 }
 
 }  // namespace
 
 void evaluate_lists(const Function& function, duckdb_data_chunk chunk, duckdb_vector result) {
   const catalog::Keyword& keyword = *function.keyword;
-  const std::uint64_t rows = duckdb_data_chunk_get_size(chunk);
-  if (rows == 0) return;
-  const Rows read_rows = read(keyword, chunk, rows);
+  const std::uint64_t count = duckdb_data_chunk_get_size(chunk);
+  if (count == 0) return;
+  const Rows rows(keyword, chunk);
   std::vector<host::ListArgument> arguments;
-  for (std::size_t i = 0; i < read_rows.arguments.size(); ++i) {
-    const Argument& argument = read_rows.arguments[i];
+  for (std::size_t i = 0; i < rows.arguments().size(); ++i) {
+    const Argument& argument = rows.arguments()[i];
     arguments.push_back({.values = argument.gathered.data(),
                          .is_list = argument.lists != nullptr,
                          .is_date = keyword.arguments()[i].is_date()});
   }
   host::ListCall call(host::loaded_module(), keyword, arguments);
   auto* const values = static_cast<double*>(duckdb_vector_get_data(result));
-  call.run(read_rows.offsets, std::span(values, rows));
+  call.run(rows.offsets(), std::span(values, count));
   std::uint64_t* validity = nullptr;
-  for (std::uint64_t row = 0; row < rows; ++row) {
+  for (std::uint64_t row = 0; row < count; ++row) {
     if (!std::isnan(values[row])) continue;
-    const std::string error = read_rows.errors.empty() ? "" : read_rows.errors[row];
-    const bool is_failed = !error.empty() || read_rows.offsets[row] != read_rows.offsets[row + 1];
+    std::string error = rows.error(row);
+    const bool is_failed = !error.empty() || rows.is_evaluated(row);
     if (is_failed && function.on_error == OnError::kRaise) {
-      throw RowError(
-          fmt::format("finance({}): {}", keyword.word,
-                      error.empty() ? call.error_message(read_rows.offsets, row) : error));
+      if (error.empty()) error = call.error_message(rows.offsets(), row);
+      throw RowError(fmt::format("finance({}): {}", keyword.word, error));
     }
     if (validity == nullptr) {
       duckdb_vector_ensure_validity_writable(result);
