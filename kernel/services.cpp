@@ -28,7 +28,7 @@ void CallMemory::set(void* block, std::size_t bytes) noexcept {
 // The call reads the memory at the same time, without a lock: this is a data race by intention. On
 // x86-64 an aligned word is stored at once, so the call reads a number of its own or a NaN. The
 // attribute keeps these writes out of ThreadSanitizer.
-[[gnu::no_sanitize("thread"), gnu::noinline]] void CallMemory::overwrite() noexcept {
+__attribute__((no_sanitize("thread"), noinline)) void CallMemory::overwrite() noexcept {
   const std::lock_guard lock(mutex_);
   auto* const words = static_cast<std::uint64_t*>(block_);
   for (std::size_t i = 0; i < bytes_ / sizeof *words; ++i) {
