@@ -210,6 +210,19 @@ class Keyword {
   [[nodiscard]] bool accepts(std::size_t count) const noexcept {
     return count >= min_args() && count <= max_args() && pairs_up(count);
   }
+  // How many arguments come before the optional ones. A list counts as one argument.
+  [[nodiscard]] constexpr std::size_t required() const noexcept {
+    std::size_t count = size_;
+    while (count > 0 && arguments_[count - 1].presence == Presence::kOptional) --count;
+    return count;
+  }
+  [[nodiscard]] constexpr bool has_lists() const noexcept {
+    return std::ranges::any_of(arguments(), &Argument::is_list);
+  }
+  [[nodiscard]] constexpr bool has_dated_lists() const noexcept {
+    return std::ranges::any_of(
+        arguments(), [](const Argument& each) { return each.is_list() && each.is_date(); });
+  }
   // The argument at a position, counted from 1, of a call with `count` arguments; null after the
   // last position.
   [[nodiscard]] const Argument* argument_at(std::size_t position, std::size_t count) const noexcept;

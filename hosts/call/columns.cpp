@@ -9,7 +9,6 @@
 namespace host {
 namespace {
 
-constexpr double kDayZeroOfDate32 = 3653.0;  // 1 January 1970
 constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
 
 template <class T>
@@ -31,8 +30,8 @@ bool has_only_days(const vxk_column& column, std::int64_t rows) noexcept {
     return is_good;
   };
   if (column.type == VXK_DATE32 && column.stride == sizeof(std::int32_t)) {
-    return is_within(static_cast<std::int32_t>(kFirstDay - kDayZeroOfDate32),
-                     static_cast<std::int32_t>(kLastDay - kDayZeroOfDate32));
+    return is_within(static_cast<std::int32_t>(kFirstDay - kUnixEpoch),
+                     static_cast<std::int32_t>(kLastDay - kUnixEpoch));
   }
   if (column.type == VXK_FLOAT64 && column.stride == sizeof(double)) {
     return is_within(kFirstDay, kLastDay);
@@ -90,7 +89,7 @@ double number_at(const vxk_column& column, std::int64_t row) noexcept {
     case VXK_INT32:
       return read<std::int32_t>(at);
     default:
-      return read<std::int32_t>(at) + kDayZeroOfDate32;
+      return read<std::int32_t>(at) + kUnixEpoch;
   }
 }
 

@@ -20,6 +20,11 @@ struct ListArgument {
   bool is_date = false;      // the values are known to be dates
 };
 
+// With fewer flows than this, a group has no result: a rate needs two flows.
+constexpr std::size_t min_flows(const catalog::Keyword& keyword) noexcept {
+  return keyword.result == catalog::ResultKind::kRate ? 2 : 1;
+}
+
 // The error of a group.
 struct ListError {
   Status status = Status::kNoResult;

@@ -29,6 +29,7 @@ struct Value {
 };
 
 // The days of the calendar that hosts accept: 0000-01-01 to 9999-12-31, from 1960-01-01.
+inline constexpr std::int32_t kUnixEpoch = 3653;  // 1 January 1970
 inline constexpr double kFirstDay = -715875.0;
 inline constexpr double kLastDay = 2936549.0;
 constexpr bool is_beyond_calendar(double days) noexcept {

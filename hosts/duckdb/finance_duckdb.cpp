@@ -102,10 +102,9 @@ class Registration {
            std::size_t count, duckdb_type basis) {
     const catalog::Keyword& keyword = *function.keyword;
     const auto parameters = keyword.arguments().first(count);
-    const bool has_lists = std::ranges::any_of(parameters, &catalog::Argument::is_list);
     const bool is_date = keyword.result == catalog::ResultKind::kDate;
     Overload overload(name, function, is_date ? DUCKDB_TYPE_DATE : DUCKDB_TYPE_DOUBLE,
-                      has_lists ? call<evaluate_lists> : call<evaluate>);
+                      keyword.has_lists() ? call<evaluate_lists> : call<evaluate>);
     for (const catalog::Argument& parameter : parameters) {
       const bool is_basis = parameter.kind == catalog::ArgumentKind::kBasis;
       const LogicalType type(is_basis              ? basis
@@ -121,10 +120,8 @@ class Registration {
   // One overload for each number of arguments, and one for each type of the basis.
   void register_keyword(const std::string& name, const Function& function) {
     const auto parameters = function.keyword->arguments();
-    std::size_t required = parameters.size();
-    while (parameters[required - 1].presence == catalog::Presence::kOptional) --required;
     duckdb_scalar_function_set set = duckdb_create_scalar_function_set(name.c_str());
-    for (std::size_t count = required; count <= parameters.size(); ++count) {
+    for (std::size_t count = function.keyword->required(); count <= parameters.size(); ++count) {
       add(set, name, function, count, DUCKDB_TYPE_VARCHAR);
       if (parameters[count - 1].kind == catalog::ArgumentKind::kBasis) {
         add(set, name, function, count, DUCKDB_TYPE_DOUBLE);

@@ -4,21 +4,18 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "hosts/call/module_loader.h"
 #include "hosts/duckdb/input.h"
+#include "hosts/sql/sql_text.h"
 
 namespace finance_duckdb {
 namespace {
 
 using host::CheckedCall;
-
-std::string named(const catalog::Keyword& keyword, const std::string& message) {
-  return "finance(" + std::string(keyword.word) + "): " + message;
-}
+using host::named;
 
 // The calls of a thread, which are prepared once.
 CheckedCall& call_of(const catalog::Keyword& keyword, std::size_t count) {
@@ -50,9 +47,8 @@ class Output {
   void set(std::int64_t row, double value) {
     if (std::isnan(value) || on_error_ == OnError::kMessage) return set_null(row);
     const auto at = static_cast<std::size_t>(row);
-    constexpr std::int32_t kUnixEpoch = 3653;  // days from 1 January 1960 to 1 January 1970
     if (is_date_) {
-      static_cast<std::int32_t*>(data_)[at] = static_cast<std::int32_t>(value) - kUnixEpoch;
+      static_cast<std::int32_t*>(data_)[at] = static_cast<std::int32_t>(value) - host::kUnixEpoch;
     } else {
       static_cast<double*>(data_)[at] = value;
     }

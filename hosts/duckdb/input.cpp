@@ -10,8 +10,7 @@ namespace finance_duckdb {
 namespace {
 
 constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
-constexpr double kUnixEpoch = 3653.0;  // days from 1 January 1960 to 1 January 1970
-constexpr double kNoBasis = 6.0;       // a number that the module rejects as a basis
+constexpr double kNoBasis = 6.0;  // a number that the module rejects as a basis
 
 __extension__ using Int128 = __int128;
 __extension__ using UInt128 = unsigned __int128;
@@ -133,7 +132,7 @@ void Input::read(duckdb_logical_type type) {
       constexpr std::int64_t kInfinite = std::numeric_limits<std::int64_t>::max();
       if (values[row] == kInfinite) return std::numeric_limits<double>::infinity();
       if (values[row] == -kInfinite) return -std::numeric_limits<double>::infinity();
-      return static_cast<double>(values[row]) / units_per_day + kUnixEpoch;
+      return static_cast<double>(values[row]) / units_per_day + host::kUnixEpoch;
     });
   };
   constexpr double kSecondsPerDay = 86400.0;

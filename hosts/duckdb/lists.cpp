@@ -10,11 +10,11 @@
 #include "hosts/call/list_call.h"
 #include "hosts/call/module_loader.h"
 #include "hosts/duckdb/functions.h"
+#include "hosts/sql/sql_text.h"
 
 namespace finance_duckdb {
 namespace {
 
-constexpr double kUnixEpoch = 3653.0;  // days from 1 January 1960 to 1 January 1970
 constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
 
 bool has_bit(const std::uint64_t* bits, std::uint64_t index) noexcept {
@@ -31,7 +31,7 @@ class Values {
   }
   [[nodiscard]] double operator[](std::uint64_t i) const noexcept {
     if (!has_bit(validity_, i)) return kMissing;
-    return is_date_ ? static_cast<const std::int32_t*>(data_)[i] + kUnixEpoch
+    return is_date_ ? static_cast<const std::int32_t*>(data_)[i] + host::kUnixEpoch
                     : static_cast<const double*>(data_)[i];
   }
 
@@ -78,7 +78,6 @@ class Rows {
   const catalog::Keyword& keyword_;
   std::vector<Argument> arguments_;
   std::size_t amounts_ = 0;  // the index of the list of amounts
-  bool is_dated_ = false;
   std::vector<std::int64_t> offsets_{0};
   std::vector<std::string> errors_;  // by row, if any row has one
 };
@@ -91,7 +90,6 @@ Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) : keyword_(
       arguments_.push_back({Values(vector)});
       continue;
     }
-    if (parameter.is_date()) is_dated_ = true;
     arguments_.push_back({Values(duckdb_list_vector_get_child(vector)),
                           static_cast<const duckdb_list_entry*>(duckdb_vector_get_data(vector)),
                           duckdb_vector_get_validity(vector)});
@@ -109,7 +107,7 @@ Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) : keyword_(
 }
 
 // In lists with dates, flows without an amount are left out. In other lists the order counts, so a
-// NULL makes the result NULL. A rate needs two flows, and any other result needs one.
+// NULL makes the result NULL.
 bool Rows::is_null(std::uint64_t row) const noexcept {
   for (const Argument& argument : arguments_) {
     const bool is_present =
@@ -121,8 +119,8 @@ bool Rows::is_null(std::uint64_t row) const noexcept {
   for (std::uint64_t i = 0; i < list.length; ++i) {
     present += std::isnan(arguments_[amounts_].values[list.offset + i]) ? 0 : 1;
   }
-  const std::uint64_t least = keyword_.result == catalog::ResultKind::kRate ? 2 : 1;
-  return present < least || (!is_dated_ && present < list.length);
+  return present < host::min_flows(keyword_) ||
+         (!keyword_.has_dated_lists() && present < list.length);
 }
 
 std::string Rows::length_error(std::uint64_t row) const {
@@ -175,7 +173,7 @@ void evaluate_lists(const Function& function, duckdb_data_chunk chunk, duckdb_ve
     const bool is_failed = !error.empty() || rows.is_evaluated(row);
     if (is_failed && function.on_error == OnError::kRaise) {
       if (error.empty()) error = call.error_message(rows.offsets(), row);
-      throw RowError(fmt::format("finance({}): {}", keyword.word, error));
+      throw RowError(host::named(keyword, error));
     }
     if (validity == nullptr) {
       duckdb_vector_ensure_validity_writable(result);

@@ -67,20 +67,17 @@ struct Arguments {
 };
 
 // Whether the result is NULL because values are. In lists with dates, flows without an amount are
-// left out. In other lists the order counts, so that no element can be left out. A rate needs two
-// flows, and any other result needs one.
+// left out. In other lists the order counts, so that no element can be left out.
 bool is_null(const catalog::Keyword& keyword, const Arguments& arguments) {
   const auto parameters = keyword.arguments();
-  const bool is_dated = std::ranges::any_of(parameters, [](const catalog::Argument& parameter) {
-    return parameter.is_list() && parameter.is_date();
-  });
+  const bool is_dated = keyword.has_dated_lists();
   for (int i = 0; i < arguments.count; ++i) {
     const catalog::Argument& parameter = parameters[static_cast<std::size_t>(i)];
     if (!parameter.is_list()) {
       if (std::isnan(arguments.scalars[i])) return true;
     } else if (!parameter.is_date()) {
       const Elements& amounts = arguments.lists[i];
-      const int least = keyword.result == catalog::ResultKind::kRate ? 2 : 1;
+      const auto least = static_cast<int>(host::min_flows(keyword));
       if (amounts.count - amounts.nulls < least || (amounts.nulls > 0 && !is_dated)) return true;
     }
   }

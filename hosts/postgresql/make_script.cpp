@@ -245,18 +245,16 @@ class Script {
   void write_call(const catalog::Keyword& keyword, std::size_t count,
                   const char* basis_type) const {
     Parameters parameters;
-    bool has_lists = false;
     for (const catalog::Argument& argument : keyword.arguments().first(count)) {
       parameters.push_back({std::string(argument.name) + (argument.is_list() ? "s" : ""),
                             type_of(argument, basis_type)});
-      has_lists |= argument.is_list();
     }
     const std::string_view title = keyword.description.title;
     const char* const type = keyword.result == catalog::ResultKind::kDate ? "date" : "float8";
     const std::string name = keyword.function_name();
     for (const bool is_try : {false, true}) {
       const std::string own = is_try ? host::try_name(name) : name;
-      const std::string symbol = own + (has_lists ? "_list" : "");
+      const std::string symbol = own + (keyword.has_lists() ? "_list" : "");
       write_function(
           own, parameters,
           fmt::format("{}\n  AS 'MODULE_PATHNAME', '{}' {}", type, symbol, kAttributes),
@@ -291,19 +289,13 @@ class Script {
   // distinguished from NULL, and one for each type of the basis: its name or its number.
   void write_keyword(const catalog::Keyword& keyword) const {
     const auto arguments = keyword.arguments();
-    std::size_t required = arguments.size();
-    while (required > 0 && arguments[required - 1].presence == catalog::Presence::kOptional) {
-      --required;
-    }
-    for (std::size_t count = required; count <= arguments.size(); ++count) {
+    for (std::size_t count = keyword.required(); count <= arguments.size(); ++count) {
       write_call(keyword, count, "text");
       if (arguments[count - 1].kind == catalog::ArgumentKind::kBasis) {
         write_call(keyword, count, "float8");
       }
     }
-    const bool has_dated_lists = std::ranges::any_of(
-        arguments, [](const catalog::Argument& each) { return each.is_list() && each.is_date(); });
-    if (has_dated_lists) write_text_call(keyword);
+    if (keyword.has_dated_lists()) write_text_call(keyword);
   }
 
   void write_keywords_view() const {
@@ -331,10 +323,6 @@ class Script {
   bool is_upgrade_;
 };
 
-bool has_lists(const catalog::Keyword& keyword) {
-  return std::ranges::any_of(keyword.arguments(), &catalog::Argument::is_list);
-}
-
 void write_symbols() {
   const auto write_macro = [](std::string_view macro, auto&& write) {
     std::cout << fmt::format("#ifdef {}\n", macro);
@@ -343,7 +331,7 @@ void write_symbols() {
   };
   write_macro("KEYWORD_FUNCTION", [] {
     for (const catalog::Keyword& keyword : catalog::keywords()) {
-      if (has_lists(keyword)) continue;
+      if (keyword.has_lists()) continue;
       const std::string name = keyword.function_name();
       std::cout << fmt::format("KEYWORD_FUNCTION({}, \"{}\", kRaise)\n", name, keyword.word)
                 << fmt::format("KEYWORD_FUNCTION({}, \"{}\", kNull)\n", host::try_name(name),
@@ -352,7 +340,7 @@ void write_symbols() {
   });
   write_macro("LIST_FUNCTION", [] {
     for (const catalog::Keyword& keyword : catalog::keywords()) {
-      if (!has_lists(keyword)) continue;
+      if (!keyword.has_lists()) continue;
       const std::string name = keyword.function_name();
       std::cout << fmt::format("LIST_FUNCTION({}_list, \"{}\", false)\n", name, keyword.word)
                 << fmt::format("LIST_FUNCTION({}_list, \"{}\", true)\n", host::try_name(name),

@@ -173,12 +173,12 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
                      const FlowGroup& group, const volatile std::int32_t* cancel,
                      FlowError& error) {
   error = {};
-  if (group.flows < aggregate.min_flows) return {};
+  const catalog::Keyword& keyword = *catalog::find(aggregate.keyword);
+  if (group.flows < min_flows(keyword)) return {};
   const std::vector<FlowSum> sums = sorted_sums(group);
   Lists lists;
   if (!has_same_rates(aggregate, sums, error) || !fill(lists, aggregate, sums, error)) return {};
 
-  const catalog::Keyword& keyword = *catalog::find(aggregate.keyword);
   std::vector<ListArgument> arguments;
   std::size_t rate = 0;
   for (const catalog::Argument& argument : keyword.arguments()) {

@@ -26,7 +26,6 @@ struct FlowAggregate {
   std::string_view keyword;
   std::array<FlowParameter, 4> parameter_list;
   std::size_t parameter_count;
-  std::size_t min_flows;  // with fewer flows the result is NULL
   std::int32_t first_period =
       INT32_MIN;                 // INT32_MIN: the earliest period of the group is the first
   std::int32_t max_periods = 0;  // 0: the flows have dates
@@ -50,17 +49,16 @@ inline constexpr std::int32_t kMostPeriods = 1'000'000;  // of a keyword that ha
 inline constexpr std::array<FlowAggregate, 5> kFlowAggregates = [] {
   using namespace flow_parameters;
   return std::array<FlowAggregate, 5>{{
-      {"finance_irr", "IRR", {amount, period}, 2, 2, INT32_MIN, 32767},
+      {"finance_irr", "IRR", {amount, period}, 2, INT32_MIN, 32767},
       {"finance_mirr",
        "MIRR",
        {amount, period, {"finance_rate", kRate}, {"reinvest_rate", kRate}},
        4,
-       2,
        INT32_MIN,
        kMostPeriods},
-      {"finance_npv", "NPV", {rate, amount, period}, 3, 1, 1, kMostPeriods},
-      {"finance_xirr", "XIRR", {amount, date}, 2, 2},
-      {"finance_xnpv", "XNPV", {rate, amount, date}, 3, 1},
+      {"finance_npv", "NPV", {rate, amount, period}, 3, 1, kMostPeriods},
+      {"finance_xirr", "XIRR", {amount, date}, 2},
+      {"finance_xnpv", "XNPV", {rate, amount, date}, 3},
   }};
 }();
 

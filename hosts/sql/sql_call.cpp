@@ -1,14 +1,6 @@
 #include "hosts/sql/sql_call.h"
 
 namespace host {
-namespace {
-
-std::string named(const catalog::Keyword& keyword, const std::string& message) {
-  return "finance(" + std::string(keyword.word) + "): " + message;
-}
-
-}  // namespace
-
 std::optional<std::string> SqlCall::keyword_error(std::string_view word, std::size_t count) {
   const catalog::Keyword* const keyword = catalog::find(word);
   if (keyword == nullptr) return "finance: " + unknown_keyword(word);

@@ -19,6 +19,11 @@ Value value_of_sql_text(std::string_view text, catalog::ArgumentKind kind) noexc
 // value has every type; the module decides whether it is valid.
 bool has_type(const Value& value, catalog::ArgumentKind kind) noexcept;
 
+// The error message of a call: "finance(SLN): ...".
+inline std::string named(const catalog::Keyword& keyword, const std::string& message) {
+  return "finance(" + std::string(keyword.word) + "): " + message;
+}
+
 // The name of the function that returns NULL instead of an error: "finance_try_irr".
 inline std::string try_name(std::string_view name) {
   constexpr std::string_view kPrefix = "finance_";
