@@ -122,7 +122,7 @@ ColumnReport evaluate_columns(CheckedCall& call, std::span<const ColumnArgument>
   std::fill_n(failures, (rows + 7) / 8, std::uint8_t{0});
   ColumnReport all{.missing = report.missing + report.failed};
   const auto fail = [&](std::int64_t row) {
-    failures[row / 8] = static_cast<std::uint8_t>(failures[row / 8] | 1U << (row % 8));
+    set_failed(failures, row);
     results[row] = kMissing;
     ++all.failed;
   };

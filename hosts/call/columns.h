@@ -32,6 +32,9 @@ ColumnReport evaluate_columns(CheckedCall& call, std::span<const ColumnArgument>
 inline bool has_failed(const std::uint8_t* failures, std::int64_t row) noexcept {
   return (failures[row / 8] >> (row % 8) & 1) != 0;
 }
+inline void set_failed(std::uint8_t* failures, std::int64_t row) noexcept {
+  failures[row / 8] = static_cast<std::uint8_t>(failures[row / 8] | 1U << (row % 8));
+}
 
 // The number in a row of a column; NaN for a missing value.
 double number_at(const vxk_column& column, std::int64_t row) noexcept;

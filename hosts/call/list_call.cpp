@@ -7,6 +7,8 @@
 #include <new>
 #include <numeric>
 
+#include "hosts/call/columns.h"
+
 namespace host {
 
 bool ListCall::fits(const catalog::Keyword& keyword, std::span<const ListArgument> arguments) {
@@ -24,7 +26,11 @@ bool ListCall::fits(const catalog::Keyword& keyword, std::span<const ListArgumen
 
 ListCall::ListCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keyword,
                    std::span<const ListArgument> arguments)
-    : kernel_(kernel), keyword_(keyword), arguments_(arguments.begin(), arguments.end()) {
+    : kernel_(kernel),
+      keyword_(keyword),
+      arguments_(arguments.begin(), arguments.end()),
+      amounts_(static_cast<std::size_t>(std::ranges::find_if(arguments, &ListArgument::is_list) -
+                                        arguments.begin())) {
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     if (arguments_[i].is_list && parameter(i).is_date()) {
       date_list_ = static_cast<std::int32_t>(i + 1);
@@ -32,10 +38,30 @@ ListCall::ListCall(const vxkernel::Kernel& kernel, const catalog::Keyword& keywo
   }
 }
 
-// Whether the group has only values that a checked call accepts before it calls the module. A flow
+ListError ListCall::length_error(std::size_t argument, std::uint64_t length,
+                                 std::uint64_t amounts) {
+  return {.argument = argument,
+          .reason = fmt::format("has the length {}: must have the length of the amounts, {}",
+                                length, amounts)};
+}
+
+bool ListCall::is_missing(std::span<const std::int64_t> offsets, std::size_t group) const {
+  for (const ListArgument& argument : arguments_) {
+    if (argument.is_list) continue;
+    if (std::isnan(argument.values[argument.is_constant ? 0 : group])) return true;
+  }
+  const std::span flows(arguments_[amounts_].values + offsets[group],
+                        arguments_[amounts_].values + offsets[group + 1]);
+  const auto present = static_cast<std::size_t>(
+      std::ranges::count_if(flows, [](double amount) { return !std::isnan(amount); }));
+  return present < min_flows(keyword_) || (date_list_ == 0 && present < flows.size());
+}
+
+// Whether the module may see the values of a group. It must not see values that a checked call
+// rejects, because it can take long for some of them, nor amounts whose order has gaps. A flow
 // without an amount is skipped, whatever its date is.
-bool ListCall::is_valid(std::span<const std::int64_t> offsets, std::size_t group) const {
-  const double* const amounts = std::ranges::find_if(arguments_, &ListArgument::is_list)->values;
+bool ListCall::is_evaluated(std::span<const std::int64_t> offsets, std::size_t group) const {
+  const double* const amounts = arguments_[amounts_].values;
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     const ListArgument& argument = arguments_[i];
     if (!parameter(i).is_date()) {
@@ -50,43 +76,68 @@ bool ListCall::is_valid(std::span<const std::int64_t> offsets, std::size_t group
       if (is_beyond_calendar(argument.values[flow]) && !std::isnan(amounts[flow])) return false;
     }
   }
-  return true;
+  return date_list_ != 0 || !is_missing(offsets, group);
 }
 
-bool ListCall::run(std::span<const std::int64_t> offsets, std::span<double> results,
-                   const volatile std::int32_t* cancel) {
+// A copy of the amounts without those of groups that are not evaluated. Empty if there are none.
+std::vector<double> ListCall::screened(std::span<const std::int64_t> offsets) const {
+  std::vector<double> copy;
+  for (std::size_t group = 0; group + 1 < offsets.size(); ++group) {
+    if (is_evaluated(offsets, group)) continue;
+    const double* const amounts = arguments_[amounts_].values;
+    if (copy.empty()) copy.assign(amounts, amounts + offsets.back());
+    std::fill(copy.begin() + offsets[group], copy.begin() + offsets[group + 1], std::nan(""));
+  }
+  return copy;
+}
+
+ListReport ListCall::run(std::span<const std::int64_t> offsets, std::span<double> results,
+                         std::uint8_t* failures, const ListOptions& options) {
   std::vector<vxk_column> columns;
   for (const ListArgument& argument : arguments_) {
     columns.push_back(argument.is_constant ? vxkernel::constant(argument.values)
                                            : vxkernel::column(argument.values, argument.is_list));
   }
+  const std::vector<double> copy = screened(offsets);
+  if (!copy.empty()) columns[amounts_].values = copy.data();
+  is_sorted_ = options.sort;
   vxk_results to{};
   to.size = sizeof to;
   to.values = results.data();
-  vxk_options options{};
-  options.size = sizeof options;
-  options.date_list = date_list_;
-  options.cancel = cancel;
+  vxk_options how{};
+  how.size = sizeof how;
+  how.threads = options.threads;
+  how.date_list = is_sorted_ ? date_list_ : 0;
+  how.min_flows = static_cast<std::int32_t>(min_flows(keyword_));
+  how.cancel = options.cancel;
   vxk_report report{};
   report.size = sizeof report;
   const int status =
-      kernel_.evaluate_lists(std::string(keyword_.word), columns, offsets, to, &options, &report);
-  if (status == VXK_CANCELLED) return false;
+      kernel_.evaluate_lists(std::string(keyword_.word), columns, offsets, to, &how, &report);
+  if (status == VXK_CANCELLED) return {.is_cancelled = true};
   if (status == VXK_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (status != VXK_OK) std::ranges::fill(results, std::nan(""));
+
+  ListReport all;
   without_result_ = without_rate_ = {};
+  if (failures != nullptr) std::fill_n(failures, (results.size() + 7) / 8, std::uint8_t{0});
   for (std::size_t group = 0; group < results.size(); ++group) {
-    const bool is_lowest = keyword_.is_lowest_rate(results[group]);
-    if (is_lowest) without_rate_ = {group, Status::kNoRate};
-    if (status != VXK_OK || is_lowest || !is_valid(offsets, group)) results[group] = std::nan("");
+    if (keyword_.is_lowest_rate(results[group])) {
+      without_rate_ = {group, Status::kNoRate};
+      results[group] = std::nan("");
+    }
+    if (!std::isnan(results[group])) continue;
+    const bool is_failed = !is_missing(offsets, group);
+    ++(is_failed ? all.failed : all.missing);
+    if (is_failed && failures != nullptr) set_failed(failures, static_cast<std::int64_t>(group));
   }
   const vxk_error& first = report.first;
-  const auto group = static_cast<std::size_t>(first.row);
-  if (status == VXK_OK && report.failed > 0 && first.argument == 0 && is_valid(offsets, group)) {
+  if (status == VXK_OK && report.failed > 0 && first.argument == 0) {
     if (first.status == VXK_OUT_OF_MEMORY) throw std::bad_alloc();
-    without_result_ = {group,
+    without_result_ = {static_cast<std::size_t>(first.row),
                        first.status == VXK_NOT_FINITE ? Status::kNotFinite : Status::kNoResult};
   }
-  return true;
+  return all;
 }
 
 // The result of a group's values in a call. A search that is known to fail is not repeated: it can
@@ -105,11 +156,11 @@ ListError ListCall::error(std::span<const std::int64_t> offsets, std::size_t gro
   const std::int64_t first = offsets[group];
   std::vector<std::int64_t> order(static_cast<std::size_t>(offsets[group + 1] - first));
   std::iota(order.begin(), order.end(), first);
-  if (date_list_ != 0) {
+  if (date_list_ != 0 && is_sorted_) {
     const double* const dates = arguments_[static_cast<std::size_t>(date_list_) - 1].values;
     std::ranges::stable_sort(order, {}, [dates](std::int64_t i) { return dates[i]; });
   }
-  const double* const amounts = std::ranges::find_if(arguments_, &ListArgument::is_list)->values;
+  const double* const amounts = arguments_[amounts_].values;
   std::erase_if(order, [amounts](std::int64_t i) { return std::isnan(amounts[i]); });
 
   std::vector<Value> values;
@@ -146,13 +197,11 @@ ListError ListCall::error(std::span<const std::int64_t> offsets, std::size_t gro
   return error;
 }
 
-std::string ListCall::error_message(std::span<const std::int64_t> offsets,
-                                    std::size_t group) const {
-  const ListError why = error(offsets, group);
-  if (why.argument == 0) return why.reason;
-  const std::string element = why.element == 0 ? "" : fmt::format(", element {},", why.element);
-  return fmt::format("argument {} ({}){} {}", why.argument, parameter(why.argument - 1).name,
-                     element, why.reason);
+std::string ListError::message(const catalog::Keyword& keyword) const {
+  if (argument == 0) return reason;
+  const std::string where = element == 0 ? "" : fmt::format(", element {},", element);
+  return fmt::format("argument {} ({}){} {}", argument, keyword.arguments()[argument - 1].name,
+                     where, reason);
 }
 
 }  // namespace host

@@ -1,12 +1,13 @@
 // The functions whose arguments are lists, such as finance_xirr(amounts, dates).
-#include <fmt/format.h>
-
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "hosts/call/columns.h"
 #include "hosts/call/list_call.h"
 #include "hosts/call/module_loader.h"
 #include "hosts/duckdb/functions.h"
@@ -47,42 +48,31 @@ struct Argument {
   const duckdb_list_entry* lists = nullptr;  // null: not a list
   const std::uint64_t* validity = nullptr;   // of the lists
   std::vector<double> gathered{};            // the values of all rows, one list after the other
-
-  [[nodiscard]] bool has_list(std::uint64_t row) const noexcept { return has_bit(validity, row); }
 };
 
-// The lists of a chunk for the kernel. A row that is NULL, and a row whose lists have different
-// lengths, has empty lists there.
+// The lists of a chunk. If a list of a row is NULL, all its lists are empty, and its result is
+// NULL.
 class Rows {
  public:
   Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk);
 
   [[nodiscard]] const std::vector<Argument>& arguments() const noexcept { return arguments_; }
   [[nodiscard]] const std::vector<std::int64_t>& offsets() const noexcept { return offsets_; }
-  [[nodiscard]] bool is_evaluated(std::uint64_t row) const noexcept {
-    return offsets_[row] != offsets_[row + 1];
-  }
-  // The error of a row that is not evaluated; empty if the row is NULL.
-  [[nodiscard]] std::string error(std::uint64_t row) const {
-    return errors_.empty() ? std::string() : errors_[row];
-  }
+  // The error of a row whose lists have different lengths.
+  [[nodiscard]] std::optional<host::ListError> length_error(std::uint64_t row) const;
 
  private:
-  [[nodiscard]] const duckdb_list_entry& flows(std::uint64_t row) const noexcept {
-    return arguments_[amounts_].lists[row];
+  [[nodiscard]] std::uint64_t length(std::uint64_t row) const noexcept {
+    return arguments_[amounts_].lists[row].length;
   }
-  [[nodiscard]] bool is_null(std::uint64_t row) const noexcept;
-  [[nodiscard]] std::string length_error(std::uint64_t row) const;
-  void append(std::uint64_t row, bool has_flows);
+  void append(std::uint64_t row);
 
-  const catalog::Keyword& keyword_;
   std::vector<Argument> arguments_;
   std::size_t amounts_ = 0;  // the index of the list of amounts
   std::vector<std::int64_t> offsets_{0};
-  std::vector<std::string> errors_;  // by row, if any row has one
 };
 
-Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) : keyword_(keyword) {
+Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) {
   for (idx_t i = 0; i < duckdb_data_chunk_get_column_count(chunk); ++i) {
     duckdb_vector vector = duckdb_data_chunk_get_vector(chunk, i);
     const catalog::Argument& parameter = keyword.arguments()[i];
@@ -95,58 +85,35 @@ Rows::Rows(const catalog::Keyword& keyword, duckdb_data_chunk chunk) : keyword_(
                           duckdb_vector_get_validity(vector)});
   }
   while (arguments_[amounts_].lists == nullptr) ++amounts_;
-  const std::uint64_t rows = duckdb_data_chunk_get_size(chunk);
-  for (std::uint64_t row = 0; row < rows; ++row) {
-    const bool is_missing = is_null(row);
-    std::string error = is_missing ? std::string() : length_error(row);
-    append(row, !is_missing && error.empty());
-    if (error.empty()) continue;
-    errors_.resize(rows);
-    errors_[row] = std::move(error);
-  }
+  for (std::uint64_t row = 0; row < duckdb_data_chunk_get_size(chunk); ++row) append(row);
 }
 
-// In lists with dates, flows without an amount are left out. In other lists the order counts, so a
-// NULL makes the result NULL.
-bool Rows::is_null(std::uint64_t row) const noexcept {
-  for (const Argument& argument : arguments_) {
-    const bool is_present =
-        argument.lists == nullptr ? !std::isnan(argument.values[row]) : argument.has_list(row);
-    if (!is_present) return true;
-  }
-  const duckdb_list_entry& list = flows(row);
-  std::uint64_t present = 0;
-  for (std::uint64_t i = 0; i < list.length; ++i) {
-    present += std::isnan(arguments_[amounts_].values[list.offset + i]) ? 0 : 1;
-  }
-  return present < host::min_flows(keyword_) ||
-         (!keyword_.has_dated_lists() && present < list.length);
-}
-
-std::string Rows::length_error(std::uint64_t row) const {
-  const std::uint64_t length = flows(row).length;
+std::optional<host::ListError> Rows::length_error(std::uint64_t row) const {
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
-    const Argument& argument = arguments_[i];
-    if (argument.lists == nullptr || argument.lists[row].length == length) continue;
-    return fmt::format(
-        "argument {} ({}) has the length {}: must have the length of the amounts, {}", i + 1,
-        keyword_.arguments()[i].name, argument.lists[row].length, length);
+    const duckdb_list_entry* const lists = arguments_[i].lists;
+    if (lists == nullptr || lists[row].length == length(row)) continue;
+    return host::ListCall::length_error(i + 1, lists[row].length, length(row));
   }
   return {};
 }
 
-// Appends the values of a row to the lists for the kernel.
-void Rows::append(std::uint64_t row, bool has_flows) {
+// Appends the values of a row. A list that does not have the length of the amounts becomes a list
+// of NULL, so that the row fails without a search.
+void Rows::append(std::uint64_t row) {
+  const auto has_list = [row](const Argument& each) { return has_bit(each.validity, row); };
+  const std::uint64_t flows = std::ranges::all_of(arguments_, has_list) ? length(row) : 0;
   for (Argument& argument : arguments_) {
-    if (argument.lists == nullptr) argument.gathered.push_back(argument.values[row]);
-    if (argument.lists == nullptr || !has_flows) continue;
+    if (argument.lists == nullptr) {
+      argument.gathered.push_back(argument.values[row]);
+      continue;
+    }
     const duckdb_list_entry& list = argument.lists[row];
-    for (std::uint64_t i = 0; i < list.length; ++i) {
-      argument.gathered.push_back(argument.values[list.offset + i]);
+    for (std::uint64_t i = 0; i < flows; ++i) {
+      argument.gathered.push_back(list.length == flows ? argument.values[list.offset + i]
+                                                       : kMissing);
     }
   }
-  offsets_.push_back(offsets_.back() +
-                     (has_flows ? static_cast<std::int64_t>(flows(row).length) : 0));
+  offsets_.push_back(offsets_.back() + static_cast<std::int64_t>(flows));
 }
 
 }  // namespace
@@ -165,15 +132,16 @@ void evaluate_lists(const Function& function, duckdb_data_chunk chunk, duckdb_ve
   }
   host::ListCall call(host::loaded_module(), keyword, arguments);
   auto* const values = static_cast<double*>(duckdb_vector_get_data(result));
-  call.run(rows.offsets(), std::span(values, count));
+  std::vector<std::uint8_t> failures((count + 7) / 8);
+  call.run(rows.offsets(), std::span(values, count), failures.data());
   std::uint64_t* validity = nullptr;
   for (std::uint64_t row = 0; row < count; ++row) {
     if (!std::isnan(values[row])) continue;
-    std::string error = rows.error(row);
-    const bool is_failed = !error.empty() || rows.is_evaluated(row);
+    const bool is_failed = host::has_failed(failures.data(), static_cast<std::int64_t>(row));
     if (is_failed && function.on_error == OnError::kRaise) {
-      if (error.empty()) error = call.error_message(rows.offsets(), row);
-      throw RowError(host::named(keyword, error));
+      auto error = rows.length_error(row);
+      if (!error) error = call.error(rows.offsets(), row);
+      throw RowError(host::named(keyword, error->message(keyword)));
     }
     if (validity == nullptr) {
       duckdb_vector_ensure_validity_writable(result);

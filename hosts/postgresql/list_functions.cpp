@@ -1,14 +1,12 @@
 // The functions of the PostgreSQL extension whose arguments are arrays, such as
 // finance_xirr(amounts, dates).
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "hosts/call/list_call.h"
 #include "hosts/call/module_loader.h"
 #include "hosts/postgresql/pg_values.h"
+#include "hosts/sql/sql_text.h"
 
 extern "C" {
 #include <catalog/pg_type.h>
@@ -27,7 +25,6 @@ struct Elements {
   double* values;
   int count;
   int infinite_date;
-  int nulls;
 };
 
 Elements elements_of(Datum datum) {
@@ -36,13 +33,12 @@ Elements elements_of(Datum datum) {
   const int count = ArrayGetNItems(ARR_NDIM(array), ARR_DIMS(array));
   auto* const values =
       static_cast<double*>(palloc((static_cast<std::size_t>(count) + 1) * sizeof(double)));
-  Elements elements{values, count, 0, 0};
+  Elements elements{values, count, 0};
   const bits8* const present = ARR_NULLBITMAP(array);
   const char* from = ARR_DATA_PTR(array);
   for (int i = 0; i < count; ++i) {
     if (present != nullptr && (present[i / 8] >> (i % 8) & 1) == 0) {
       values[i] = std::nan("");
-      ++elements.nulls;
       continue;
     }
     if (is_date) {
@@ -52,7 +48,6 @@ Elements elements_of(Datum datum) {
       if (TIMESTAMP_NOT_FINITE(time) && elements.infinite_date == 0) elements.infinite_date = i + 1;
     } else {
       std::memcpy(&values[i], from, sizeof(double));
-      if (std::isnan(values[i])) ++elements.nulls;
     }
     from += sizeof(double);
   }
@@ -66,41 +61,19 @@ struct Arguments {
   int count;
 };
 
-// Whether the result is NULL because values are. In lists with dates, flows without an amount are
-// left out. In other lists the order counts, so that no element can be left out.
-bool is_null(const catalog::Keyword& keyword, const Arguments& arguments) {
-  const auto parameters = keyword.arguments();
-  const bool is_dated = keyword.has_dated_lists();
-  for (int i = 0; i < arguments.count; ++i) {
-    const catalog::Argument& parameter = parameters[static_cast<std::size_t>(i)];
-    if (!parameter.is_list()) {
-      if (std::isnan(arguments.scalars[i])) return true;
-    } else if (!parameter.is_date()) {
-      const Elements& amounts = arguments.lists[i];
-      const auto least = static_cast<int>(host::min_flows(keyword));
-      if (amounts.count - amounts.nulls < least || (amounts.nulls > 0 && !is_dated)) return true;
-    }
-  }
-  return false;
-}
-
 // The result, or NaN, which means NULL.
 double evaluate(const catalog::Keyword& keyword, const Arguments& arguments,
                 const volatile std::int32_t* stop, bool& is_stopped, Failure& failure) {
   const auto parameters = keyword.arguments();
-  const auto fail_at = [&](std::size_t argument, std::size_t element, bool is_missing,
-                           int sql_state, std::string_view reason) {
-    const catalog::Argument& parameter = parameters[argument - 1];
-    const std::string where = element == 0 ? "" : fmt::format(", element {},", element);
-    fail(failure, is_missing ? ERRCODE_NULL_VALUE_NOT_ALLOWED : sql_state,
-         fmt::format("finance({}): argument {} ({}){} {}", keyword.word, argument, parameter.name,
-                     where, reason),
-         detail_of(keyword, &parameter));
+  const auto fail_with = [&](const host::ListError& error, int sql_state) {
+    fail(failure, error.is_missing ? ERRCODE_NULL_VALUE_NOT_ALLOWED : sql_state,
+         host::named(keyword, error.message(keyword)),
+         detail_of(keyword, error.argument == 0 ? nullptr : &parameters[error.argument - 1]));
     return std::nan("");
   };
-  if (is_null(keyword, arguments)) return std::nan("");
   std::vector<host::ListArgument> list_arguments;
-  int count = -1;
+  int amounts = -1;         // how many there are
+  host::ListError invalid;  // of the list of dates
   for (int i = 0; i < arguments.count; ++i) {
     const auto argument = static_cast<std::size_t>(i) + 1;
     const catalog::Argument& parameter = parameters[argument - 1];
@@ -108,36 +81,30 @@ double evaluate(const catalog::Keyword& keyword, const Arguments& arguments,
       list_arguments.push_back({.values = &arguments.scalars[i], .is_constant = true});
       continue;
     }
-    const Elements& elements = arguments.lists[i];
-    if (count >= 0 && elements.count != count) {
-      return fail_at(argument, 0, false, ERRCODE_INVALID_PARAMETER_VALUE,
-                     fmt::format("has the length {}: must have the length of the amounts, {}",
-                                 elements.count, count));
+    const auto& [values, count, infinite_date] = arguments.lists[i];
+    if (amounts < 0) amounts = count;
+    if (count != amounts) {
+      invalid = host::ListCall::length_error(argument, count, amounts);
+    } else if (infinite_date != 0) {
+      invalid = {.status = host::Status::kWrongType,
+                 .argument = argument,
+                 .element = static_cast<std::size_t>(infinite_date),
+                 .reason = "is infinite: must be a date (YYYY-MM-DD)"};
     }
-    if (elements.infinite_date != 0) {
-      return fail_at(argument, static_cast<std::size_t>(elements.infinite_date), false,
-                     ERRCODE_DATATYPE_MISMATCH, "is infinite: must be a date (YYYY-MM-DD)");
-    }
-    count = elements.count;
-    list_arguments.push_back(
-        {.values = elements.values, .is_list = true, .is_date = parameter.is_date()});
+    list_arguments.push_back({.values = values, .is_list = true, .is_date = parameter.is_date()});
   }
   host::ListCall call(host::loaded_module(), keyword, list_arguments);
-  const std::int64_t offsets[] = {0, count};
+  const std::int64_t offsets[] = {0, amounts};
+  if (call.is_missing(offsets, 0)) return std::nan("");
+  if (invalid.argument != 0) return fail_with(invalid, sql_state_of(invalid.status));
   double result = 0.0;
-  is_stopped = !call.run(offsets, std::span(&result, 1), stop);
+  is_stopped = call.run(offsets, std::span(&result, 1), nullptr, {.cancel = stop}).is_cancelled;
   if (is_stopped || !std::isnan(result)) return result;
   const host::ListError error = call.error(offsets, 0);
   // The elements of an array have the type of the parameter: a date is at most out of range.
-  const int sql_state = error.status == host::Status::kWrongType
-                            ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE
-                            : sql_state_of(error.status);
-  if (error.argument != 0) {
-    return fail_at(error.argument, error.element, error.is_missing, sql_state, error.reason);
-  }
-  fail(failure, sql_state, fmt::format("finance({}): {}", keyword.word, error.reason),
-       detail_of(keyword, nullptr));
-  return result;
+  return fail_with(error, error.status == host::Status::kWrongType
+                              ? ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE
+                              : sql_state_of(error.status));
 }
 
 Datum evaluate_lists(FunctionCallInfo fcinfo, std::string_view word, bool null_on_error) {

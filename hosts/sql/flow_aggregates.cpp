@@ -193,7 +193,7 @@ Value value_of_flows(const FlowAggregate& aggregate, const vxkernel::Kernel& ker
   ListCall call(kernel, keyword, arguments);
   const std::int64_t offsets[] = {0, static_cast<std::int64_t>(lists.amounts.size())};
   double result = 0.0;
-  if (!call.run(offsets, std::span(&result, 1), cancel)) {
+  if (call.run(offsets, std::span(&result, 1), nullptr, {.cancel = cancel}).is_cancelled) {
     error.status = Status::kCancelled;
   } else if (std::isnan(result)) {
     error = error_of_call(aggregate, keyword, call.error(offsets, 0));

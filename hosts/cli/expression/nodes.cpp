@@ -585,7 +585,7 @@ class Call : public Node {
     call.run(offsets, std::span(&result, 1));
     if (std::isnan(result)) {
       in.fail([&] {
-        return RowError{fmt::format("{}: {}", keyword_.word, call.error_message(offsets, 0)),
+        return RowError{fmt::format("{}: {}", keyword_.word, call.error(offsets, 0).message(keyword_)),
                         std::string(keyword_.word)};
       });
     }
