@@ -3,26 +3,6 @@
 namespace catalog {
 namespace {
 
-constexpr std::size_t kColumns = 96;
-
-// The text, broken at blanks into lines. Lines after the first are indented.
-std::string wrapped(std::string_view text, std::string_view indent = "") {
-  std::string lines;
-  for (std::size_t room = kColumns; text.size() > room; room = kColumns - indent.size()) {
-    const std::size_t blank = text.rfind(' ', room);
-    if (blank == text.npos) break;
-    lines.append(text.substr(0, blank)).append("\n").append(indent);
-    text.remove_prefix(blank + 1);
-  }
-  return lines.append(text).append("\n");
-}
-
-std::string sentence(std::string_view phrase) {
-  std::string text(phrase);
-  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
-  return text + '.';
-}
-
 std::string item(const Argument& argument) {
   std::string text = "- `" + std::string(argument.name) + (argument.is_list() ? " ..." : "") +
                      "`: " + std::string(argument.meaning) + "; " + range_of(argument);
@@ -68,6 +48,23 @@ std::string listed(std::string_view words) {
 }
 
 }  // namespace
+
+std::string wrapped(std::string_view text, std::string_view indent, std::size_t columns) {
+  std::string lines;
+  for (std::size_t room = columns; text.size() > room; room = columns - indent.size()) {
+    const std::size_t blank = text.rfind(' ', room);
+    if (blank == text.npos) break;
+    lines.append(text.substr(0, blank)).append("\n").append(indent);
+    text.remove_prefix(blank + 1);
+  }
+  return lines.append(text).append("\n");
+}
+
+std::string sentence(std::string_view phrase) {
+  std::string text(phrase);
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
+  return text + '.';
+}
 
 std::string signature_of(const Keyword& keyword) {
   std::string text;

@@ -2,10 +2,17 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "catalog/catalog.h"
 
 namespace catalog {
+
+// The text, broken at blanks into lines, with a line end. Lines after the first are indented.
+std::string wrapped(std::string_view text, std::string_view indent = "", std::size_t columns = 96);
+
+// The phrase with a capital letter and a full stop.
+std::string sentence(std::string_view phrase);
 
 // "PRICE(settlement, maturity, ... [, basis])"; a list is written "amount ...".
 std::string signature_of(const Keyword& keyword);
