@@ -585,8 +585,9 @@ class Call : public Node {
     call.run(offsets, std::span(&result, 1));
     if (std::isnan(result)) {
       in.fail([&] {
-        return RowError{fmt::format("{}: {}", keyword_.word, call.error(offsets, 0).message(keyword_)),
-                        std::string(keyword_.word)};
+        return RowError{
+            fmt::format("{}: {}", keyword_.word, call.error(offsets, 0).message(keyword_)),
+            std::string(keyword_.word)};
       });
     }
     return {.number = result};
