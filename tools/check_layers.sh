@@ -9,7 +9,7 @@ find module kernel catalog hosts -name '*.h' -o -name '*.hpp' -o -name '*.cpp' |
     split("module/abi 0 module/text 1 module/numeric 1 module/calendar 2 module/coupons 3 " \
           "module/call 4 module/cashflow 5 module/depreciation 5 module/securities 5 module/tvm 5 " \
           "module/exports 6 kernel 7 catalog 8 hosts/call 9 hosts/sql 10 hosts/postgresql 11 " \
-          "hosts/sqlite 11 hosts/duckdb 11 hosts/cli/io 11 hosts/cli/expression 12 hosts/cli/engines 13 " \
+          "hosts/sqlite 11 hosts/duckdb 11 hosts/python 11 hosts/cli/io 11 hosts/cli/expression 12 hosts/cli/engines 13 " \
           "hosts/cli/table 13 hosts/cli 14", list, " ")
     for (i = 1; i in list; i += 2) level[list[i]] = list[i + 1]
   }

@@ -23,13 +23,9 @@ double days_of(std::int64_t time, std::int64_t units_per_day) noexcept {
   constexpr std::int64_t kNotATime = std::numeric_limits<std::int64_t>::min();
   if (time == kNotATime) return std::numeric_limits<double>::quiet_NaN();
   if (units_per_day == 1) return static_cast<double>(time) + host::kUnixEpoch;
-  const std::int64_t day = time / units_per_day;
-  const std::int64_t rest = time % units_per_day;
-  const double days = static_cast<double>(day) + host::kUnixEpoch;
-  if (rest == 0) return days;
-  const double part = static_cast<double>(rest) / static_cast<double>(units_per_day);
-  const double sum = days + part;
-  return sum == std::trunc(sum) ? std::nextafter(sum, sum + part) : sum;
+  const auto rest = static_cast<double>(time % units_per_day);
+  const auto day = static_cast<double>(time / units_per_day);
+  return day + host::kUnixEpoch + rest / static_cast<double>(units_per_day);
 }
 
 // One argument of a block of rows.

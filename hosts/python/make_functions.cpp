@@ -78,10 +78,10 @@ std::string example_of(const Keyword& keyword) {
   const Argument* previous = nullptr;
   for (std::size_t i = 0; i < words.size(); ++i) {
     const Argument* const argument = keyword.argument_at(i + 1, words.size());
-    const bool continues_list = argument == previous;
-    if (previous != nullptr && previous->is_list() && !continues_list) arguments += ']';
-    if (previous != nullptr) arguments += ", ";
-    if (argument->is_list() && !continues_list) arguments += '[';
+    const bool is_in_list = previous != nullptr && previous->is_list();
+    if (is_in_list && argument != previous) arguments += ']';
+    if (!arguments.empty()) arguments += ", ";
+    if (argument->is_list() && argument != previous) arguments += '[';
     arguments += literal(words[i]);
     previous = argument;
   }

@@ -342,24 +342,24 @@ PyMethodDef methods[] = {
 };
 
 // Loads the module, so that a broken installation is an error at import.
-int initialize(PyObject* module) noexcept {
-  const auto fill = [=] {
-    const std::string build = host::versions(VXFNC_VERSION);
-    find_datetime();
-    if (PyModule_AddStringConstant(module, "version", VXFNC_VERSION) != 0 ||
-        PyModule_AddStringConstant(module, "build", build.c_str()) != 0 ||
-        PyModule_AddObjectRef(module, "keywords", keywords().get()) != 0) {
-      throw Raised();
-    }
-    return Object(Py_NewRef(Py_None));
-  };
-  PyObject* const done = guarded(fill);
-  Py_XDECREF(done);
-  return done == nullptr ? -1 : 0;
+Object initialize(PyObject* module) {
+  const std::string build = host::versions(VXFNC_VERSION);
+  find_datetime();
+  if (PyModule_AddStringConstant(module, "version", VXFNC_VERSION) != 0 ||
+      PyModule_AddStringConstant(module, "build", build.c_str()) != 0 ||
+      PyModule_AddObjectRef(module, "keywords", keywords().get()) != 0) {
+    throw Raised();
+  }
+  return Object(Py_NewRef(Py_None));
+}
+
+int initialize_or_fail(PyObject* module) noexcept {
+  const Object done(guarded([=] { return initialize(module); }));
+  return done.get() == nullptr ? -1 : 0;
 }
 
 PyModuleDef_Slot slots[] = {
-    {Py_mod_exec, reinterpret_cast<void*>(initialize)},
+    {Py_mod_exec, reinterpret_cast<void*>(initialize_or_fail)},
     {0, nullptr},
 };
 

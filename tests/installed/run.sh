@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs into a folder, moves the folder and uses the installed files: in a C program through
-# pkg-config, in a C++17 program through CMake, in a script through ctypes, and as the command. Then
+# pkg-config, in a C++17 program through CMake, in scripts through ctypes and the Python package, and as
+# the command. Then
 # checks the exported symbols.
 # usage: run.sh BUILD-FOLDER
 set -euo pipefail
@@ -25,5 +26,10 @@ mkdir -p "$prefix/bin" && cp "$tree/build/embed_static" "$prefix/bin/embed"
 "$prefix/bin/embed"
 python3 embed.py "$libraries/libvxkernel.so.0"
 [ "$("$prefix/bin/finance" SLN 35000 5000 5)" = 6000 ] && echo "command: passed"
+for packages in "$prefix"/lib/python3*/*-packages; do
+  [ -d "$packages" ] || continue
+  PYTHONPATH=$packages /usr/bin/python3 -c 'import vxfnc; assert vxfnc.sln(35000, 5000, 5) == 6000'
+  echo "python: passed"
+done
 nm -D --defined-only "$libraries/libvxkernel.so.0" | awk '$2 ~ /[A-Z]/ && $3 !~ /^_/ {print $3}' | sort |
   diff ../../kernel/vxkernel.symbols - && echo "symbols: passed"

@@ -2,7 +2,7 @@
 
     >>> import vxfnc
     >>> round(vxfnc.price('2026-11-23', '2036-11-15', 0.0425, 0.0441, 100, 2, 'ACTUAL'), 6)
-    98.717...
+    98.718685
 
 Each function is one calculation. Its arguments are numbers, dates, or arrays of them, which are
 broadcast as NumPy does it: lists, arrays of NumPy, columns of pandas, and collections of Dask.

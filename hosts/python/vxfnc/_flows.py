@@ -225,7 +225,7 @@ def _nested(call, parameter, value):
     missing = numpy.array([not _is_list(each) for each in lists])
     lengths = numpy.array([len(each) if _is_list(each) else 0 for each in lists], numpy.int64)
     present = [each for each in lists if _is_list(each) and len(each) > 0]
-    if all(isinstance(each, numpy.ndarray) for each in present) and present:
+    if present and all(hasattr(each, 'dtype') for each in present):
         flat = numpy.concatenate(present)
     else:
         flat = list(itertools.chain.from_iterable(present))
@@ -234,7 +234,7 @@ def _nested(call, parameter, value):
 
 
 def _is_list(value):
-    return isinstance(value, (list, tuple, numpy.ndarray)) or is_series(value)
+    return hasattr(value, '__len__') and not isinstance(value, (str, bytes, dict))
 
 
 def _is_pair(value):
