@@ -56,6 +56,12 @@ std::string indented(std::string_view text) {
   return "        " + catalog::wrapped(text, "        ", 96);
 }
 
+// The allowed values, unless the type says it.
+std::string allowed_text(const Argument& argument) {
+  const std::string range = range_of(argument);
+  return range == "date" || range == "any number" ? "" : fmt::format(" Allowed: {}.", range);
+}
+
 std::string heading(std::string_view title) {
   return fmt::format("\n    {}\n    {}\n", title, std::string(title.size(), '-'));
 }
@@ -99,8 +105,7 @@ std::string docstring_of(const Keyword& keyword) {
                      catalog::wrapped(words.summary, "    ") + heading("Parameters");
   for (const Argument& argument : keyword.arguments()) {
     text += fmt::format("    {} : {}\n", argument.name, type_name(argument)) +
-            indented(fmt::format("{} Allowed: {}.", catalog::sentence(argument.meaning),
-                                 range_of(argument)));
+            indented(catalog::sentence(argument.meaning) + allowed_text(argument));
   }
   if (keyword.has_lists()) {
     text += "    by : array, optional\n" +

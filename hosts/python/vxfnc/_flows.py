@@ -86,8 +86,8 @@ class Groups:
         if pd is None:
             raise TypeError(f'{self.call.name}: by needs pandas: import pandas first')
         common_index(self.call, [value for _, value in lists] + [by])
-        keys = pd.MultiIndex.from_frame(by) if isinstance(by, pd.DataFrame) else by
-        codes, uniques = pd.factorize(keys, sort=True)
+        keys = pd.MultiIndex.from_frame(by) if isinstance(by, pd.DataFrame) else pd.Index(by)
+        codes, uniques = keys.factorize(sort=True)
         self.index = pd.Index(uniques, name=getattr(by, 'name', None))
         values = [read(self.call, parameter, value) for parameter, value in lists]
         for (parameter, _), each in zip(lists, values):

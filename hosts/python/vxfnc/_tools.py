@@ -38,6 +38,8 @@ def explain(function, *arguments, **options):
     threads = bound.arguments['threads']
     if not call.has_lists:
         return _rows.explain(call, values, threads)
+    if any(hasattr(value, '__dask_graph__') for value in (*values, bound.arguments['by'])):
+        raise TypeError('explain: groups in collections of Dask cannot be explained: compute them first')
     return _flows.explain(call, values, bound.arguments['by'], bound.arguments.get('sort', True), threads)
 
 
