@@ -419,6 +419,9 @@ class ColumnWorker {
 
 // ---- Lists -------------------------------------------------------------------------------------
 
+// Thrown when the flag is set while the flows of a group are sorted.
+struct Cancelled {};
+
 class ListWorker {
  public:
   ListWorker(const vxk_call& call, const std::vector<vxk_column>& columns,
@@ -444,6 +447,8 @@ class ListWorker {
         is_done = evaluate_group(group, output);
       } catch (const std::bad_alloc&) {
         output.fail({group, VXK_OUT_OF_MEMORY, 0});
+      } catch (const Cancelled&) {
+        is_done = false;
       }
       if (!is_done) break;
       if (options_->stop_at_failure != 0 && tally.failed > 0) break;
@@ -549,18 +554,18 @@ class ListWorker {
       if (k == by) continue;
       std::size_t sums = 0;
       CompensatedSum sum;
-      for (std::size_t i = 0; i < count; ++i) {
+      for_each_flow(count, [&](std::size_t i) {
         sum.add(values_[k][order_[i]]);
-        if (!is_last_of_date(i)) continue;
+        if (!is_last_of_date(i)) return;
         sorted_[sums++] = sum.value();
         sum = {};
-      }
+      });
       std::copy_n(sorted_.data(), sums, values_[k].data());
     }
     std::size_t days = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for_each_flow(count, [&](std::size_t i) {
       if (is_last_of_date(i)) sorted_[days++] = dates[order_[i]];
-    }
+    });
     std::copy_n(sorted_.data(), days, dates.data());
     return days;
   }
@@ -578,14 +583,30 @@ class ListWorker {
     if (!(span <= 4.0 * static_cast<double>(count) + 1024.0) ||
         !std::ranges::all_of(all, [](double date) { return date == std::trunc(date); })) {
       std::iota(order_.begin(), order_.end(), std::size_t{0});
-      std::ranges::stable_sort(order_, {}, [&dates](std::size_t i) { return dates[i]; });
+      std::size_t comparisons = 0;
+      std::ranges::stable_sort(order_, [&](std::size_t i, std::size_t j) {
+        if (++comparisons % kFlowsToWatch == 0) check_cancel();
+        return dates[i] < dates[j];
+      });
       return;
     }
     starts_.assign(static_cast<std::size_t>(span) + 2, 0);
     const auto day = [&](std::size_t i) { return static_cast<std::size_t>(dates[i] - earliest); };
-    for (std::size_t i = 0; i < count; ++i) ++starts_[day(i) + 1];
+    for_each_flow(count, [&](std::size_t i) { ++starts_[day(i) + 1]; });
     std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
-    for (std::size_t i = 0; i < count; ++i) order_[starts_[day(i)]++] = i;
+    for_each_flow(count, [&](std::size_t i) { order_[starts_[day(i)]++] = i; });
+  }
+
+  void check_cancel() const {
+    if (is_set(options_->cancel)) throw Cancelled();
+  }
+  // Calls the function for each index below the count, unless the evaluation is cancelled.
+  void for_each_flow(std::size_t count, auto&& function) const {
+    for (std::size_t next = 0; next < count;) {
+      check_cancel();
+      const std::size_t end = std::min(count, next + kFlowsToWatch);
+      for (; next < end; ++next) function(next);
+    }
   }
 
   std::unique_ptr<vxk_call> call_;
