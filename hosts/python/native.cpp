@@ -162,12 +162,13 @@ Object columns(PyObject* const* arguments, Py_ssize_t count) {
   }
   if (report.is_cancelled) throw Raised();
   Explainer explainer(keyword, given.get());
-  Object reasons = list_of(first_failures(bits, rows, explained), [&](std::int64_t row) {
-    const host::CheckedCall::Reason why = explainer.reason(row);
-    return owned(Py_BuildValue("Lns#", static_cast<long long>(row),
-                               static_cast<Py_ssize_t>(why.position), why.text.data(),
-                               static_cast<Py_ssize_t>(why.text.size())));
-  });
+  Object reasons = list_of(
+      first_failures(bits, rows, std::min(explained, report.failed)), [&](std::int64_t row) {
+        const host::CheckedCall::Reason why = explainer.reason(row);
+        return owned(Py_BuildValue("Lns#", static_cast<long long>(row),
+                                   static_cast<Py_ssize_t>(why.position), why.text.data(),
+                                   static_cast<Py_ssize_t>(why.text.size())));
+      });
   return owned(Py_BuildValue("LN", static_cast<long long>(report.failed), reasons.release()));
 }
 
@@ -251,13 +252,15 @@ Object lists(PyObject* const* arguments, Py_ssize_t count) {
     }
   }
   if (report.is_cancelled) throw Raised();
-  Object reasons = list_of(first_failures(bits, groups.count(), explained), [&](std::int64_t row) {
-    const host::ListError why = call.error(groups.offsets(), static_cast<std::size_t>(row));
-    return owned(Py_BuildValue("Lnns#", static_cast<long long>(row),
-                               static_cast<Py_ssize_t>(why.argument),
-                               static_cast<Py_ssize_t>(why.element), why.reason.data(),
-                               static_cast<Py_ssize_t>(why.reason.size())));
-  });
+  Object reasons = list_of(
+      first_failures(bits, groups.count(), std::min(explained, report.failed)),
+      [&](std::int64_t row) {
+        const host::ListError why = call.error(groups.offsets(), static_cast<std::size_t>(row));
+        return owned(Py_BuildValue("Lnns#", static_cast<long long>(row),
+                                   static_cast<Py_ssize_t>(why.argument),
+                                   static_cast<Py_ssize_t>(why.element), why.reason.data(),
+                                   static_cast<Py_ssize_t>(why.reason.size())));
+      });
   return owned(Py_BuildValue("LN", static_cast<long long>(report.failed), reasons.release()));
 }
 
