@@ -23,11 +23,8 @@ double read(const std::byte* at) noexcept {
 bool has_only_days(const vxk_column& column, std::int64_t rows) noexcept {
   const auto is_within = [&]<class T>(T low, T high) {
     const T* const values = static_cast<const T*>(column.values) + column.offset;
-    bool is_good = true;
-    for (std::int64_t row = 0; row < rows; ++row) {  // the compiler vectorises this loop
-      is_good &= values[row] >= low && values[row] <= high;
-    }
-    return is_good;
+    return std::all_of(values, values + rows,
+                       [=](T value) { return value >= low && value <= high; });
   };
   if (column.type == VXK_DATE32 && column.stride == sizeof(std::int32_t)) {
     return is_within(static_cast<std::int32_t>(kFirstDay - kUnixEpoch),
@@ -53,7 +50,9 @@ std::vector<double> screened(const catalog::Argument& parameter, const ColumnArg
   const vxk_column& column = argument.column;
   const bool is_screened = parameter.is_date() || argument.is_date ||
                            parameter.kind == catalog::ArgumentKind::kFrequency;
-  if (!is_screened || (parameter.is_date() && has_only_days(column, rows))) return {};
+  const bool has_days =
+      parameter.is_date() && (argument.is_in_calendar || has_only_days(column, rows));
+  if (!is_screened || has_days) return {};
   if (column.stride == 0) {
     if (!is_rejected(parameter, argument.is_date, number_at(column, 0))) return {};
     return std::vector<double>(static_cast<std::size_t>(rows), kMissing);

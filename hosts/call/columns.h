@@ -11,8 +11,9 @@ namespace host {
 
 // The values of one argument.
 struct ColumnArgument {
-  vxk_column column{};   // for a basis, the codes of the basis; its values must not be null
-  bool is_date = false;  // the values are known to be dates
+  vxk_column column{};          // for a basis, the codes of the basis; its values must not be null
+  bool is_date = false;         // the values are known to be dates
+  bool is_in_calendar = false;  // the values are known to be days of the calendar, or missing
 };
 
 // What became of the rows.

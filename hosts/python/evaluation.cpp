@@ -22,7 +22,6 @@ constexpr std::int64_t kBlockRows = 4096;  // a multiple of 8, so that no two bl
 double days_of(std::int64_t time, std::int64_t units_per_day) noexcept {
   constexpr std::int64_t kNotATime = std::numeric_limits<std::int64_t>::min();
   if (time == kNotATime) return std::numeric_limits<double>::quiet_NaN();
-  if (units_per_day == 1) return static_cast<double>(time) + host::kUnixEpoch;
   const auto rest = static_cast<double>(time % units_per_day);
   const auto day = static_cast<double>(time / units_per_day);
   return day + host::kUnixEpoch + rest / static_cast<double>(units_per_day);
@@ -42,9 +41,9 @@ class BlockColumn {
     const auto* const at = static_cast<const std::byte*>(numbers.values) + first * numbers.stride;
     numbers.values = at;
     if (!column_.is_time()) return argument;
-    convert_to_days(reinterpret_cast<const std::int64_t*>(at), numbers.stride,
-                    column_.units_per_day,
-                    std::span(days_).first(is_constant ? 1 : static_cast<std::size_t>(rows)));
+    argument.is_in_calendar = convert_to_days(
+        reinterpret_cast<const std::int64_t*>(at), numbers.stride, column_.units_per_day,
+        std::span(days_).first(is_constant ? 1 : static_cast<std::size_t>(rows)));
     argument.column =
         is_constant ? vxkernel::constant(days_.data()) : vxkernel::column(days_.data());
     return argument;
@@ -57,12 +56,21 @@ class BlockColumn {
 
 }  // namespace
 
-void convert_to_days(const std::int64_t* times, std::int64_t stride, std::int64_t units_per_day,
+bool convert_to_days(const std::int64_t* times, std::int64_t stride, std::int64_t units_per_day,
                      std::span<double> days) noexcept {
   const auto* at = reinterpret_cast<const std::byte*>(times);
+  constexpr auto kFirst = static_cast<std::int64_t>(host::kFirstDay) - host::kUnixEpoch;
+  constexpr auto kLast = static_cast<std::int64_t>(host::kLastDay) - host::kUnixEpoch;
+  bool is_in_calendar = true;
   const auto convert = [&](auto step, auto units) {
     for (double& day : days) {
-      day = days_of(*reinterpret_cast<const std::int64_t*>(at), units);
+      const std::int64_t time = *reinterpret_cast<const std::int64_t*>(at);
+      if (units == 1 && time >= kFirst && time <= kLast) [[likely]] {
+        day = static_cast<double>(time) + host::kUnixEpoch;
+      } else {
+        day = days_of(time, units);
+        is_in_calendar &= !host::is_beyond_calendar(day);
+      }
       at += step;
     }
   };
@@ -75,6 +83,7 @@ void convert_to_days(const std::int64_t* times, std::int64_t stride, std::int64_
   } else {
     convert(stride, units_per_day);
   }
+  return is_in_calendar;
 }
 
 bool run_in_threads(int threads,
