@@ -382,18 +382,36 @@ class ColumnWorker {
 
   // Returns false if the evaluation was cancelled.
   bool evaluate_block(std::int64_t first, std::int64_t last, Output& output) noexcept {
+    // A constant number of columns saves a tenth of the time of a short call.
+    switch (inputs_.size()) {
+      case 1:
+        return evaluate_block(first, last, output, std::integral_constant<std::size_t, 1>());
+      case 2:
+        return evaluate_block(first, last, output, std::integral_constant<std::size_t, 2>());
+      case 3:
+        return evaluate_block(first, last, output, std::integral_constant<std::size_t, 3>());
+      default:
+        return evaluate_block(first, last, output, inputs_.size());
+    }
+  }
+
+  bool evaluate_block(std::int64_t first, std::int64_t last, Output& output, auto count) noexcept {
     for (std::size_t k = 0; k < inputs_.size(); ++k) {
       inputs_[k].values = read(*inputs_[k].column, first, last - first, &buffers_[k * kRowsAtOnce]);
     }
+    // Copies of members, which the compiler would read again after each call of the module.
     double* const numbers = call_->numbers.data();
+    const std::span<const Input> inputs = inputs_;
+    const volatile std::int32_t* const cancel = options_->cancel;
+    const bool is_always_missing = is_always_missing_;
     for (std::int64_t i = 0; i < last - first; ++i) {
-      if (is_set(options_->cancel)) return false;
-      bool has_missing = is_always_missing_;
+      if (is_set(cancel)) return false;
+      bool has_missing = is_always_missing;
       // This loop also looks for missing values: it has to wait for memory anyway, so the test
       // costs little.
-      for (const Input& input : inputs_) {
-        const double value = input.values[i];
-        numbers[input.index] = value;
+      for (std::size_t k = 0; k < count; ++k) {
+        const double value = inputs[k].values[i];
+        numbers[inputs[k].index] = value;
         has_missing |= is_missing(value);
       }
       if (has_missing) [[unlikely]] {
