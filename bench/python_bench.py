@@ -1,9 +1,8 @@
 #!/usr/bin/python3
-"""Measures the functions of the Python package, beside the module's dispatcher and the kernel's lists on
-the same rows, and beside other ways to calculate. All times are the best of several rounds of one run.
-The rounds of the ways that are compared alternate. usage: python_bench.py BUILD-FOLDER [ROWS]"""
+"""Measures the functions of the Python package, beside the module's dispatcher and the kernel's lists
+for the same rows, and beside other ways to calculate. Each time is the best of several rounds. The rounds
+of the functions that are compared alternate. usage: python_bench.py BUILD-FOLDER [ROWS]"""
 import ctypes
-import datetime
 import sys
 import time
 import timeit
@@ -18,14 +17,14 @@ sys.path.insert(0, f'{build}/python')
 import vxfnc  # noqa: E402
 
 library = ctypes.CDLL(f'{build}/lib/bench_dispatcher.so')
-ROUNDS, FLOWS, SAMPLE, FEW_GROUPS = 9, 10, min(rows, 5000), 500
+FLOWS, SAMPLE, FEW_GROUPS = 10, min(rows, 5000), 500
+
 i = numpy.arange(rows)
-alive = []
 cost, salvage, life = i * 1.0, i / 10.0, 5.0 + i % 7
 settlement = numpy.datetime64('2024-03-11') + i % 5
 maturity = numpy.datetime64('2033-11-15') + i % 31
 rate, yld, price = 0.0725 + i % 3 / 1e3, 0.05 + i % 100 / 1e4, 100.0 + i % 100 / 50
-CALLS = [  # and the times of the dispatcher that we aim at
+CALLS = [  # with the largest ratio that we aim at
     (vxfnc.sln, 'SLN', (cost, salvage, life), 1.3),
     (vxfnc.yearfrac, 'YEARFRAC', (settlement, maturity, 0), 1.15),
     (vxfnc.price, 'PRICE', (settlement, maturity, rate, yld, 100, 2, 0), 1.08),
@@ -33,7 +32,7 @@ CALLS = [  # and the times of the dispatcher that we aim at
 ]
 
 
-def best(*bodies, rounds=ROUNDS):
+def best(*bodies, rounds=15):
     """The seconds of the fastest round of each body."""
     seconds = [float('inf')] * len(bodies)
     for _ in range(rounds):
@@ -59,11 +58,10 @@ def pointer(array):
 def dispatcher(keyword, arguments, results):
     """A function that calls the dispatcher for each row."""
     columns = [doubles(values) for values in arguments]
-    alive.extend(columns)
-    pointers = (ctypes.c_void_p * len(columns))(*[column.ctypes.data for column in columns])
-    steps = (ctypes.c_int32 * len(columns))(*[int(column.size > 1) for column in columns])
 
     def call():
+        pointers = (ctypes.c_void_p * len(columns))(*[column.ctypes.data for column in columns])
+        steps = (ctypes.c_int32 * len(columns))(*[int(column.size > 1) for column in columns])
         library.evaluate_rows(keyword.encode(), pointers, steps, len(columns), ctypes.c_int64(rows), pointer(results))
     return call
 
@@ -85,7 +83,7 @@ def first(values):
 
 def print_rows():
     print('| Keyword | dispatcher, ns per row | vxfnc, one thread | ratio | limit | speedup of two threads '
-          '| one call of Python numbers, µs |\n|---|---:|---:|---:|---:|---:|---:|')
+          '| one call of Python numbers, µs (limit 0.6) |\n|---|---:|---:|---:|---:|---:|---:|')
     times = {}
     for function, keyword, arguments, limit in CALLS:
         results = numpy.empty(rows)
@@ -106,8 +104,8 @@ def print_groups():
     amounts = numpy.where(flow == 0, -900.0 * (FLOWS - 1), 1000.0 + fund % 7)
     dates = numpy.datetime64('2024-03-11') + 91 * flow
     offsets = numpy.arange(groups + 1) * FLOWS
-    shuffled = pandas.DataFrame({'fund': fund, 'amount': amounts, 'date': dates}).sample(frac=1, random_state=1)
-    few = pandas.DataFrame({'fund': fund, 'amount': amounts, 'date': dates}).head(FEW_GROUPS * FLOWS)
+    table = pandas.DataFrame({'fund': fund, 'amount': amounts, 'date': dates})
+    shuffled, few = table.sample(frac=1, random_state=1), table.head(FEW_GROUPS * FLOWS)
     numbers, results = doubles(dates), numpy.empty(groups)
 
     def pairs(threads):
@@ -117,18 +115,17 @@ def print_groups():
         "the kernel's lists": lambda: library.evaluate_lists(
             b'XIRR', pointer(amounts), pointer(numbers), pointer(offsets), ctypes.c_int64(groups), pointer(results)),
         'vxfnc, pairs of values and offsets (limit 1.1)': lambda: pairs(1),
-        'the same, two threads': lambda: pairs(2),
+        'the same in two threads': lambda: pairs(2),
         'vxfnc, `by=` sorted keys': lambda: vxfnc.xirr(amounts, dates, by=fund, threads=1),
         'vxfnc, `by=` shuffled keys': lambda: vxfnc.xirr(
             shuffled['amount'], shuffled['date'], by=shuffled['fund'], threads=1),
     }
     seconds = [each / groups for each in best(*ways.values(), rounds=5)]
     demand(results, pairs(2))
-    ways[f'pandas `groupby.apply` of vxfnc.xirr, {FEW_GROUPS} groups'] = None
-    seconds += [best(lambda: few.groupby('fund').apply(lambda group: vxfnc.xirr(group['amount'], group['date'])),
-                     rounds=3)[0] / min(FEW_GROUPS, groups)]
+    applied, = best(lambda: few.groupby('fund').apply(lambda each: vxfnc.xirr(each['amount'], each['date'])), rounds=5)
+    seconds.append(applied / min(FEW_GROUPS, groups))
     print(f'\n| XIRR of {groups:,} groups of {FLOWS} flows | ns per group | ratio |\n|---|---:|---:|')
-    for way, each in zip(ways, seconds):
+    for way, each in zip([*ways, f'pandas, `groupby.apply` of vxfnc.xirr, {FEW_GROUPS} groups'], seconds):
         print(f'| {way} | {each * 1e9:.0f} | {each / seconds[0]:.2f} |')
     single = microseconds(vxfnc.xirr, amounts[:FLOWS].tolist(), dates[:FLOWS].tolist())
     print(f'\nOne call of `vxfnc.xirr` with two lists of {FLOWS} Python objects takes {single:.1f} µs.')
@@ -170,9 +167,11 @@ def print_others(times):
         ('QuantLib, `FixedRateBond.cleanPrice` of a new bond', sampled[3] / SAMPLE, 'PRICE'),
     ]:
         print(f'| {what} | {seconds * 1e9:.1f} | {times[keyword]:.1f} | {seconds * 1e9 / times[keyword]:.2f} |')
-    print(f'\nLists and QuantLib have {SAMPLE:,} rows. The prices of QuantLib differ by at most {most:.1g}.')
+    print(f'\nLists and QuantLib have {SAMPLE:,} rows, the others {rows:,}. The prices of QuantLib differ '
+          f'by at most {most:.1g}.')
 
 
-row_times = print_rows()
-print_groups()
-print_others(row_times)
+if __name__ == '__main__':
+    row_times = print_rows()
+    print_groups()
+    print_others(row_times)
