@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Measures the functions of the Python package, beside the module's dispatcher and the kernel's lists
-for the same rows, and beside other ways to calculate. Each time is the best of several rounds. The rounds
+for the same rows, and beside other ways to calculate. Each time is the best of many rounds. The rounds
 of the functions that are compared alternate. usage: python_bench.py BUILD-FOLDER [ROWS]"""
 import ctypes
 import sys
@@ -32,15 +32,16 @@ CALLS = [  # with the largest ratio that we aim at
 ]
 
 
-def best(*bodies, rounds=15):
-    """The seconds of the fastest round of each body."""
-    seconds = [float('inf')] * len(bodies)
-    for _ in range(rounds):
+def best(*bodies, budget=10):
+    """The seconds of the fastest round of each body. The rounds take this many seconds together."""
+    fastest = [float('inf')] * len(bodies)
+    end = time.perf_counter() + budget
+    while time.perf_counter() < end:
         for at, body in enumerate(bodies):
             began = time.perf_counter()
             body()
-            seconds[at] = min(seconds[at], time.perf_counter() - began)
-    return seconds
+            fastest[at] = min(fastest[at], time.perf_counter() - began)
+    return fastest
 
 
 def doubles(values):
@@ -120,9 +121,9 @@ def print_groups():
         'vxfnc, `by=` shuffled keys': lambda: vxfnc.xirr(
             shuffled['amount'], shuffled['date'], by=shuffled['fund'], threads=1),
     }
-    seconds = [each / groups for each in best(*ways.values(), rounds=5)]
+    seconds = [each / groups for each in best(*ways.values())]
     demand(results, pairs(2))
-    applied, = best(lambda: few.groupby('fund').apply(lambda each: vxfnc.xirr(each['amount'], each['date'])), rounds=5)
+    applied, = best(lambda: few.groupby('fund').apply(lambda each: vxfnc.xirr(each['amount'], each['date'])), budget=1)
     seconds.append(applied / min(FEW_GROUPS, groups))
     print(f'\n| XIRR of {groups:,} groups of {FLOWS} flows | ns per group | ratio |\n|---|---:|---:|')
     for way, each in zip([*ways, f'pandas, `groupby.apply` of vxfnc.xirr, {FEW_GROUPS} groups'], seconds):
@@ -149,12 +150,13 @@ def print_others(times):
     def prices():
         return [clean_price(*each) for each in zip(from_date, to_date, coupons, yields)]
 
-    by_hand = best(lambda: (cost - salvage) / life, lambda: (maturity - settlement).astype(numpy.float64) / 365)
+    by_hand = best(lambda: (cost - salvage) / life, lambda: (maturity - settlement).astype(numpy.float64) / 365,
+                   budget=1)
     sampled = best(
         lambda: [(c - s) / n for c, s, n in zip(*lists)],
         lambda: [(b - a).days / 365 for a, b in zip(start, end)],
         lambda: [days.yearFraction(a, b) for a, b in zip(from_date, to_date)],
-        prices, rounds=5)
+        prices)
     arguments = [values[:SAMPLE] if numpy.ndim(values) else values for values in CALLS[2][2]]
     most = numpy.abs(prices() - vxfnc.price(*arguments)).max()
     print('\n| Without vxfnc | ns per row | vxfnc, one thread | ratio |\n|---|---:|---:|---:|')
