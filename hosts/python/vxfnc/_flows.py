@@ -85,16 +85,21 @@ class Groups:
         pd = pandas()
         if pd is None:
             raise TypeError(f'{self.call.name}: by needs pandas: import pandas first')
-        common_index(self.call, [value for _, value in lists] + [by])
-        keys = pd.MultiIndex.from_frame(by) if isinstance(by, pd.DataFrame) else pd.Index(by)
-        codes, uniques = keys.factorize(sort=True)
-        self.index = pd.Index(uniques, name=getattr(by, 'name', None))
+        is_frame = isinstance(by, pd.DataFrame)
+        common_index(self.call, [value for _, value in lists] + [by.iloc[:, 0] if is_frame else by])
+        if is_frame:
+            groups = by.groupby(list(by.columns), observed=True)
+            codes = groups.ngroup().fillna(-1).to_numpy(numpy.int64)
+            self.index = groups.size().index
+        else:
+            codes, uniques = pd.Index(by).factorize(sort=True)
+            self.index = pd.Index(uniques, name=getattr(by, 'name', None))
         values = [read(self.call, parameter, value) for parameter, value in lists]
         for (parameter, _), each in zip(lists, values):
             if each.array.shape != codes.shape:
                 raise ValueError(f'{self.call.name}: by has the length {len(codes)}, '
                                  f'but {parameter.name} has the shape {each.array.shape}')
-        offsets = numpy.empty(len(uniques) + 1, numpy.int64)
+        offsets = numpy.empty(len(self.index) + 1, numpy.int64)
         order = numpy.empty(len(codes), numpy.int64)
         is_sorted = _native.group(numpy.ascontiguousarray(codes, numpy.int64), offsets, order)
         order = order[:offsets[-1]]
