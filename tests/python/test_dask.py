@@ -1,5 +1,6 @@
 """The package in a cluster of Dask: two worker processes, connected by TCP."""
 import os
+import pathlib
 import signal
 import subprocess
 import sys
@@ -79,7 +80,7 @@ def test_a_worker_without_the_package_is_named(client, tmp_path):
 
 
 def test_flows_of_a_key_come_together_from_all_partitions(client):
-    flows = pandas.read_csv('examples/flows.csv')
+    flows = pandas.read_csv(pathlib.Path(__file__).parents[2] / 'examples/flows.csv')
     parts = dask.dataframe.from_pandas(flows, npartitions=5)
     for sort in (True, False):
         rates = vxfnc.xirr(parts.amount, parts.date, by=parts.fund, sort=sort).compute()
