@@ -160,9 +160,8 @@ bool append_date(std::string& text, double value) {
 bool append_date_time(std::string& text, double value) {
   constexpr double kSecondsPerDay = 86400.0;
   const double seconds = std::round((value - std::floor(value)) * kSecondsPerDay);
-  const bool is_next_day = seconds >= kSecondsPerDay;
-  if (!append_date(text, std::floor(value) + (is_next_day ? 1.0 : 0.0))) return false;
-  const auto second = is_next_day ? 0U : static_cast<unsigned>(seconds);
+  if (!append_date(text, std::floor(value))) return false;
+  const auto second = static_cast<unsigned>(std::min(seconds, kSecondsPerDay - 1.0));
   text += ' ';
   append_two_digits(text, second / 3600);
   text += ':';
