@@ -130,7 +130,7 @@ bool run_in_threads(int threads,
   while (!ended.wait_for(lock, kBetweenChecks, [&] { return running == 0; })) {
     if (is_interrupted) continue;
     lock.unlock();
-    const PyGILState_STATE state = PyGILState_Ensure();
+    const PyGILState_STATE state = take_lock(PyGILState_Ensure);
     is_interrupted = PyErr_CheckSignals() != 0;
     PyGILState_Release(state);
     if (is_interrupted) std::atomic_ref(cancel).store(1);

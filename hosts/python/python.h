@@ -5,6 +5,7 @@
 #define PY_SSIZE_T_CLEAN
 #define Py_LIMITED_API 0x030B0000  // NOLINT(bugprone-reserved-identifier)
 #include <Python.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <exception>
@@ -100,13 +101,26 @@ class Buffer {
   Py_buffer view_{};
 };
 
+// Takes the lock of the interpreter by a function of Python. When the interpreter ends, that
+// function ends a daemon thread. The thread then waits for the end of the process instead: its
+// objects cannot be destroyed without the lock.
+auto take_lock(auto&& function) noexcept {
+  try {
+    return function();
+  } catch (...) {
+    while (true) pause();
+  }
+}
+
 // Releases the lock of the interpreter, so that other threads of Python can run.
 class WithoutLock {
  public:
   WithoutLock() noexcept : state_(PyEval_SaveThread()) {}
   WithoutLock(const WithoutLock&) = delete;
   WithoutLock& operator=(const WithoutLock&) = delete;
-  ~WithoutLock() { PyEval_RestoreThread(state_); }
+  ~WithoutLock() {
+    take_lock([this] { PyEval_RestoreThread(state_); });
+  }
 
  private:
   PyThreadState* state_;
