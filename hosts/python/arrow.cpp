@@ -2,11 +2,12 @@
 
 #include <cstddef>
 #include <limits>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "hosts/call/value.h"
+#include "hosts/python/evaluation.h"
 
 // The structures of the interface. The names and members are those that Arrow documents.
 struct ArrowSchema {
@@ -84,7 +85,7 @@ class Values {
       units_per_day_ = per_day('m');
       type_ = "l";
     } else if (type_ == "tdD") {
-      units_per_day_ = 1.0;
+      units_per_day_ = 1;
       type_ = "i";
     }
     return type_.size() == 1 && std::string_view("cCsSiIlLfg").find(type_) != type_.npos;
@@ -97,23 +98,23 @@ class Values {
   }
 
   [[nodiscard]] Object result() const {
-    const char* const kind = units_per_day_ == 0.0 ? "number" : is_zoned_ ? "zoned time" : "date";
+    const char* const kind = units_per_day_ == 0 ? "number" : is_zoned_ ? "zoned time" : "date";
     Object offsets(is_list_ ? bytes_of(offsets_).release() : Py_NewRef(Py_None));
     return owned(Py_BuildValue("sNN", kind, bytes_of(numbers_).release(), offsets.release()));
   }
 
  private:
-  static double per_day(char unit) noexcept {
-    constexpr double kSeconds = 86400.0;
+  static std::int64_t per_day(char unit) noexcept {
+    constexpr std::int64_t kSeconds = 86'400;
     switch (unit) {
       case 's':
         return kSeconds;
       case 'm':
-        return kSeconds * 1e3;
+        return kSeconds * 1'000;
       case 'u':
-        return kSeconds * 1e6;
+        return kSeconds * 1'000'000;
       default:
-        return kSeconds * 1e9;
+        return kSeconds * 1'000'000'000;
     }
   }
 
@@ -166,14 +167,17 @@ class Values {
       double number = std::numeric_limits<double>::quiet_NaN();
       if (is_present(array, i)) {
         number = static_cast<double>(values[i]);
-        if (units_per_day_ != 0.0) number = number / units_per_day_ + host::kUnixEpoch;
+        if (units_per_day_ != 0) {
+          const auto time = static_cast<std::int64_t>(values[i]);
+          convert_to_days(&time, sizeof time, units_per_day_, std::span(&number, 1));
+        }
       }
       numbers_.push_back(number);
     }
   }
 
-  std::string_view type_;       // of the numbers that are stored
-  double units_per_day_ = 0.0;  // 0: not a date
+  std::string_view type_;           // of the numbers that are stored
+  std::int64_t units_per_day_ = 0;  // 0: not a date
   bool is_zoned_ = false;
   bool is_list_ = false;
   bool has_long_offsets_ = false;
@@ -183,9 +187,12 @@ class Values {
 
 template <class T>
 T& pointer_in(PyObject* capsule, const char* name) {
-  void* const pointer = PyCapsule_GetPointer(capsule, name);
+  auto* const pointer = static_cast<T*>(PyCapsule_GetPointer(capsule, name));
   if (pointer == nullptr) throw Raised();
-  return *static_cast<T*>(pointer);
+  if (pointer->release == nullptr) {
+    raise(PyExc_ValueError, "the Arrow array was released: it can be read only once");
+  }
+  return *pointer;
 }
 
 [[noreturn]] void raise_error_of(ArrowArrayStream& stream) {

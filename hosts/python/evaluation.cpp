@@ -23,8 +23,12 @@ double days_of(std::int64_t time, std::int64_t units_per_day) noexcept {
   constexpr std::int64_t kNotATime = std::numeric_limits<std::int64_t>::min();
   if (time == kNotATime) return std::numeric_limits<double>::quiet_NaN();
   const auto rest = static_cast<double>(time % units_per_day);
-  const auto day = static_cast<double>(time / units_per_day);
-  return day + host::kUnixEpoch + rest / static_cast<double>(units_per_day);
+  const double midnight = static_cast<double>(time / units_per_day) + host::kUnixEpoch;
+  if (rest == 0.0) return midnight;
+  const double days = midnight + rest / static_cast<double>(units_per_day);
+  // A time a few nanoseconds from midnight must not become midnight: it may be on the day before.
+  if (days != std::trunc(days)) return days;
+  return std::nextafter(days, midnight + std::copysign(0.5, rest));
 }
 
 // One argument of a block of rows.
