@@ -272,6 +272,7 @@ Object group(PyObject* const* arguments, Py_ssize_t count) {
   const Buffer codes(arguments[0], sizeof(std::int64_t));
   const Buffer starts(arguments[1], sizeof(std::int64_t), Buffer::Access::kWrite);
   const Buffer rows(arguments[2], sizeof(std::int64_t), Buffer::Access::kWrite);
+  if (starts.size() == 0) raise(PyExc_ValueError, "there are no offsets");
   const auto* const code = items<const std::int64_t>(codes, rows.size());
   auto* const offsets = items<std::int64_t>(starts, starts.size());
   auto* const order = items<std::int64_t>(rows, rows.size());
@@ -346,7 +347,12 @@ PyMethodDef methods[] = {
 
 // Loads the module, so that a broken installation is an error at import.
 Object initialize(PyObject* module) {
-  const std::string build = host::versions(VXFNC_VERSION);
+  std::string build;
+  try {
+    build = host::versions(VXFNC_VERSION);
+  } catch (const vxkernel::Error& error) {
+    raise(PyExc_ImportError, error.what());
+  }
   find_datetime();
   if (PyModule_AddStringConstant(module, "version", VXFNC_VERSION) != 0 ||
       PyModule_AddStringConstant(module, "build", build.c_str()) != 0 ||

@@ -106,6 +106,7 @@ Object read_objects(PyObject* const* arguments, Py_ssize_t count) {
     double number = 0.0;
   };
   std::array<Recent, 64> recent{};
+  constexpr Py_ssize_t kBetweenChecks = 65'536;  // of signals
   for (Py_ssize_t i = 0; i < size; ++i) {
     const Object object = owned(Py_XNewRef(PyList_GetItem(objects, i)));
     double number = kMissing;
@@ -123,6 +124,7 @@ Object read_objects(PyObject* const* arguments, Py_ssize_t count) {
       if (is_good) number = PyFloat_AsDouble(value.get());
       if (is_good && number == -1.0 && PyErr_Occurred() != nullptr) throw Raised();
     }
+    if (i % kBetweenChecks == 0 && PyErr_CheckSignals() != 0) throw Raised();
     if (!is_good) {
       number = 0.0;
       const Object index = owned(PyLong_FromSsize_t(i));
