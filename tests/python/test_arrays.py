@@ -45,6 +45,7 @@ def test_arguments_are_broadcast(shapes, data):
     [datetime.datetime.fromisoformat(date) for date in DATES], list(map(pd.Timestamp, DATES)),
     *(DAYS.astype(f'M8[{unit}]') for unit in ('h', 'm', 's', 'ms', 'us', 'ns', '12h')),
     DAYS.astype('>M8[us]'), np.repeat(DAYS, 3)[::3], list(DAYS), pd.Series(DATES), pd.to_datetime(DATES),
+    [*DAYS[:3].astype('M8[ns]'), DAYS[3]],
     pd.Series(DATES, dtype='string'), pd.Series(DATES, dtype='category'), pd.Series(pd.to_datetime(DATES)),
     pd.Categorical(DATES), np.ma.masked_array(DAYS, False), DAYS.astype(object),
 ], ids=lambda dates: getattr(getattr(dates, 'dtype', dates), '__class__').__name__)
@@ -120,6 +121,7 @@ def test_a_wrong_type_is_an_error_of_the_call(call, message):
     (lambda: vxfnc.sln(pd.Series([1, 2]), np.ones((2, 2)), 5), 'length 2'),
     (lambda: vxfnc.sln(1, 2, 0, errors='ignore'), "must be 'warn', 'raise' or 'coerce'"),
     (lambda: vxfnc.sln([1, 2], 2, 5, threads=0), 'at least 1'),
+    (lambda: vxfnc.sln(1, 2, [[1, 2], [3]]), 'life has lists of different lengths'),
 ])
 def test_a_wrong_shape_or_option_is_an_error_of_the_call(call, message):
     with pytest.raises(ValueError, match=message):
@@ -149,6 +151,12 @@ def test_failed_rows():
 @pytest.mark.parametrize('function, arguments, reason', [
     (vxfnc.couppcd, (np.array([DATES[0] + 'T12:00'], 'M8[ns]'), DATES[3], 2), 'without a time of day'),
     (vxfnc.couppcd, (np.array(['2026-11-23T00:00:01'], 'M8[ns]'), DATES[3], 2), 'time of day'),
+    (vxfnc.couppcd, (pd.to_datetime(['2026-11-22T23:59:59.999999999']), DATES[3], 2), 'is 2026-11-22 23:59:59: '),
+    (vxfnc.couppcd, (np.array([-1], 'M8[ns]'), DATES[3], 2), 'is 1969-12-31 23:59:59: '),
+    (vxfnc.couppcd, (np.array([2635249153387078803], 'M8[W]'), DATES[3], 2), 'must be a date'),  # 2**64 days and 1
+    (vxfnc.couppcd, ([np.timedelta64(5, 'D'), DAYS[0]], DATES[3], 2), 'must be a date'),
+    (vxfnc.sln, (1000, 100, [np.complex128(5j), 5]), 'must be a number'),
+    (vxfnc.sln, (1000, 100, [10**5000]), 'must be a number'),
     (vxfnc.couppcd, (['23/11/2026'], DATES[3], 2), "the text '23/11/2026': must be a date"),
     (vxfnc.yearfrac, (['10000-01-01'], DATES[3]), 'must be a date'),
     (vxfnc.yearfrac, (np.array(['+12000-01-01'], 'M8[D]'), DATES[3]), 'must be a date'),
@@ -160,13 +168,14 @@ def test_failed_rows():
 def test_values_that_fail_their_row(function, arguments, reason):
     assert reason in vxfnc.explain(function, *arguments)[0]
     result = function(*arguments, errors='coerce')
-    assert pd.isna(result).all() and len(result) == 1
+    assert pd.isna(result[0]) and pd.notna(result[1:]).all()
 
 
 def test_empty_and_extreme_arrays():
     assert vxfnc.sln([], 1, 2).shape == (0,)
     assert vxfnc.sln(np.empty((0, 3)), 1, np.ones(3)).shape == (0, 3)
     assert vxfnc.sln(np.array(1000.0), 100, 5) == 180.0
+    assert vxfnc.sln(np.ones((2, 3)).view(np.matrix), 1, 5).shape == (2, 3)
     assert vxfnc.sln(np.broadcast_to(1000.0, 10**6), 100, 5).sum() == 180.0 * 10**6
     far = vxfnc.couppcd(['3500-01-01'], '3500-12-31', 1)  # beyond the nanoseconds of pandas
     assert far.tolist() == [datetime.date(3499, 12, 31)]

@@ -48,7 +48,11 @@ def test_keys_of_several_columns_and_missing_keys():
     keys = FLOWS[['fund']].assign(currency='EUR')
     assert vxfnc.xirr(FLOWS.amount, FLOWS.date, by=keys)['B', 'EUR'] == RATES[1]
     some = FLOWS.fund.where(FLOWS.fund != 'B')
-    assert vxfnc.xirr(FLOWS.amount, FLOWS.date, by=some).to_dict() == {'A': RATES[0], 'C': RATES[2]}
+    masked = np.ma.masked_array(FLOWS.fund, FLOWS.fund == 'B')
+    for by in (some, some.to_frame(), keys.assign(fund=some), masked):
+        result = vxfnc.xirr(FLOWS.amount, FLOWS.date, by=by)
+        assert result.tolist() == [RATES[0], RATES[2]]
+        assert by is masked or result.index.names == list(getattr(by, 'columns', ['fund']))
     guess = pd.Series({'C': 0.1, 'B': 0.2, 'A': 0.3})
     assert vxfnc.xnpv(guess, FLOWS.amount, FLOWS.date, by=FLOWS.fund)['A'] == vxfnc.xnpv(0.3, AMOUNTS[0], DATES[0])
 
@@ -78,6 +82,8 @@ def test_missing_and_invalid_flows():
         assert np.isnan(vxfnc.xirr([AMOUNTS[0], None, [1.0]], [DATES[0], None, ['2024-01-01']])).tolist() == [
             False, True, True]
         assert np.isnan(vxfnc.npv([0.1, None], [[1.0], [2.0]])).tolist() == [False, True]
+        assert np.isnan(vxfnc.irr(pd.Series([np.nan, AMOUNTS[0]]))).tolist() == [True, False]
+        assert np.isnan(vxfnc.irr([np.ma.masked_array([-1.0, 5, 2], [0, 1, 0])])).all()
     reasons = vxfnc.explain(vxfnc.xirr, [*AMOUNTS, [1.0, 2.0], [-1.0, 'x']],
                             [DATES[0], DATES[1][:1], [*DATES[2][:3], None], DATES[1], DATES[1]])
     assert reasons[0] is None
@@ -101,6 +107,12 @@ def test_missing_and_invalid_flows():
     (lambda: vxfnc.irr((AMOUNT, OFFSETS[::-1])), 'must not decrease'),
     (lambda: vxfnc.irr((AMOUNT, OFFSETS + 1)), 'number of values'),
     (lambda: vxfnc.xnpv([0.1, 0.2], AMOUNTS, DATES), '3 groups'),
+    (lambda: vxfnc.xirr(AMOUNT, DATE, by=set('ABCDEFGHI')), 'must be a column'),
+    (lambda: vxfnc.irr(FLOWS.amount, by=FLOWS[['fund']][::-1]), 'different indexes'),
+    (lambda: vxfnc.npv(pd.Series([0.1, 0.2], [1, 0]), pd.Series(AMOUNTS[:2])), 'different indexes'),
+    (lambda: vxfnc.irr([AMOUNTS[0], 5]), 'element 1 is 5: must be a list'),
+    (lambda: vxfnc.irr([[AMOUNTS[0], AMOUNTS[0]]]), 'lists of lists of lists'),
+    (lambda: vxfnc.irr([np.ones((2, 3)), np.ones((1, 3))]), 'different lengths'),
 ])
 def test_wrong_calls(call, message):
     with pytest.raises((TypeError, ValueError), match=message):
@@ -109,6 +121,8 @@ def test_wrong_calls(call, message):
 
 class Arrow(ctypes.Structure):
     """An array and its schema, as a library with the C data interface of Arrow gives them."""
+
+    RELEASE = ctypes.cast(ctypes.pythonapi.PyErr_Occurred, ctypes.c_void_p).value  # does nothing
 
     class Schema(ctypes.Structure):
         pass
@@ -127,8 +141,8 @@ class Arrow(ctypes.Structure):
         super().__init__()
         self.kept = buffers, child
         self.buffers = (ctypes.c_void_p * len(buffers))(*(each if each is None else each.ctypes.data for each in buffers))
-        self.schema = self.Schema(format=form, n_children=child is not None)
-        self.array = self.Array(length=length, null_count=-1, offset=offset, n_buffers=len(buffers),
+        self.schema = self.Schema(format=form, n_children=child is not None, release=self.RELEASE)
+        self.array = self.Array(release=self.RELEASE, length=length, null_count=-1, offset=offset, n_buffers=len(buffers),
                                 n_children=child is not None, buffers=ctypes.addressof(self.buffers))
         if child is not None:
             self.pointers = (ctypes.c_void_p * 2)(ctypes.addressof(child.schema), ctypes.addressof(child.array))
@@ -155,6 +169,11 @@ def test_arrow_arrays():
     times = DATE.astype('M8[us]').astype('i8')
     assert list(vxfnc.yearfrac(Arrow(b'tsu:', [None, times], 9), '2030-01-01')) == list(
         vxfnc.yearfrac(DATE, '2030-01-01'))
+    late = Arrow(b'tsn:', [None, np.array([-1], 'i8')], 1)
+    assert '1969-12-31 23:59:59' in vxfnc.explain(vxfnc.couppcd, late, '2040-05-15', 2)[0]
+    late.array.release = None
+    with pytest.raises(ValueError, match='released'):
+        vxfnc.couppcd(late, '2040-05-15', 2)
     for form, message in [(b'tsu:UTC', 'time zone'), (b'l', 'Arrow array of numbers')]:
         with pytest.raises(TypeError, match=message):
             vxfnc.yearfrac(Arrow(form, [None, times], 9), '2030-01-01')

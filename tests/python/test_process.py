@@ -4,6 +4,8 @@ import multiprocessing
 import os
 import resource
 import signal
+import subprocess
+import sys
 import threading
 import time
 
@@ -56,6 +58,17 @@ def test_ctrl_c_stops_a_call(function, arguments):
         function(*arguments, errors='coerce', threads=2)
     print(f'stopped after {time.monotonic() - pressed[0]:.3f} s')
     assert vxfnc.sln(1000, 100, 5) == 180.0
+
+
+def test_python_ends_while_a_thread_calls():
+    program = '''import threading, time, numpy, vxfnc
+def call():
+    while True:
+        vxfnc.sln(numpy.ones(1500), 1, 5)
+threading.Thread(target=call, daemon=True).start()
+time.sleep(0.1)'''
+    for _ in range(3):
+        assert subprocess.run([sys.executable, '-c', program]).returncode == 0
 
 
 def test_other_threads_run_meanwhile():

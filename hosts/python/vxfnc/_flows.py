@@ -8,7 +8,7 @@ from . import _native
 from ._calls import CALLS, thread_count
 from ._errors import Failure, check_option, report
 from ._rows import common_index, series
-from ._values import is_series, pandas, read, read_arrow
+from ._values import is_frame, is_series, pandas, read, read_arrow
 
 _ALL = sys.maxsize
 
@@ -64,6 +64,7 @@ class Groups:
         self.call = call
         self.index = None  # of the result, if it is a Series
         self.is_single = False
+        self.is_by_key = by is not None
         self.failed = 0
         self.failures = {}  # of groups that are not evaluated
         pairs = list(zip(call.parameters, arguments))
@@ -72,7 +73,9 @@ class Groups:
             order = ', '.join(parameter.name for parameter in call.parameters)
             raise TypeError(f'{call.name}: {lists[0][0].name} is a date: '
                             f'the order of the arguments is {call.name}({order})')
-        flows = self._by_key(lists, by) if by is not None else self._in_groups(lists)
+        flows = self._by_key(lists, by) if self.is_by_key else self._in_groups(lists)
+        if not self.is_by_key and not self.is_single:
+            self.index = common_index(call, arguments)
         self._match_lengths(flows)
         self.offsets = flows[0].offsets()
         self.count = self.offsets.size - 1
@@ -85,15 +88,8 @@ class Groups:
         pd = pandas()
         if pd is None:
             raise TypeError(f'{self.call.name}: by needs pandas: import pandas first')
-        is_frame = isinstance(by, pd.DataFrame)
-        common_index(self.call, [value for _, value in lists] + [by.iloc[:, 0] if is_frame else by])
-        if is_frame:
-            groups = by.groupby(list(by.columns), observed=True)
-            codes = groups.ngroup().fillna(-1).to_numpy(numpy.int64)
-            self.index = groups.size().index
-        else:
-            codes, uniques = pd.Index(by).factorize(sort=True)
-            self.index = pd.Index(uniques, name=getattr(by, 'name', None))
+        common_index(self.call, [value for _, value in lists] + [by])
+        codes, self.index = _factorize(self.call, by)
         values = [read(self.call, parameter, value) for parameter, value in lists]
         for (parameter, _), each in zip(lists, values):
             if each.array.shape != codes.shape:
@@ -136,7 +132,6 @@ class Groups:
             if each is None or each.lengths.size != flows[0].lengths.size:
                 raise ValueError(f'{self.call.name}: {parameter.name} must have one list for each list of '
                                  f'{lists[0][0].name}')
-        self.index = common_index(self.call, [value for _, value in lists])
         return flows
 
     def _match_lengths(self, flows):
@@ -164,7 +159,7 @@ class Groups:
                 group = int(numpy.searchsorted(self.offsets, flow, side='right')) - 1
                 self.failures.setdefault(group, Failure(group, position, reason, flow - int(self.offsets[group]) + 1))
             return each.numbers
-        if self.index is not None and is_series(value) and not value.index.equals(self.index):
+        if self.is_by_key and is_series(value) and not value.index.equals(self.index):
             value = value.reindex(self.index)
         values = read(self.call, parameter, value)
         if values.array.size != 1 and values.array.shape != (self.count,):
@@ -224,22 +219,57 @@ def _nested(call, parameter, value):
     if not (is_series(value) and value.dtype == object or isinstance(value, (list, tuple, numpy.ndarray))):
         return None
     lists = list(value)
-    first = next((each for each in lists if each is not None), None)
-    if not _is_list(first):
+    if not _is_list(next((each for each in lists if not _is_missing(each)), None)):
         return None
-    missing = numpy.array([not _is_list(each) for each in lists])
-    lengths = numpy.array([len(each) if _is_list(each) else 0 for each in lists], numpy.int64)
-    present = [each for each in lists if _is_list(each) and len(each) > 0]
-    if present and all(hasattr(each, 'dtype') for each in present):
-        flat = numpy.concatenate(present)
-    else:
-        flat = list(itertools.chain.from_iterable(present))
-    values = read(call, parameter, flat)
+    missing = numpy.array([_is_missing(each) for each in lists])
+    for group in numpy.flatnonzero(~missing).tolist():
+        if not _is_list(lists[group]):
+            raise TypeError(f'{call.name}: {parameter.name} has lists, but its element {group} is '
+                            f'{lists[group]!r:.80}: must be a list')
+    lengths = numpy.array([0 if gap else len(each) for each, gap in zip(lists, missing)], numpy.int64)
+    values = read(call, parameter, _joined([each for each in lists if _is_list(each) and len(each) > 0]))
+    if values.array.ndim != 1:
+        raise ValueError(f'{call.name}: {parameter.name} has lists of lists of lists: must have lists of lists')
     return Flows(values.doubles(), lengths, values.misfits, missing)
 
 
 def _is_list(value):
-    return hasattr(value, '__len__') and not isinstance(value, (str, bytes, dict))
+    return (hasattr(value, '__len__') and not isinstance(value, (str, bytes, dict, set, frozenset))
+            and getattr(value, 'ndim', 1) == 1)
+
+
+def _is_missing(value):
+    return value is None or not _is_list(value) and pandas() is not None and pandas().isna(value) is True
+
+
+def _joined(lists):
+    """The values of lists, one after another."""
+    types = {getattr(each, 'dtype', None) for each in lists}
+    is_numeric = all(getattr(dtype, 'kind', 'O') in 'fi' for dtype in types)
+    if lists and (is_numeric or len(types) == 1 and None not in types):
+        # NumPy leaves out the masks.
+        join = numpy.ma.concatenate if any(map(numpy.ma.isMaskedArray, lists)) else numpy.concatenate
+        return join(lists)
+    return list(itertools.chain.from_iterable(lists))
+
+
+def _factorize(call, by):
+    """The number of each flow's key, -1 for a missing key, and the keys."""
+    pd = pandas()
+    if isinstance(by, (str, bytes, dict, set, frozenset)) or not hasattr(by, '__len__'):
+        raise TypeError(f'{call.name}: by is {by!r:.80}: must be a column with one key for each flow')
+    if isinstance(by, numpy.ma.MaskedArray):
+        by = pd.Series(by)
+    if is_frame(by):
+        by = pd.MultiIndex.from_frame(by)
+    keys = by if isinstance(by, pd.Index) else pd.Index(by)
+    if not isinstance(keys, pd.MultiIndex):
+        codes, uniques = keys.factorize(sort=True)
+        return codes, uniques.rename(keys.name)
+    present = numpy.logical_and.reduce([codes >= 0 for codes in keys.codes])
+    codes = numpy.full(len(keys), -1)
+    codes[present], uniques = keys[present].factorize(sort=True)
+    return codes, uniques.set_names(keys.names)
 
 
 def _is_pair(value):

@@ -7,7 +7,7 @@ import numpy
 from . import _native
 from ._calls import CALLS, thread_count
 from ._errors import Failure, check_option, report
-from ._values import is_series, pandas, read
+from ._values import is_frame, is_series, pandas, read
 
 _EPOCH = numpy.datetime64('1960-01-01', 'D')
 _ALL = sys.maxsize
@@ -114,7 +114,7 @@ def _date(value):
 
 def common_index(call, arguments):
     """The index of the Series among the arguments, which must be the same; None if there is none."""
-    found = [argument.index for argument in arguments if is_series(argument)]
+    found = [argument.index for argument in arguments if is_series(argument) or is_frame(argument)]
     for index in found[1:]:
         if index is not found[0] and not index.equals(found[0]):
             raise ValueError(f'{call.name}: the Series have different indexes: align them, '

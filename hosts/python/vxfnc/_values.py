@@ -14,6 +14,7 @@ FLOAT64, FLOAT32, INT64, INT32 = range(1, 5)
 _TYPES = {'f8': FLOAT64, 'f4': FLOAT32, 'i8': INT64, 'i4': INT32}
 _UNITS_PER_DAY = {'D': 1, 'h': 24, 'm': 1440, 's': 86400, 'ms': 86400 * 10**3,
                   'us': 86400 * 10**6, 'ns': 86400 * 10**9, 'ps': 86400 * 10**12}
+_DAYS_PER_UNIT = {'D': 1, 'W': 7, 'M': 28, 'Y': 365}
 
 
 class Values:
@@ -63,6 +64,10 @@ def is_series(value):
     return pandas() is not None and isinstance(value, pandas().Series)
 
 
+def is_frame(value):
+    return pandas() is not None and isinstance(value, pandas().DataFrame)
+
+
 def read(call, parameter, value):
     """The values of an argument: a number, a date, a text, or an array of them."""
     if _is_categorical(value):
@@ -95,17 +100,17 @@ def to_array(call, parameter, value):
     if isinstance(value, numpy.ma.MaskedArray):
         return _filled(value)
     if isinstance(value, numpy.ndarray):
-        return value
+        return numpy.asarray(value)  # a matrix keeps two dimensions when it is flattened
     pd = pandas()
     if pd is not None:
-        if isinstance(value, pd.DataFrame):
+        if is_frame(value):
             _refuse(call, parameter, 'a DataFrame, not one of its columns')
         if isinstance(value, pd.api.extensions.ExtensionArray):
             value = pd.Series(value)
         if isinstance(value, (pd.Series, pd.Index)):
             return _of_pandas(call, parameter, value)
     if isinstance(value, (list, tuple)):
-        return _of_list(value)
+        return _of_list(call, parameter, value)
     if isinstance(value, (dict, set, frozenset)):
         _refuse(call, parameter, f'a {type(value).__name__}')
     is_array = hasattr(value, '__array__') or hasattr(value, '__len__')
@@ -116,14 +121,23 @@ def to_array(call, parameter, value):
     return scalar
 
 
-def _of_list(values):
-    array = numpy.asarray(values)
-    if array.dtype.kind in 'fiM':
+def _of_list(call, parameter, values):
+    try:
+        array = numpy.asarray(values)
+    except ValueError:
+        raise ValueError(f'{call.name}: {parameter.name} has lists of different lengths: must be one list, '
+                         'or lists of one length') from None
+    if array.dtype.kind in 'fi' or array.dtype.kind == 'M' and (array.ndim != 1 or _have_one_unit(values)):
         return array
-    # NumPy turns numbers beside texts into texts.
+    # NumPy turns numbers beside texts into texts, durations beside dates into dates, and dates that
+    # nanoseconds cannot hold into others.
     objects = numpy.empty(array.shape, dtype=object)
     objects[...] = numpy.array(values, dtype=object).reshape(array.shape)
     return objects
+
+
+def _have_one_unit(times):
+    return len({getattr(time, 'dtype', None) for time in times}) == 1
 
 
 def _of_pandas(call, parameter, series):
@@ -171,14 +185,26 @@ def read_arrow(call, parameter, value):
 
 def _read_times(array):
     unit, count = numpy.datetime_data(array.dtype)
-    if unit not in _UNITS_PER_DAY or count != 1 or not array.dtype.isnative:
-        is_long = unit in ('generic', 'Y', 'M', 'W', 'D')
-        target = 'D' if is_long else 'ps' if unit in ('fs', 'as') else unit
-        array = array.astype(f'datetime64[{target}]')
+    if unit in ('fs', 'as'):  # the times are hours from 1970: only its first midnight is a date
+        array = numpy.sign(array.astype(numpy.int64)).astype('datetime64[ps]')
+        unit = 'ps'
+    elif unit not in _UNITS_PER_DAY or count != 1 or not array.dtype.isnative:
+        target = unit if unit in _UNITS_PER_DAY else 'D'
+        array = _limited(array, unit, count).astype(f'datetime64[{target}]')
         unit = target
     if not array.flags.aligned:
         array = array.copy()
     return Values(array.view(numpy.int64), _UNITS_PER_DAY[unit])
+
+
+def _limited(array, unit, count):
+    """Times that NumPy can convert to days, or to a count of 1, without an overflow."""
+    most = (2**63 - 1) // count
+    if unit in _DAYS_PER_UNIT:  # days far beyond the calendar
+        most = min(most, 10**8 // (count * _DAYS_PER_UNIT[unit]) + 1)
+    times = array.astype(numpy.int64)
+    times = numpy.where(numpy.isnat(array), times, numpy.clip(times, -most, most))
+    return times.view(f'datetime64[{count}{unit}]')
 
 
 def _is_categorical(value):
@@ -222,7 +248,7 @@ def _number_of(parameter, value):
             return None
         time = value.to_datetime64() if hasattr(value, 'to_datetime64') else numpy.datetime64(value)
         return float(_read_times(numpy.asarray(time)).doubles()[0])
-    is_number = isinstance(value, (numbers.Real, decimal.Decimal, numpy.number, numpy.bool_))
+    is_number = isinstance(value, (numbers.Real, decimal.Decimal, numpy.bool_))
     try:
         return float(value) if is_number and not isinstance(value, numpy.timedelta64) else None
     except (OverflowError, TypeError, ValueError):
@@ -242,7 +268,10 @@ def _allowed(parameter):
 def _why_not(parameter, value):
     if parameter.is_date and getattr(value, 'tzinfo', None) is not None:
         return f'is {value}: must be a date without a time zone'
-    shown = f'the text {value!r}' if isinstance(value, str) else repr(value)
+    try:
+        shown = f'the text {value!r}' if isinstance(value, str) else repr(value)
+    except ValueError:  # an int with thousands of digits
+        shown = f'an object of type {type(value).__name__}'
     return f'is {shown[:80]}: {_allowed(parameter)}'
 
 
