@@ -185,8 +185,11 @@ void write_function(const Keyword& keyword, std::size_t number) {
             << docstring_of(keyword);
   const std::string arguments = tuple_of(keyword);
   if (keyword.has_lists()) {
-    std::cout << fmt::format("    return _evaluate_flows({}, ({},), by, {}, errors, threads)\n",
-                             number, arguments, keyword.has_dated_lists() ? "sort" : "True");
+    std::cout << fmt::format(
+        "    result = _flows({0}, {2}, {1}) if by is None else None\n"
+        "    return _evaluate_flows({0}, ({1},), by, {2}, errors, threads) if result is None else "
+        "result\n",
+        number, arguments, keyword.has_dated_lists() ? "sort" : "True");
     return;
   }
   std::cout << fmt::format(
@@ -241,6 +244,7 @@ int main(int count, char** arguments) {
   }
   std::cout << header
             << "from ._flows import evaluate as _evaluate_flows\n"
+               "from ._native import flows as _flows\n"
                "from ._native import scalar as _scalar\n"
                "from ._rows import evaluate as _evaluate\n\n"
             << all_names();

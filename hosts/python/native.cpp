@@ -264,6 +264,53 @@ Object lists(PyObject* const* arguments, Py_ssize_t count) {
   return owned(Py_BuildValue("LN", static_cast<long long>(report.failed), reasons.release()));
 }
 
+// Appends the numbers of a list or tuple of plain values. Returns false if it is not one.
+bool read_list(PyObject* list, catalog::ArgumentKind kind, std::vector<double>& numbers) {
+  const bool is_list = PyList_Check(list) != 0;
+  if (!is_list && PyTuple_Check(list) == 0) return false;
+  for (Py_ssize_t i = 0; i < (is_list ? PyList_Size(list) : PyTuple_Size(list)); ++i) {
+    const Object item(Py_XNewRef(is_list ? PyList_GetItem(list, i) : PyTuple_GetItem(list, i)));
+    double number = 0.0;
+    if (item.get() == nullptr || !read_plain(item.get(), kind, number)) return false;
+    numbers.push_back(number);
+  }
+  return true;
+}
+
+// flows(keyword, sort, *arguments): the result of a few flows in lists of plain values, or None:
+// then the general way finds the result or the error.
+Object flows(PyObject* const* arguments, Py_ssize_t count) {
+  if (count < 2) raise(PyExc_TypeError, "a keyword and an option are expected");
+  const catalog::Keyword& keyword = keyword_at(arguments[0]);
+  const auto parameters = keyword.arguments();
+  expect_count(count - 2, static_cast<Py_ssize_t>(parameters.size()));
+  constexpr std::size_t kMostFlows = 1000;
+  std::vector<std::vector<double>> values(parameters.size());
+  std::vector<host::ListArgument> list_arguments;
+  std::size_t size = kMostFlows;
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    const catalog::Argument& parameter = parameters[i];
+    double number = 0.0;
+    const bool is_plain = parameter.is_list()
+                              ? read_list(arguments[i + 2], parameter.kind, values[i])
+                              : read_plain(arguments[i + 2], parameter.kind, number);
+    if (!parameter.is_list()) values[i].push_back(number);
+    if (parameter.is_list() && size == kMostFlows) size = std::min(size, values[i].size());
+    if (!is_plain || (parameter.is_list() && values[i].size() != size)) {
+      return Object(Py_NewRef(Py_None));
+    }
+    list_arguments.push_back({.values = values[i].data(),
+                              .is_list = parameter.is_list(),
+                              .is_constant = !parameter.is_list(),
+                              .is_date = parameter.is_date()});
+  }
+  host::ListCall call(host::loaded_module(), keyword, list_arguments);
+  const std::int64_t offsets[] = {0, static_cast<std::int64_t>(size)};
+  double result = std::nan("");
+  call.run(offsets, std::span(&result, 1), nullptr, {.sort = whole_number(arguments[1]) != 0});
+  return std::isnan(result) ? Object(Py_NewRef(Py_None)) : owned(PyFloat_FromDouble(result));
+}
+
 // group(codes, offsets, order): counts the rows of each code in offsets, one more than there are
 // codes, and stores the rows in the order of their codes. Rows with a negative code are left out.
 // Returns whether the rows were in this order already.
@@ -338,6 +385,7 @@ PyMethodDef methods[] = {
     {"scalar", fast<scalar>(), METH_FASTCALL, nullptr},
     {"columns", fast<columns>(), METH_FASTCALL, nullptr},
     {"lists", fast<lists>(), METH_FASTCALL, nullptr},
+    {"flows", fast<flows>(), METH_FASTCALL, nullptr},
     {"group", fast<group>(), METH_FASTCALL, nullptr},
     {"days", fast<days>(), METH_FASTCALL, nullptr},
     {"read", fast<read_objects>(), METH_FASTCALL, nullptr},
