@@ -264,12 +264,27 @@ def _factorize(call, by):
         by = pd.MultiIndex.from_frame(by)
     keys = by if isinstance(by, pd.Index) else pd.Index(by)
     if not isinstance(keys, pd.MultiIndex):
-        codes, uniques = keys.factorize(sort=True)
-        return codes, uniques.rename(keys.name)
+        starts = _starts_of_runs(keys)
+        firsts = keys[starts]
+        codes, uniques = firsts.factorize(sort=not firsts.is_monotonic_increasing)
+        return numpy.repeat(codes, numpy.diff(starts, append=len(keys))), uniques.rename(keys.name)
     present = numpy.logical_and.reduce([codes >= 0 for codes in keys.codes])
     codes = numpy.full(len(keys), -1)
     codes[present], uniques = keys[present].factorize(sort=True)
     return codes, uniques.set_names(keys.names)
+
+
+def _starts_of_runs(keys):
+    """Where the keys change. The keys of a sorted table are compared faster than they are looked up."""
+    if len(keys) > 0 and keys.dtype in ('O', 'i8'):
+        values = keys.to_numpy()
+        try:
+            starts = numpy.flatnonzero(numpy.append(True, values[1:] != values[:-1]))
+        except TypeError:  # pandas.NA cannot be compared
+            return numpy.arange(len(keys))
+        if 2 * starts.size < len(keys):
+            return starts
+    return numpy.arange(len(keys))
 
 
 def _is_pair(value):
