@@ -53,6 +53,8 @@ def test_keys_of_several_columns_and_missing_keys():
         result = vxfnc.xirr(FLOWS.amount, FLOWS.date, by=by)
         assert result.tolist() == [RATES[0], RATES[2]]
         assert by is masked or result.index.names == list(getattr(by, 'columns', ['fund']))
+    with_na = some.astype(object).where(some.notna(), pd.NA)
+    assert vxfnc.xirr(FLOWS.amount, FLOWS.date, by=with_na).tolist() == [RATES[0], RATES[2]]
     guess = pd.Series({'C': 0.1, 'B': 0.2, 'A': 0.3})
     assert vxfnc.xnpv(guess, FLOWS.amount, FLOWS.date, by=FLOWS.fund)['A'] == vxfnc.xnpv(0.3, AMOUNTS[0], DATES[0])
 

@@ -279,7 +279,7 @@ def _starts_of_runs(keys):
     if len(keys) > 0 and keys.dtype in ('O', 'i8'):
         values = keys.to_numpy()
         try:
-            starts = numpy.flatnonzero(numpy.append(True, values[1:] != values[:-1]))
+            starts = numpy.flatnonzero(numpy.append(True, numpy.not_equal(values[1:], values[:-1])))
         except TypeError:  # pandas.NA cannot be compared
             return numpy.arange(len(keys))
         if 2 * starts.size < len(keys):
