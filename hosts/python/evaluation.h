@@ -20,8 +20,8 @@ struct Column {
   [[nodiscard]] bool is_time() const noexcept { return units_per_day != 0; }
 };
 
-// The days from 1960 of 64-bit times, `stride` bytes apart; NaN for NaT. Returns whether all results
-// are days of the calendar or NaN.
+// The days from 1960 of 64-bit times, `stride` bytes apart; NaN for NaT. Returns whether all
+// results are days of the calendar or NaN.
 bool convert_to_days(const std::int64_t* times, std::int64_t stride, std::int64_t units_per_day,
                      std::span<double> days) noexcept;
 
