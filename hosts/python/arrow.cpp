@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <limits>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -195,16 +196,34 @@ T& pointer_in(PyObject* capsule, const char* name) {
   return *pointer;
 }
 
-[[noreturn]] void raise_error_of(ArrowArrayStream& stream) {
+// The error of a stream. Python must not have an error to raise while arrays are released.
+struct StreamError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] void throw_error_of(ArrowArrayStream& stream) {
   const char* const message = stream.get_last_error(&stream);
-  raise(PyExc_ValueError, message == nullptr ? "the stream of Arrow arrays failed" : message);
+  throw StreamError(message == nullptr ? "the stream of Arrow arrays failed" : message);
+}
+
+Object read_stream(ArrowArrayStream& stream) {
+  Values values;
+  Received<ArrowSchema> schema;
+  if (stream.get_schema(&stream, &schema.value) != 0) throw_error_of(stream);
+  if (!values.set_type(schema.value)) return Object(Py_NewRef(Py_None));
+  while (true) {
+    Received<ArrowArray> chunk;
+    if (stream.get_next(&stream, &chunk.value) != 0) throw_error_of(stream);
+    if (chunk.value.release == nullptr) return values.result();
+    values.append(chunk.value);
+  }
 }
 
 }  // namespace
 
 Object read_arrow(PyObject* const* arguments, Py_ssize_t count) {
-  Values values;
   if (count == 2) {
+    Values values;
     const auto& schema = pointer_in<ArrowSchema>(arguments[0], "arrow_schema");
     const auto& array = pointer_in<ArrowArray>(arguments[1], "arrow_array");
     if (!values.set_type(schema)) return Object(Py_NewRef(Py_None));
@@ -212,15 +231,10 @@ Object read_arrow(PyObject* const* arguments, Py_ssize_t count) {
     return values.result();
   }
   if (count != 1) raise(PyExc_TypeError, "one or two capsules are expected");
-  auto& stream = pointer_in<ArrowArrayStream>(arguments[0], "arrow_array_stream");
-  Received<ArrowSchema> schema;
-  if (stream.get_schema(&stream, &schema.value) != 0) raise_error_of(stream);
-  if (!values.set_type(schema.value)) return Object(Py_NewRef(Py_None));
-  while (true) {
-    Received<ArrowArray> chunk;
-    if (stream.get_next(&stream, &chunk.value) != 0) raise_error_of(stream);
-    if (chunk.value.release == nullptr) return values.result();
-    values.append(chunk.value);
+  try {
+    return read_stream(pointer_in<ArrowArrayStream>(arguments[0], "arrow_array_stream"));
+  } catch (const StreamError& error) {
+    raise(PyExc_ValueError, error.what());
   }
 }
 

@@ -179,3 +179,44 @@ def test_arrow_arrays():
     for form, message in [(b'tsu:UTC', 'time zone'), (b'l', 'Arrow array of numbers')]:
         with pytest.raises(TypeError, match=message):
             vxfnc.yearfrac(Arrow(form, [None, times], 9), '2030-01-01')
+
+
+class Stream(ctypes.Structure):
+    """A stream of arrays, which can be read once. Each one that it gives must be released."""
+    TYPES = [ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)] * 2 + [
+        ctypes.CFUNCTYPE(ctypes.c_char_p, ctypes.c_void_p), ctypes.CFUNCTYPE(None, ctypes.c_void_p)]
+    _fields_ = [(f'function{i}', kind) for i, kind in enumerate(TYPES)] + [('private', ctypes.c_void_p)]
+
+    def __init__(self, chunks, fails=False):
+        given = iter(chunks)
+        self.unreleased, self.last = 0, 5 if fails else 0  # the status after the last chunk
+
+        def give(structure, to):
+            structure.release = ctypes.cast(self.function3, ctypes.c_void_p).value
+            ctypes.memmove(to, ctypes.byref(structure), ctypes.sizeof(structure))
+            self.unreleased += 1
+            return 0
+
+        def release(_):
+            self.unreleased -= 1
+
+        def give_next(_, to):
+            chunk = next(given, None)
+            return self.last if chunk is None else give(chunk.array, to)
+
+        super().__init__(*(kind(function) for kind, function in zip(self.TYPES, [
+            lambda _, to: give(chunks[0].schema, to), give_next, lambda _: None, release])))
+
+    def __arrow_c_stream__(self, requested_schema=None):
+        new = ctypes.pythonapi.PyCapsule_New
+        new.restype, new.argtypes = ctypes.py_object, (ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p)
+        return new(ctypes.addressof(self), b'arrow_array_stream', None)
+
+
+def test_arrow_streams():
+    chunks = [Arrow(b'g', [None, AMOUNT], 1), Arrow(b'g', [None, AMOUNT], 0), Arrow(b'g', [None, AMOUNT], 2, offset=1)]
+    good, bad = Stream(chunks), Stream(chunks, fails=True)
+    assert vxfnc.irr(good) == vxfnc.irr(AMOUNTS[0])
+    with pytest.raises(ValueError, match='the stream of Arrow arrays failed'):
+        vxfnc.irr(bad)
+    assert good.unreleased == bad.unreleased == 0

@@ -8,7 +8,7 @@ from . import _native
 from ._calls import CALLS, thread_count
 from ._errors import Failure, check_option, report
 from ._rows import common_index, series
-from ._values import is_frame, is_series, pandas, read, read_arrow
+from ._values import Values, is_frame, is_series, pandas, read, read_arrow
 
 _ALL = sys.maxsize
 
@@ -113,8 +113,8 @@ class Groups:
     def _in_groups(self, lists):
         """Finds the groups in lists of lists, pairs of values and offsets, and tables."""
         flows = [_nested(self.call, parameter, value) for parameter, value in lists]
-        if all(each is None for each in flows):
-            values = [read(self.call, parameter, value) for parameter, value in lists]
+        if not any(isinstance(each, Flows) for each in flows):
+            values = [each or read(self.call, *pair) for each, pair in zip(flows, lists)]
             common_index(self.call, [value for _, value in lists])
             if all(each.array.ndim == 2 for each in values):
                 shape = numpy.broadcast_shapes(*(each.array.shape for each in values))
@@ -129,7 +129,7 @@ class Groups:
                                      f'must have the length of {lists[0][0].name}, {values[0].array.size}')
             return [Flows(each.doubles(), numpy.array([each.array.size]), each.misfits) for each in values]
         for (parameter, _), each in zip(lists, flows):
-            if each is None or each.lengths.size != flows[0].lengths.size:
+            if not isinstance(each, Flows) or each.lengths.size != flows[0].lengths.size:
                 raise ValueError(f'{self.call.name}: {parameter.name} must have one list for each list of '
                                  f'{lists[0][0].name}')
         return flows
@@ -206,11 +206,14 @@ def _is_date(value):
 
 
 def _nested(call, parameter, value):
-    """The flows of an argument with one list per group; None if it is not such an argument."""
+    """The flows of an argument with one list per group; None if it is not such an argument.
+
+    An Arrow array of single values is returned as Values, because a stream can be read only once.
+    """
     arrow = read_arrow(call, parameter, value)
     if arrow is not None:
         numbers, offsets = arrow
-        return None if offsets is None else Flows(numbers, numpy.diff(offsets))
+        return Values(numbers) if offsets is None else Flows(numbers, numpy.diff(offsets))
     if _is_pair(value):
         values = read(call, parameter, value[0])
         return _of_offsets(call, parameter, values, numpy.asarray(value[1], numpy.int64))
