@@ -111,7 +111,9 @@ std::string docstring_of(const Keyword& keyword) {
     text += "    by : array, optional\n" +
             indented(
                 "The key of each amount, such as the name of a fund. The amounts of a key are "
-                "a group, and the result is a Series with one row per key.");
+                "a group, and the result is a Series with one row per key. Without keys, each "
+                "list is one group, or has several: a list of lists, a table with one group "
+                "per row, or a pair (values, offsets).");
     if (keyword.has_dated_lists()) {
       text += "    sort : bool, default True\n" +
               indented(
@@ -130,13 +132,18 @@ std::string docstring_of(const Keyword& keyword) {
           heading("Returns");
   const bool is_date = keyword.result == catalog::ResultKind::kDate;
   text += fmt::format("    {}, array or Series\n", is_date ? "datetime.date" : "float") +
-          indented(catalog::sentence(words.result) + " NaN where an argument is missing.");
+          indented(fmt::format("{} {} where an argument is missing.",
+                               catalog::sentence(words.result), is_date ? "NaT" : "NaN"));
   text += heading("Raises") + "    FinanceError\n" +
           indented(
               "A row fails and errors is 'raise'. The exception has the attributes keyword, "
               "argument and row.") +
           "    TypeError\n" +
-          indented("An argument has the wrong type, such as a number for a date.");
+          indented("An argument has the wrong type, such as a number for a date.") +
+          "    ValueError\n" +
+          indented(
+              "The arrays have different shapes, the Series have different indexes, or an option "
+              "is invalid.");
   if (!words.causes.empty()) {
     std::string causes;
     for (const catalog::Cause& cause : words.causes) {
