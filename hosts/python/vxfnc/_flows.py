@@ -1,5 +1,6 @@
 """Calculations over cash flows, with one result per group of flows."""
 import itertools
+import math
 import sys
 
 import numpy
@@ -222,15 +223,16 @@ def _nested(call, parameter, value):
     if not (is_series(value) and value.dtype == object or isinstance(value, (list, tuple, numpy.ndarray))):
         return None
     lists = list(value)
-    if not _is_list(next((each for each in lists if not _is_missing(each)), None)):
+    if not _is_list(next((each for each in lists if _is_list(each) or not _is_missing(each)), None)):
         return None
-    missing = numpy.array([_is_missing(each) for each in lists])
-    for group in numpy.flatnonzero(~missing).tolist():
-        if not _is_list(lists[group]):
+    missing = numpy.array([not _is_list(each) for each in lists])
+    for group in numpy.flatnonzero(missing).tolist():
+        if not _is_missing(lists[group]):
             raise TypeError(f'{call.name}: {parameter.name} has lists, but its element {group} is '
                             f'{lists[group]!r:.80}: must be a list')
-    lengths = numpy.array([0 if gap else len(each) for each, gap in zip(lists, missing)], numpy.int64)
-    values = read(call, parameter, _joined([each for each in lists if _is_list(each) and len(each) > 0]))
+        lists[group] = ()
+    lengths = numpy.array(list(map(len, lists)), numpy.int64)
+    values = read(call, parameter, _joined([each for each in lists if len(each) > 0]))
     if values.array.ndim != 1:
         raise ValueError(f'{call.name}: {parameter.name} has lists of lists of lists: must have lists of lists')
     return Flows(values.doubles(), lengths, values.misfits, missing)
@@ -242,7 +244,8 @@ def _is_list(value):
 
 
 def _is_missing(value):
-    return value is None or not _is_list(value) and pandas() is not None and pandas().isna(value) is True
+    is_nan = isinstance(value, float) and math.isnan(value)
+    return value is None or is_nan or pandas() is not None and pandas().isna(value) is True
 
 
 def _joined(lists):
