@@ -8,18 +8,11 @@
 
 #include "catalog/catalog.h"
 #include "catalog/page.h"
-#include "hosts/call/value.h"
 
 namespace {
 
-using catalog::Argument, catalog::ArgumentKind, catalog::Keyword, catalog::Presence;
-
-// The name of a function in Python. A word of the language gets an underscore.
-std::string name_of(std::string_view keyword) {
-  std::string name;
-  for (const char c : keyword) name += static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
-  return name == "yield" ? name + '_' : name;
-}
+using catalog::Argument, catalog::ArgumentKind, catalog::Keyword, catalog::Presence,
+    catalog::python_name_of;
 
 std::string default_of(const Argument& argument) {
   if (argument.kind == ArgumentKind::kBasis) return "0";
@@ -64,39 +57,6 @@ std::string allowed_text(const Argument& argument) {
 
 std::string heading(std::string_view title) {
   return fmt::format("\n    {}\n    {}\n", title, std::string(title.size(), '-'));
-}
-
-// The words of an example, as Python writes them.
-std::string literal(std::string_view word) {
-  return host::value_of(word).kind == host::Value::Kind::kNumber ? std::string(word)
-                                                                 : fmt::format("'{}'", word);
-}
-
-std::string example_of(const Keyword& keyword) {
-  std::vector<std::string_view> words;
-  std::string_view rest = keyword.description.example;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find(' '), rest.size());
-    words.push_back(rest.substr(0, end));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-  }
-  std::string arguments;
-  const Argument* previous = nullptr;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    const Argument* const argument = keyword.argument_at(i + 1, words.size());
-    const bool is_in_list = previous != nullptr && previous->is_list();
-    if (is_in_list && argument != previous) arguments += ']';
-    if (!arguments.empty()) arguments += ", ";
-    if (argument->is_list() && argument != previous) arguments += '[';
-    arguments += literal(words[i]);
-    previous = argument;
-  }
-  if (previous != nullptr && previous->is_list()) arguments += ']';
-  const std::string call = fmt::format("vxfnc.{}({})", name_of(keyword.word), arguments);
-  const bool is_date = keyword.result == catalog::ResultKind::kDate;
-  return fmt::format("    >>> import vxfnc\n    >>> result = {}\n    >>> {}\n    {}\n", call,
-                     is_date ? "print(result)" : "print(f'{result:.10g}')",
-                     keyword.description.value);
 }
 
 std::string docstring_of(const Keyword& keyword) {
@@ -159,11 +119,8 @@ std::string docstring_of(const Keyword& keyword) {
   }
   text += heading("See Also") + "    ";
   std::string related;
-  std::string_view rest = words.related;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find(' '), rest.size());
-    related.append(related.empty() ? "" : ", ").append(name_of(rest.substr(0, end)));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
+  for (const std::string_view word : catalog::words_in(words.related)) {
+    related.append(related.empty() ? "" : ", ").append(python_name_of(word));
   }
   text += related + '\n' + heading("Notes") + "    ::\n\n";
   for (std::string_view formula = words.formula; !formula.empty();) {
@@ -171,7 +128,7 @@ std::string docstring_of(const Keyword& keyword) {
     text.append("        ").append(formula.substr(0, end)).append("\n");
     formula.remove_prefix(std::min(end + 1, formula.size()));
   }
-  return text + heading("Examples") + example_of(keyword) + "    \"\"\"\n";
+  return text + heading("Examples") + python_example_of(keyword) + "    \"\"\"\n";
 }
 
 std::string tuple_of(const Keyword& keyword) {
@@ -186,7 +143,7 @@ void write_function(const Keyword& keyword, std::size_t number) {
   const std::string options = "errors='warn', threads=None):";
   std::string extra;
   if (keyword.has_lists()) extra = keyword.has_dated_lists() ? "by=None, sort=True, " : "by=None, ";
-  std::cout << "\n\ndef " << name_of(keyword.word) << '('
+  std::cout << "\n\ndef " << python_name_of(keyword.word) << '('
             << parameters_of(keyword, [](const Argument&) { return std::string(); }) << extra
             << options << '\n'
             << docstring_of(keyword);
@@ -207,7 +164,7 @@ void write_function(const Keyword& keyword, std::size_t number) {
 
 void write_types(const Keyword& keyword) {
   const bool is_date = keyword.result == catalog::ResultKind::kDate;
-  const std::string name = name_of(keyword.word);
+  const std::string name = python_name_of(keyword.word);
   const auto any = [](const Argument&) { return std::string(": Any"); };
   const std::string options = "errors: Errors = ..., threads: int | None = ...)";
   if (keyword.has_lists()) {
@@ -229,7 +186,7 @@ void write_types(const Keyword& keyword) {
 std::string all_names() {
   std::string text = "__all__ = [\n";
   for (const Keyword& keyword : catalog::keywords()) {
-    text += fmt::format("    '{}',\n", name_of(keyword.word));
+    text += fmt::format("    '{}',\n", python_name_of(keyword.word));
   }
   return text + "]\n";
 }
