@@ -122,6 +122,8 @@ def with_picture(markdown, heading, image):
 
 def on_page_markdown(markdown, page, config, files):
     path = sources[page.file.src_uri]
+    if path == 'docs/index.md':
+        page.meta['hide'] = ['navigation']
     here = posixpath.dirname(page.file.src_uri) or '.'
 
     def resolved(match):

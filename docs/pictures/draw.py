@@ -65,6 +65,10 @@ def plot(axes, scheme, x, y, number, label, **options):
     axes.plot(x, y, color=scheme.series[number], linestyle=LINES[number], label=label, **options)
 
 
+def percent(fraction):
+    return f'{100 * fraction:.3g} %'
+
+
 def table_below(page, heading):
     """The rows of the first table below a heading, without its head."""
     text = (DOCUMENTS / page).read_text().split(f'# {heading}\n', 1)[1]
@@ -85,11 +89,11 @@ def price_against_yield(axes, scheme):
         prices[years] = vxfnc.price('2026-11-15', f'{2026 + years}-11-15', 0.05, yields, 100, 2)
         plot(axes, scheme, yields, prices[years], number, f'{years} years')
     axes.axhline(100, color=scheme.grid, linewidth=1, zorder=0)
-    axes.xaxis.set_major_formatter(PercentFormatter(1))
+    axes.xaxis.set_major_formatter(PercentFormatter(1, 0, ' %'))
     axes.set(xlabel='yield', ylabel='price per 100 of face value')
     axes.legend(title='Bond with a coupon of 5 %')
     low, high = yields[0], yields[-1]
-    return (f'Prices of three bonds with a coupon of 5 % against the yield, from {low:.1%} to {high:.0%}. '
+    return (f'Prices of three bonds with a coupon of 5 % against the yield, from {percent(low)} to {percent(high)}. '
             f'The curves fall and cross at a yield of 5 % and a price of 100. The price of 30 years falls '
             f'from {prices[30][0]:.0f} to {prices[30][-1]:.0f}, that of 10 years from '
             f'{prices[10][0]:.0f} to {prices[10][-1]:.0f}, and that of 2 years from '
@@ -123,10 +127,10 @@ def duration_against_maturity(axes, scheme):
     durations = {}
     for number, coupon in enumerate([0.02, 0.05, 0.08]):
         durations[coupon] = vxfnc.duration('2026-11-15', maturities, coupon, 0.08, 2)
-        plot(axes, scheme, years, durations[coupon], number, f'coupon of {coupon:.0%}')
+        plot(axes, scheme, years, durations[coupon], number, f'coupon of {percent(coupon)}')
     limit = 1.04 / 0.08
     axes.axhline(limit, color=scheme.text, linewidth=0.8)
-    axes.annotate(f'limit of all bonds: {limit:g}', (0.7, limit + 0.15), va='bottom')
+    axes.annotate(f'limit: {limit:g}', (0.7, limit + 0.15), va='bottom')
     axes.set(xlabel='years to maturity', ylabel='duration, years', ylim=(0, 17))
     years_on(axes, 0, 60)
     axes.legend(title='Yield of 8 %', loc='lower right')
@@ -139,7 +143,7 @@ def duration_against_maturity(axes, scheme):
 @picture('depreciation', ('conventions.md', 'Depreciation'),
          *((f'reference/{word}.md', 'Formula') for word in ['SLN', 'SYD', 'DB', 'DDB', 'VDB']))
 def depreciation_methods(axes, scheme):
-    cost, salvage, life = 10000, 1000, 10
+    cost, salvage, life = 10000, 500, 10
     periods = numpy.arange(1, life + 1)
     charges = {
         'SLN': numpy.full(life, vxfnc.sln(cost, salvage, life)),
@@ -154,7 +158,7 @@ def depreciation_methods(axes, scheme):
     axes.set(xlabel='end of year', ylabel='value of the asset', ylim=(0, None))
     years_on(axes, 0, life)
     axes.yaxis.set_major_formatter(FuncFormatter(lambda y, _: f'{y:,.0f}'))
-    axes.legend(title='Cost 10,000, salvage 1,000')
+    axes.legend(title='Cost 10,000, salvage 500')
     after = ', '.join(f'{value[3]:,.0f} for {word}' for word, value in values.items())
     last = ', '.join(f'{value[-1]:,.0f} for {word}' for word, value in values.items())
     return (f'Value of an asset over a life of 10 years by five methods, with the switch of VDB to straight '
@@ -201,33 +205,35 @@ def two_rates_of_return(axes, scheme):
         low, high = (middle, high) if value(middle) > 0 else (low, middle)
     axes.axhline(0, color=scheme.text, linewidth=0.8)
     axes.plot([first, low], [0, 0], 'o', color=scheme.series[1])
-    axes.annotate(f'{first:.1%}: the result of IRR', (first, 0), (first + 0.03, -17), color=scheme.text)
-    axes.annotate(f'{low:.1%}', (low, 0), (low + 0.01, 1.5), color=scheme.text)
-    axes.xaxis.set_major_formatter(PercentFormatter(1, decimals=0))
+    axes.annotate(f'{percent(first)}: the result of IRR', (first, 0), (first + 0.04, -12),
+                  arrowprops={'arrowstyle': '-', 'color': scheme.text})
+    axes.annotate(percent(low), (low + 0.01, 1))
+    axes.xaxis.set_major_formatter(PercentFormatter(1, 0, ' %'))
     axes.set(xlabel='rate per period', ylabel='net present value', xlim=(0, 0.6))
     axes.set_title('Flows of -1000, 2500 and -1550', fontsize=11, color=scheme.text)
     return (f'Net present value of the flows -1000, 2500 and -1550 against the rate. It is negative at low '
-            f'rates, crosses 0 at {first:.1%}, is positive up to {low:.1%}, crosses 0 again, and is negative '
-            f'at higher rates. IRR returns {first:.1%}.')
+            f'rates, crosses 0 at {percent(first)}, is positive up to {percent(low)}, crosses 0 again, and is negative '
+            f'at higher rates. IRR returns {percent(first)}.')
 
 
 @picture('bases', ('conventions.md', 'Day-count bases'), ('reference/YEARFRAC.md', 'Formula'))
 def bases_over_a_year(axes, scheme):
-    days = numpy.arange('2028-01-01', '2029-01-02', dtype='datetime64[D]')
+    days = numpy.arange('2027-12-31', '2029-01-01', dtype='datetime64[D]')
     passed = numpy.arange(len(days))
     gained = {}
     for number, basis in enumerate(['30/360', 'ACTUAL', 'ACT/360', 'ACT/365', 'EU30/360']):
-        gained[basis] = vxfnc.yearfrac('2028-01-01', days, basis) * 366 - passed
+        gained[basis] = vxfnc.yearfrac('2027-12-31', days, basis) * 366 - passed
         plot(axes, scheme, days, gained[basis], number, basis, linewidth=1.4)
     axes.xaxis.set_major_locator(matplotlib.dates.MonthLocator(bymonth=[1, 3, 5, 7, 9, 11]))
     axes.xaxis.set_major_formatter(matplotlib.dates.DateFormatter('%b'))
-    axes.set(xlabel='end date; the start is 1 January 2028, a leap year',
+    axes.set(xlabel='end date; the start is 31 December 2027',
              ylabel='days ahead of the calendar')
     axes.legend()
     ends = ', '.join(f'{value[-1]:+.1f} for {basis}' for basis, value in gained.items())
-    return (f'YEARFRAC from 1 January 2028 to each day of the year, times 366, minus the days that have '
-            f'passed. At the end of the year the lines are {ends} days ahead. ACT/360 and ACT/365 rise '
-            f'evenly. 30/360 and EU30/360 jump at the ends of the months, by up to two days at the end of February.')
+    return (f'YEARFRAC from 31 December 2027 to each day of 2028, times 366, minus the days that have '
+            f'passed. At the end of the year the lines are {ends} days ahead. ACTUAL, ACT/360 and ACT/365 '
+            f'are straight lines. 30/360 and EU30/360 are saws that fall back at the end of each month of 31 '
+            f'days. On most days 30/360 counts one day less than EU30/360.')
 
 
 def bars(axes, scheme, names, lengths, label, first, last, write):
@@ -239,6 +245,7 @@ def bars(axes, scheme, names, lengths, label, first, last, write):
                       va='center', fontsize=8)
     axes.set(xscale='log', xlim=(first, last), ylim=(len(names) - 0.4, -0.6), yticks=places)
     axes.set_yticklabels(names, fontsize=8)
+    axes.xaxis.set_major_formatter(FuncFormatter(lambda x, _: f'{x:,.0f}' if x >= 1 else f'{x:g}'))
     axes.tick_params(axis='y', length=0)
     axes.grid(axis='y', visible=False)
 
@@ -253,7 +260,7 @@ def speed(axes, scheme):
     axes.plot(times / ratios, range(len(rows)), 'D', color=scheme.series[1], markersize=4.5,
               markeredgecolor=scheme.text, markeredgewidth=0.5, label='minimal computation')
     axes.set_xlabel('nanoseconds, logarithmic scale')
-    axes.legend(loc='lower right')
+    axes.legend(loc='upper right')
     return (f'Times of the {len(rows)} calls of the table below as bars on a logarithmic scale, from '
             f'{times.min():.0f} ns for {names[times.argmin()]} to {times.max():,.0f} ns for '
             f'{names[times.argmax()]}; the median is {numpy.median(times):.0f} ns. Diamonds show the minimal '
@@ -266,12 +273,12 @@ def accuracy(axes, scheme):
     names = [row[0] for row in rows]
     medians = numpy.array([float(row[2]) for row in rows])
     losses = numpy.array([float(row[5]) for row in rows])
-    bars(axes, scheme, names, medians, 'median error', 0.1, 3e6, lambda ulp: f'{ulp:g}')
+    bars(axes, scheme, names, medians, 'median error', 0.1, 3e6, lambda ulp: '' if ulp else '0')
     axes.plot(numpy.where(losses > 0, losses, numpy.nan), range(len(rows)), 'D', color=scheme.series[1],
               markersize=4.5, markeredgecolor=scheme.text, markeredgewidth=0.5, label='largest loss')
     axes.axvline(0.5, color=scheme.text, linewidth=0.8)
-    axes.set_xlabel('units of the last place, logarithmic scale; the nearest double has at most 0.5')
-    axes.legend(loc='lower right')
+    axes.set_xlabel('units of the last place, logarithmic scale')
+    axes.legend(loc='upper right')
     return (f'Median errors of the {len(rows)} rows of the table as bars, and the largest losses as '
             f'diamonds, on a logarithmic scale. {(medians == 0).sum()} medians are 0, '
             f'{(medians <= 1).sum()} are at most 1 ulp, and the largest is {medians.max():g} for '
