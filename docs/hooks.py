@@ -20,10 +20,14 @@ from mkdocs.exceptions import PluginError
 from mkdocs.structure.files import File
 
 ROOT = Path(__file__).resolve().parent.parent
-PICTURES = ROOT / 'build' / 'pictures'
 LINK = re.compile(r'(?<=\]\()([^)\s#]+)(?=[#)])')
 LANGUAGES = {'.h': 'c', '.hpp': 'cpp', '.cpp': 'cpp', '.py': 'python', '.sql': 'sql', '.sh': 'sh'}
 sources = {}  # the path of each page in the site: its path in the source tree
+
+
+def pictures_of(config):
+    """The folder of the pictures, which is beside the site."""
+    return Path(config['site_dir']).parent / 'pictures'
 
 
 def site_path(path):
@@ -85,8 +89,9 @@ def on_files(files, config):
             page = File(uri, str(ROOT), config['site_dir'], use_directory_urls=False)
             page.abs_src_path = str(ROOT / path)
             files.append(page)
-    for svg in sorted(PICTURES.glob('*.svg')):
-        files.append(File(f'pictures/{svg.name}', str(PICTURES.parent), config['site_dir'], False))
+    pictures = pictures_of(config)
+    for svg in sorted(pictures.glob('*.svg')):
+        files.append(File(f'pictures/{svg.name}', str(pictures.parent), config['site_dir'], False))
     return files
 
 
@@ -134,9 +139,10 @@ def on_page_markdown(markdown, page, config, files):
 
     if path.endswith('.md'):
         markdown = outside_fences(markdown, lambda text: LINK.sub(resolved, text))
-    if not (PICTURES / 'pictures.json').is_file():
+    pictures = pictures_of(config) / 'pictures.json'
+    if not pictures.is_file():
         raise PluginError('no pictures: run ./dev docs')
-    for picture in json.loads((PICTURES / 'pictures.json').read_text()):
+    for picture in json.loads(pictures.read_text()):
         for place, heading in picture['places']:
             if place == page.file.src_uri:
                 markdown = with_picture(markdown, heading, figure(picture, place))
