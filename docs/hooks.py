@@ -110,7 +110,8 @@ def figure(picture, page):
         f'<img src="{folder}/{picture["name"]}{suffix}.svg#only-{kind}" alt="{text}" '
         f'width="{picture["width"]:.0f}" height="{picture["height"]:.0f}">'
         for suffix, kind in [('', 'light'), ('-dark', 'dark')])
-    return f'<p class="picture">{images}</p>\n\n'
+    caption = html.escape(picture['caption'])
+    return f'<figure class="picture">{images}<figcaption>{caption}</figcaption></figure>\n\n'
 
 
 def with_picture(markdown, heading, image):

@@ -48,14 +48,14 @@ SCHEMES = [
 ]
 
 
-def picture(name, *places, height=3.7):
+def picture(name, caption, *places, height=3.7):
     """Registers a function that draws on axes and returns the text for readers who cannot see it.
 
     A place is a page and one of its headings: the picture is at the end of that section.
     """
 
     def register(draw):
-        PICTURES.append((name, places, height, draw))
+        PICTURES.append((name, caption, places, height, draw))
         return draw
 
     return register
@@ -81,7 +81,8 @@ def years_on(axes, first, last):
     axes.set_xlim(first, last)
 
 
-@picture('price', ('index.md', 'A bond in one picture'), ('reference/PRICE.md', 'Formula'))
+@picture('price', 'Price against yield of bonds with a coupon of 5 %.',
+         ('index.md', 'A bond in one picture'), ('reference/PRICE.md', 'Formula'))
 def price_against_yield(axes, scheme):
     yields = numpy.linspace(0.005, 0.12, 116)
     prices = {}
@@ -100,7 +101,8 @@ def price_against_yield(axes, scheme):
             f'{prices[2][0]:.0f} to {prices[2][-1]:.0f}.')
 
 
-@picture('clean', ('conventions.md', 'Rates and amounts'), ('reference/ACCRINT.md', 'Formula'))
+@picture('clean', 'Clean and dirty price of a bond over a year, at a constant yield.',
+         ('conventions.md', 'Rates and amounts'), ('reference/ACCRINT.md', 'Formula'))
 def clean_and_dirty(axes, scheme):
     days = numpy.arange('2026-01-01', '2027-01-01', dtype='datetime64[D]')
     bond = ('2031-05-15', 2, 'ACTUAL')
@@ -120,7 +122,8 @@ def clean_and_dirty(axes, scheme):
             f'meets the clean price.')
 
 
-@picture('duration', ('reference/DURATION.md', 'Formula'))
+@picture('duration', 'Duration against maturity, at a yield of 8 %.',
+         ('reference/DURATION.md', 'Formula'))
 def duration_against_maturity(axes, scheme):
     years = numpy.arange(1, 61)
     maturities = [f'{2026 + year}-11-15' for year in years]
@@ -140,7 +143,8 @@ def duration_against_maturity(axes, scheme):
             f'duration is longest, {durations[0.02][peak]:.1f} years, at {years[peak]} years, and then falls.')
 
 
-@picture('depreciation', ('conventions.md', 'Depreciation'),
+@picture('depreciation', 'Five methods over the life of one asset. VDB switches to straight line.',
+         ('conventions.md', 'Depreciation'),
          *((f'reference/{word}.md', 'Formula') for word in ['SLN', 'SYD', 'DB', 'DDB', 'VDB']))
 def depreciation_methods(axes, scheme):
     cost, salvage, life = 10000, 500, 10
@@ -165,7 +169,8 @@ def depreciation_methods(axes, scheme):
             f'line. It begins with 10,000. After three years it is {after}; after ten years {last}.')
 
 
-@picture('loan', ('tour.md', 'Amortize loans'),
+@picture('loan', 'Interest and principal in each payment of a loan.',
+         ('tour.md', 'Amortize loans'),
          *((f'reference/{word}.md', 'Formula') for word in ['PMT', 'IPMT', 'PPMT']))
 def interest_and_principal(axes, scheme):
     months = numpy.arange(1, 301)
@@ -189,7 +194,8 @@ def interest_and_principal(axes, scheme):
             f'{principal[-1]:,.2f}. From month {months[half]} on, the principal is the larger part.')
 
 
-@picture('two-rates', ('reference/IRR.md', 'Formula'), ('reference/NPV.md', 'Formula'))
+@picture('two-rates', 'Flows whose sign changes twice can have two rates of return.',
+         ('reference/IRR.md', 'Formula'), ('reference/NPV.md', 'Formula'))
 def two_rates_of_return(axes, scheme):
     flows = [-1000, 2500, -1550]
 
@@ -216,7 +222,8 @@ def two_rates_of_return(axes, scheme):
             f'at higher rates. IRR returns {percent(first)}.')
 
 
-@picture('bases', ('conventions.md', 'Day-count bases'), ('reference/YEARFRAC.md', 'Formula'))
+@picture('bases', 'Days that each basis counts, compared with the calendar.',
+         ('conventions.md', 'Day-count bases'), ('reference/YEARFRAC.md', 'Formula'))
 def bases_over_a_year(axes, scheme):
     days = numpy.arange('2027-12-31', '2029-01-01', dtype='datetime64[D]')
     passed = numpy.arange(len(days))
@@ -250,7 +257,8 @@ def bars(axes, scheme, names, lengths, label, first, last, write):
     axes.grid(axis='y', visible=False)
 
 
-@picture('speed', ('performance.md', 'One call of each keyword'), height=10.5)
+@picture('speed', 'Time of one call of each keyword, beside the minimal computation.',
+         ('performance.md', 'One call of each keyword'), height=10.5)
 def speed(axes, scheme):
     rows = table_below('performance.md', 'One call of each keyword')
     names = [', '.join(filter(None, row[:2])) for row in rows]
@@ -267,7 +275,9 @@ def speed(axes, scheme):
             f'computation of {numpy.isfinite(ratios).sum()} calls.')
 
 
-@picture('accuracy', ('accuracy.md', 'Figures'), height=9.5)
+@picture('accuracy',
+         'Median error and largest loss of each keyword. The line is at 0.5, the bound of the nearest double.',
+         ('accuracy.md', 'Figures'), height=9.5)
 def accuracy(axes, scheme):
     rows = table_below('accuracy.md', 'Figures')
     names = [row[0] for row in rows]
@@ -290,7 +300,7 @@ def main():
     folder = pathlib.Path(sys.argv[1])
     folder.mkdir(parents=True, exist_ok=True)
     written = []
-    for name, places, height, draw in PICTURES:
+    for name, caption, places, height, draw in PICTURES:
         for scheme in SCHEMES:
             style = {
                 'font.size': 10.5, 'svg.hashsalt': name, 'text.color': scheme.text,
@@ -306,8 +316,8 @@ def main():
                 figure.savefig(folder / f'{name}{scheme.suffix}.svg', transparent=True,
                                metadata={'Date': None})
                 pyplot.close(figure)
-        written.append({'name': name, 'places': places, 'text': text, 'width': WIDTH * 96,
-                        'height': height * 96})
+        written.append({'name': name, 'caption': caption, 'places': places, 'text': text,
+                        'width': WIDTH * 96, 'height': height * 96})
     (folder / 'pictures.json').write_text(json.dumps(written, indent=1))
 
 
