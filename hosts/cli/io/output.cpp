@@ -48,8 +48,13 @@ std::string json_number(std::string_view text) {
   return digits;
 }
 
+// Signals that end a process and can be caught.
+constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,   SIGTRAP,   SIGABRT,
+                                  SIGBUS,  SIGFPE,  SIGUSR1, SIGSEGV,  SIGUSR2,   SIGPIPE,
+                                  SIGALRM, SIGTERM, SIGXCPU, SIGXFSZ,  SIGVTALRM, SIGPROF,
+                                  SIGIO,   SIGPWR,  SIGSYS,  SIGSTKFLT};
+
 // The names of the temporary files that are being written, for the signal handler.
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ};
 constexpr std::size_t kLongestName = 4096;
 char interrupted_files[2][kLongestName];
 
