@@ -13,7 +13,7 @@ import tempfile
 
 LIST = pathlib.Path(__file__).resolve().with_suffix(".txt")
 TARGETS = ("vxfnc vxkernel vxkernel_shared finance manual unit_tests module_tests sqlite_tests "
-           "finance_postgresql postgresql_script duckdb_extension duckdb_shell duckdb_tests")
+           "finance_postgresql postgresql_script duckdb_extension duckdb_shell duckdb_tests python_package")
 
 
 def mistakes():
