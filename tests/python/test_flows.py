@@ -44,6 +44,11 @@ def test_groups_by_key(order):
     assert vxfnc.xirr(flows.amount, flows.date, by=flows.fund.astype('category')).to_dict() == result.to_dict()
 
 
+def test_flows_of_a_key_keep_their_order():
+    mixed = FLOWS.iloc[[5, 0, 3, 6, 1, 7, 4, 2, 8]]
+    assert vxfnc.irr(mixed.amount, by=mixed.fund).tolist() == [vxfnc.irr(each) for each in AMOUNTS]
+
+
 def test_keys_of_several_columns_and_missing_keys():
     keys = FLOWS[['fund']].assign(currency='EUR')
     assert vxfnc.xirr(FLOWS.amount, FLOWS.date, by=keys)['B', 'EUR'] == RATES[1]
