@@ -13,7 +13,8 @@ def lines(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()
 
 
-changed = {os.path.realpath(path) for path in lines('git', 'diff', '--name-only', commit)}
+paths = lines('git', 'diff', '--name-only', commit) + lines('git', 'ls-files', '--others', '--exclude-standard')
+changed = {os.path.realpath(path) for path in paths}
 # Blocks such as "x.cpp.o: #deps 2, deps mtime 1 (VALID)", and the files below it, the source first.
 for block in re.split(r'^\S.*\n', '\n'.join(lines('ninja', '-C', build, '-t', 'deps')) + '\n', flags=re.M):
     files = [os.path.realpath(os.path.join(build, path)) for path in block.split()]
