@@ -353,15 +353,15 @@ Object days(PyObject* const* arguments, Py_ssize_t count) {
 }
 
 // keywords(): for each keyword its name, the kind of its result and its arguments: (name, kind,
-// whether it is a list).
+// whether it is a list, what it must be).
 Object keywords() {
   Object all = owned(PyList_New(0));
   for (const catalog::Keyword& keyword : catalog::keywords()) {
     Object list = owned(PyList_New(0));
     for (const catalog::Argument& argument : keyword.arguments()) {
-      const Object item =
-          owned(Py_BuildValue("siO", argument.name.data(), static_cast<int>(argument.kind),
-                              argument.is_list() ? Py_True : Py_False));
+      const Object item = owned(Py_BuildValue(
+          "siOs", argument.name.data(), static_cast<int>(argument.kind),
+          argument.is_list() ? Py_True : Py_False, host::type_error(argument.kind).c_str()));
       if (PyList_Append(list.get(), item.get()) != 0) throw Raised();
     }
     const Object item = owned(Py_BuildValue("siN", keyword.word.data(),

@@ -12,11 +12,14 @@ _DATE_RESULT = 5
 class Parameter:
     """An argument of a calculation."""
 
-    def __init__(self, name, kind, is_list):
+    def __init__(self, name, kind, is_list, allowed):
         self.name = name
         self.kind = kind
         self.is_list = is_list
         self.is_date = kind in (DATE, DATE_TIME)
+        self.allowed = allowed  # 'must be a number'
+        if self.is_date:
+            self.allowed = "must be a date, such as datetime.date(2026, 11, 23) or '2026-11-23'"
 
 
 class Call:

@@ -8,7 +8,7 @@ import sys
 import numpy
 
 from . import _native
-from ._calls import BASIS, FREQUENCY, WHOLE
+from ._calls import BASIS
 
 FLOAT64, FLOAT32, INT64, INT32 = range(1, 5)
 _TYPES = {'f8': FLOAT64, 'f4': FLOAT32, 'i8': INT64, 'i4': INT32}
@@ -255,16 +255,6 @@ def _number_of(parameter, value):
         return None
 
 
-def _allowed(parameter):
-    if parameter.is_date:
-        return "must be a date, such as datetime.date(2026, 11, 23) or '2026-11-23'"
-    if parameter.kind == BASIS:
-        return 'must be 0 or 30/360, 1 or ACTUAL, 2 or ACT/360, 3 or ACT/365, 4 or EU30/360'
-    if parameter.kind == FREQUENCY:
-        return 'must be 1, 2, 4, 6 or 12'
-    return 'must be a whole number' if parameter.kind == WHOLE else 'must be a number'
-
-
 def _why_not(parameter, value):
     if parameter.is_date and getattr(value, 'tzinfo', None) is not None:
         return f'is {value}: must be a date without a time zone'
@@ -272,11 +262,11 @@ def _why_not(parameter, value):
         shown = f'the text {value!r}' if isinstance(value, str) else repr(value)
     except ValueError:  # an int with thousands of digits
         shown = f'an object of type {type(value).__name__}'
-    return f'is {shown[:80]}: {_allowed(parameter)}'
+    return f'is {shown[:80]}: {parameter.allowed}'
 
 
 def _refuse(call, parameter, what):
-    raise TypeError(f'{call.name}: {parameter.name} is {what}: {_allowed(parameter)}')
+    raise TypeError(f'{call.name}: {parameter.name} is {what}: {parameter.allowed}')
 
 
 def _refuse_zone(call, parameter):
